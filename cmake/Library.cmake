@@ -1,0 +1,72 @@
+# The library: kernels once for each level, everything else once, then a shared and a static library of the same objects.
+
+# The interface is listed once, in the .def file with its ordinals; ELF builds export exactly those names.
+file(STRINGS packaging/zel.def ZEL_EXPORTS REGEX "@[0-9]+$")
+set(names "")
+foreach(line IN LISTS ZEL_EXPORTS)
+  string(REGEX MATCH "[A-Za-z0-9_]+" name "${line}")
+  string(APPEND names "    ${name};\n")
+endforeach()
+file(CONFIGURE OUTPUT zel.map CONTENT "{\n  global:\n@names@  local:\n    *;\n};\n" @ONLY)
+
+function(zel_common target)
+  set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON
+    C_VISIBILITY_PRESET hidden CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+  target_include_directories(${target} PRIVATE include src)
+  target_link_libraries(${target} PRIVATE zel_warnings zel_exact zel_plain)
+endfunction()
+
+# g++ 12 vectorises none of the kernels at -O2, so they ask for -O3 unless the build asks for a level of its own.
+function(zel_kernel_level isa)
+  add_library(zel_kernels_${isa} OBJECT src/simd/kernels.cpp)
+  zel_common(zel_kernels_${isa})
+  target_compile_definitions(zel_kernels_${isa} PRIVATE ZEL_ISA=${isa})
+  target_compile_options(zel_kernels_${isa} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O3> ${ARGN})
+endfunction()
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  zel_kernel_level(scalar -fno-vectorize -fno-slp-vectorize -DZEL_PLAIN_KERNELS)
+else()
+  zel_kernel_level(scalar -fno-tree-vectorize -DZEL_PLAIN_KERNELS)
+endif()
+zel_kernel_level(base)
+set(ZEL_KERNEL_OBJECTS $<TARGET_OBJECTS:zel_kernels_base>)
+if(ZEL_X86)
+  zel_kernel_level(avx2 -mavx2)
+  if(MINGW)
+    # Windows aligns the stack to 16 bytes only, and g++ stores 32-byte temporaries there with aligned moves.
+    target_compile_options(zel_kernels_avx2 PRIVATE -Wa,-muse-unaligned-vector-move)
+  endif()
+  list(APPEND ZEL_KERNEL_OBJECTS $<TARGET_OBJECTS:zel_kernels_avx2>)
+endif()
+
+file(GLOB ZEL_SOURCES CONFIGURE_DEPENDS src/core/*.cpp src/tone/*.cpp src/filter/*.cpp src/color/*.cpp
+  src/selective/*.cpp src/retouch/*.cpp)
+if(WIN32)
+  list(FILTER ZEL_SOURCES EXCLUDE REGEX "_posix\\.cpp$")
+else()
+  list(FILTER ZEL_SOURCES EXCLUDE REGEX "_windows\\.cpp$")
+endif()
+add_library(zel_objects OBJECT ${ZEL_SOURCES} src/simd/dispatch.cpp)
+zel_common(zel_objects)
+target_compile_definitions(zel_objects PRIVATE ZEL_BUILDING $<$<BOOL:${ZEL_X86}>:ZEL_HAS_AVX2>)
+
+add_library(zel SHARED $<TARGET_OBJECTS:zel_objects> ${ZEL_KERNEL_OBJECTS})
+target_include_directories(zel PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:include>)
+set_target_properties(zel PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+if(WIN32)
+  target_sources(zel PRIVATE packaging/zel.def)
+  set_target_properties(zel PROPERTIES PREFIX "" IMPORT_PREFIX "lib")
+  target_link_options(zel PRIVATE -static)
+elseif(NOT EMSCRIPTEN)
+  target_link_options(zel PRIVATE -Wl,--version-script=${CMAKE_BINARY_DIR}/zel.map)
+  set_target_properties(zel PROPERTIES LINK_DEPENDS ${CMAKE_BINARY_DIR}/zel.map)
+  if(NOT ZEL_SANITIZE)
+    target_link_options(zel PRIVATE -Wl,--no-undefined)
+  endif()
+endif()
+
+add_library(zel_static STATIC $<TARGET_OBJECTS:zel_objects> ${ZEL_KERNEL_OBJECTS})
+set_target_properties(zel_static PROPERTIES OUTPUT_NAME zel)
+target_include_directories(zel_static PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+  $<INSTALL_INTERFACE:include>)
+target_compile_definitions(zel_static INTERFACE ZEL_STATIC)

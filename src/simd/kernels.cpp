@@ -1,0 +1,27 @@
+// Built once for each level, with ZEL_ISA naming its namespace. Nothing but plain headers may be included: an inline
+// library function compiled here for a newer processor could become everyone's copy.
+#include "simd/kernels.h"
+
+#if defined(__AVX2__)
+#include <immintrin.h>
+#elif defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace zel {
+namespace ZEL_ISA {
+
+#include "simd/blend.inl"
+#include "simd/lut.inl"
+
+#define ZEL_QUOTED_(x) #x
+#define ZEL_QUOTED(x) ZEL_QUOTED_(x)
+
+extern const Kernels kKernels = {
+    ZEL_QUOTED(ZEL_ISA),
+    kLutKernels,
+    kBlendKernels,
+};
+
+}  // namespace ZEL_ISA
+}  // namespace zel

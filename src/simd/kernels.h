@@ -1,0 +1,67 @@
+// The row kernels: inner loops over samples, compiled once for each instruction set.
+//
+// A kernel gets pointers and a count and knows no image. It is correct for every count from 0 up and every
+// alignment, reads and writes exactly what its formula names, and gives the same bytes at every level.
+// Unless noted, an output may be the very same memory as an input; partial overlap is not allowed.
+#ifndef ZEL_SIMD_KERNELS_H_
+#define ZEL_SIMD_KERNELS_H_
+
+#include <stddef.h>
+#include <stdint.h>
+
+namespace zel {
+
+// Table lookups (lut.inl).
+struct LutKernels {
+  // out[i] = table[in[i]]; 256 entries, or 65536 for words.
+  void (*MapBytes)(const uint8_t* in, uint8_t* out, size_t count, const uint8_t* table);
+  void (*MapWords)(const uint16_t* in, uint16_t* out, size_t count, const uint16_t* table);
+  // out[3p + k] = tables[k][in[3p + k]] for every pixel p.
+  void (*MapBytes3)(const uint8_t* in, uint8_t* out, size_t pixels, const uint8_t* const tables[3]);
+  void (*MapWords3)(const uint16_t* in, uint16_t* out, size_t pixels, const uint16_t* const tables[3]);
+};
+
+// Blends of two byte rows (blend.inl).
+struct BlendKernels {
+  // out[channels * p + k] = in[p] for every k below channels (1 to 15). `out` is not `in`.
+  void (*SpreadMask)(const uint8_t* in, uint8_t* out, size_t pixels, size_t channels);
+  // With m = mask[i], e = effect[i] and b = base[i]:
+  //   MixBytes       ((255 - m) * b + m * e) >> 8
+  //   ScreenBytes    m == 0 ? b : ((255 - m) * b + m * (255 - (255 - e) * (255 - b) / 255)) >> 8
+  //   MultiplyBytes  m == 0 ? b : ((255 - m) * b + m * (e * b / 255)) >> 8
+  void (*MixBytes)(const uint8_t* effect, const uint8_t* base, const uint8_t* mask, uint8_t* out, size_t count);
+  void (*ScreenBytes)(const uint8_t* effect, const uint8_t* base, const uint8_t* mask, uint8_t* out, size_t count);
+  void (*MultiplyBytes)(const uint8_t* effect, const uint8_t* base, const uint8_t* mask, uint8_t* out, size_t count);
+  // out[i] = clamp((effect[i] * w + base[i] * (127 - w)) >> 7, 0, 255) for |w| <= 32767.
+  void (*PullBytes)(const uint8_t* effect, const uint8_t* base, uint8_t* out, size_t count, int32_t w);
+};
+
+struct Kernels {
+  const char* level;
+  LutKernels lut;
+  BlendKernels blend;
+};
+
+// The kernels of the best level that this processor has, chosen on the first call.
+const Kernels& ActiveKernels();
+
+// The levels that were built into this program, slowest first, ended by null. The plain scalar level is only
+// linked into tests and benchmarks, which append it themselves.
+const Kernels* const* BuiltKernelLevels();
+
+// Makes ActiveKernels() answer `kernels` from now on; null restores the automatic choice. For tests.
+void SetActiveKernels(const Kernels* kernels);
+
+namespace scalar {
+extern const Kernels kKernels;
+}
+namespace base {
+extern const Kernels kKernels;
+}
+namespace avx2 {
+extern const Kernels kKernels;
+}
+
+}  // namespace zel
+
+#endif  // ZEL_SIMD_KERNELS_H_
