@@ -1,0 +1,133 @@
+// The automatic adjustments as exported: arguments checked, one operation called, its answer turned into a result code.
+#include <cstring>
+
+#include "core/channel_lut.h"
+#include "core/entry.h"
+#include "core/platform.h"
+#include "tone/smart_contrast.h"
+
+using namespace zel;
+
+namespace {
+
+// A curve from a _Get1DLut function applied to the rectangle.
+int32_t Apply(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, const uint8_t* block) {
+  return ResultOf(ApplyChannelLut(source, destination, rect, block, 3, 8));
+}
+
+// Internal level of a strength: doubled up to the full stretch at 50, then steeper.
+int32_t SmartContrastLevel(int32_t strength) {
+  const int64_t s = strength;
+  const int64_t level = s < 50 ? 2 * s : s < 90 ? (2 * (5 * s - 250)) / 4 + 100 : 2 * (5 * s - 350);
+  return static_cast<int32_t>(level > 400 ? 400 : level < INT32_MIN ? INT32_MIN : level);
+}
+
+}  // namespace
+
+int32_t ZEL_CALL GetDLLVersion(char* buffer) {
+  if (buffer == nullptr) return ZEL_REFUSED;
+  std::memcpy(buffer, "2, 1, 0, 2", 11);
+  return ZEL_OK;
+}
+
+int32_t ZEL_CALL ZelTavoraFunc_ToneEnhancement(const ImageDesc* source, const ImageDesc* destination, int32_t flag,
+                                               int32_t style, int32_t strength, const ZelRect* rect) {
+  const uint32_t start = TickCount();
+  uint8_t block[ZEL_LUT1D_BYTES];
+  int32_t result = ZelTavoraFunc_ToneEnhancement_Get1DLut(source, flag, style, strength, nullptr, block);
+  if (result != ZEL_OK) return result;
+  result = Apply(source, destination, rect, block);
+  if (result == ZEL_OK) ReportTime(start);
+  return result;
+}
+
+int32_t ZEL_CALL ZelTavoraFunc_SmartContrast(const ImageDesc* source, const ImageDesc* destination, int32_t reserved,
+                                             int32_t strength, const ZelRect* rect) {
+  if (source == nullptr) return ZEL_NULL_ARGUMENT;
+  if (strength == 0) return ZeroStrengthCopy(source, destination, rect);
+  const uint32_t start = TickCount();
+  uint8_t block[ZEL_LUT1D_BYTES];
+  int32_t result = ZelTavoraFunc_SmartContrast_Get1DLut(source, reserved, strength, nullptr, block);
+  if (result != ZEL_OK) return result;
+  result = Apply(source, destination, rect, block);
+  ReportTime(start);
+  return result;
+}
+
+int32_t ZEL_CALL ZelTavoraFunc_ColorCast(const ImageDesc*, const ImageDesc*, uint32_t, int32_t, const ZelRect*) {
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelTavoraFunc_Colorful(const ImageDesc* source, const ImageDesc*, int32_t, int32_t, const ZelRect*) {
+  return source == nullptr ? ZEL_NULL_ARGUMENT : ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelTavoraFunc_Vivid(const ImageDesc*, const ImageDesc*, int32_t, int32_t, const ZelRect*) {
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelTavoraFunc_SkinFlash(const ImageDesc* source, const ImageDesc* destination, int32_t mode,
+                                         const ZelPoint*, int32_t, const ZelRect*, uint32_t) {
+  if (source == nullptr || destination == nullptr || (mode != 1 && mode != 2)) return ZEL_NULL_ARGUMENT;
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelTavoraFunc_GetSkinToneInitialPercentages(const ImageDesc*, uint32_t, const ZelPoint*, int32_t*,
+                                                             int32_t*, int32_t*) {
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelTavoraFunc_SkinTone(const ImageDesc* source, const ImageDesc* destination, int32_t mode,
+                                        const ZelPoint*, int32_t, int32_t, int32_t, const ZelRect*) {
+  if (source == nullptr || destination == nullptr || (mode != 1 && mode != 2)) return ZEL_NULL_ARGUMENT;
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelTavoraFunc_SkinClear(const ImageDesc* source, const ImageDesc* destination, int32_t mode,
+                                         const ZelPoint*, int32_t level, const ZelRect* rect) {
+  if (source == nullptr || destination == nullptr || (mode != 1 && mode != 2)) return ZEL_NULL_ARGUMENT;
+  if (level == 0) return ZeroStrengthCopy(source, destination, rect);
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelTavoraFunc_AgedPhotoRecovered(const ImageDesc* source, const ImageDesc* destination, int32_t,
+                                                  int32_t strength, const ZelRect* rect) {
+  if (strength == 0) return ZeroStrengthCopy(source, destination, rect);
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelTavoraFunc_ColorTemperature(const ImageDesc* source, const ImageDesc* destination, uint32_t,
+                                                int32_t level, const ZelRect* rect, uint32_t) {
+  const int64_t temperature = 2 * static_cast<int64_t>(level) - 100;
+  const int64_t limited = temperature > INT32_MAX ? INT32_MAX : temperature < INT32_MIN ? INT32_MIN : temperature;
+  return ZelBasicToolFunc_ColorTemperature(source, destination, static_cast<int32_t>(limited), rect);
+}
+
+int32_t ZEL_CALL ZelTavoraFunc_ToneEnhancement_Get1DLut(const ImageDesc* source, int32_t, int32_t, int32_t,
+                                                        const ZelRect*, uint8_t* block) {
+  if (source == nullptr || block == nullptr) return ZEL_NULL_ARGUMENT;
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelTavoraFunc_SmartContrast_Get1DLut(const ImageDesc* source, int32_t, int32_t strength,
+                                                      const ZelRect* rect, uint8_t* block) {
+  if (source == nullptr || block == nullptr) return ZEL_NULL_ARGUMENT;
+  if (strength != 0 && SmartContrastLut(source, rect, SmartContrastLevel(strength), block, 3, 8)) return ZEL_OK;
+  MakeIdentityLut(block, 3, 8);
+  return ResultOf(strength == 0);
+}
+
+int32_t ZEL_CALL ZelTavoraFunc_ColorCast_Get1DLut(const ImageDesc*, uint32_t, int32_t, uint8_t*) {
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelTavoraFunc_Colorful_Get3DLut(const ImageDesc* source, int32_t, int32_t, const ZelRect*,
+                                                 uint8_t* lattice) {
+  if (source == nullptr || lattice == nullptr) return ZEL_NULL_ARGUMENT;
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelTavoraFunc_Colorful_Apply3DLut(const ImageDesc*, const ImageDesc*, int32_t, int32_t, const ZelRect*,
+                                                   const uint8_t*) {
+  return ZEL_REFUSED;
+}

@@ -1,0 +1,97 @@
+// The manual tools as exported: settings clamped, one operation called, its answer turned into a result code.
+#include "core/entry.h"
+#include "tone/contrast_brightness.h"
+
+using namespace zel;
+
+int32_t ZEL_CALL ZelBasicToolFunc_ColorTemperature(const ImageDesc*, const ImageDesc*, int32_t, const ZelRect*) {
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelBasicToolFunc_ContrastBrightness(const ImageDesc* source, const ImageDesc* destination,
+                                                     int32_t contrast, int32_t brightness, const ZelRect* rect) {
+  const int32_t contrasts[3] = {contrast, contrast, contrast};
+  const int32_t brightnesses[3] = {brightness, brightness, brightness};
+  return ResultOf(ContrastBrightness(source, destination, rect, contrasts, brightnesses));
+}
+
+int32_t ZEL_CALL ZelBasicToolFunc_Gamma(const ImageDesc*, const ImageDesc*, const float*, const ZelRect*) {
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelBasicToolFunc_HighlightShadow(const ImageDesc*, const ImageDesc*, const int32_t*, const int32_t*,
+                                                  const ZelRect*) {
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelBasicToolFunc_HueSaturation(const ImageDesc*, const ImageDesc*, int32_t, int32_t, const ZelRect*) {
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelBasicToolFunc_HueSaturationPro(const ImageDesc*, const ImageDesc*, const int32_t*, const int32_t*,
+                                                   const ZelRect*) {
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelBasicToolFunc_ColorCorrect(const ImageDesc*, const ImageDesc*, int32_t, int32_t) {
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelBasicToolFunc_LightCorrect(const ImageDesc* source, const ImageDesc* destination,
+                                               int32_t strength) {
+  if (strength == 0) return ZeroStrengthCopy(source, destination, nullptr);
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelBasicToolFunc_ColorCastManual(const ImageDesc*, const ImageDesc*, int32_t, const ZelRect*) {
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelBasicToolFunc_FoliageColorful(const ImageDesc* source, const ImageDesc* destination,
+                                                  const ZelPoint*, int32_t amount, const ZelRect* rect, uint32_t) {
+  if (amount == 0) return ZeroStrengthCopy(source, destination, rect);
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelBasicToolFunc_FoliageTone(const ImageDesc* source, const ImageDesc* destination,
+                                              const ZelPoint* point, int32_t amount, const ZelRect* rect, uint32_t) {
+  if (point != nullptr && amount == 0) return ZeroStrengthCopy(source, destination, rect);
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelBasicToolFunc_SkyColorful(const ImageDesc* source, const ImageDesc* destination, const ZelPoint*,
+                                              int32_t amount, const ZelRect* rect, uint32_t) {
+  if (amount == 0) return ZeroStrengthCopy(source, destination, rect);
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelBasicToolFunc_SkyTone(const ImageDesc* source, const ImageDesc* destination, const ZelPoint* point,
+                                          int32_t amount, const ZelRect* rect, uint32_t) {
+  if (point != nullptr && amount == 0) return ZeroStrengthCopy(source, destination, rect);
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelBasicToolFunc_SkinColorful(const ImageDesc* source, const ImageDesc* destination, const ZelPoint*,
+                                               int32_t amount, const ZelRect* rect, uint32_t) {
+  if (amount == 0) return ZeroStrengthCopy(source, destination, rect);
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelBasicToolFunc_DeNoise(const ImageDesc* source, const ImageDesc* destination, uint32_t strength,
+                                          const ZelRect* rect) {
+  if (strength == 0) return ZeroStrengthCopy(source, destination, rect);
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelBasicToolFunc_Sharpen(const ImageDesc*, const ImageDesc*, int32_t, const ZelRect*) {
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelBasicToolFunc_GaussianBlur(const ImageDesc*, const ImageDesc*, float, const ZelRect*) {
+  return ZEL_REFUSED;
+}
+
+int32_t ZEL_CALL ZelBasicToolFunc_UnsharpMask(const ImageDesc*, const ImageDesc*, int32_t, float, uint32_t,
+                                              const ZelRect*) {
+  return ZEL_REFUSED;
+}

@@ -1,0 +1,127 @@
+#include "core/image.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace zel {
+
+namespace {
+
+int32_t Clamp(int32_t value, int32_t low, int32_t high) {
+  return std::min(std::max(value, low), high);
+}
+
+}  // namespace
+
+bool Geometry::DescribesMemory() const {
+  if (width <= 0 || height <= 0 || channels <= 0 || (bits != 8 && bits != 16)) return false;
+  if (stride < static_cast<int64_t>(width) * channels) return false;
+  const uint64_t bytes = static_cast<uint64_t>(height) * static_cast<uint64_t>(stride) * (bits == 16 ? 2 : 1);
+  return bytes <= static_cast<uint64_t>(PTRDIFF_MAX);
+}
+
+uint32_t MakeFormatCode(int32_t channels, int32_t bits, int32_t orderFlag) {
+  uint32_t classBits = 0;
+  if (channels == 1) classBits = bits == 1 ? 0x00010000u : 0x00100000u;
+  if (channels == 3) classBits = 0x01000000u;
+  if (channels == 4) classBits = 0x02000000u;
+  return classBits | static_cast<uint32_t>(bits) << 8 | static_cast<uint32_t>(channels) << 4 |
+         (orderFlag != 0 ? 1u : 0u);
+}
+
+void InitImageDesc(ImageDesc* image, int32_t width, int32_t height, int32_t channels, int32_t bits, int32_t orderFlag,
+                   int32_t stride, void* data) {
+  image->width = width;
+  image->height = height;
+  image->format = MakeFormatCode(channels, bits, orderFlag);
+  image->stride = stride;
+  image->data = static_cast<uint8_t*>(data);
+}
+
+int32_t ChannelsOf(FormatCode format) {
+  return static_cast<int32_t>(format >> 4 & 0xF);
+}
+int32_t BitsOf(FormatCode format) {
+  return static_cast<int32_t>(format >> 8 & 0xFF);
+}
+bool IsBlueFirst(FormatCode format) {
+  return (format & 0xF) != 0;
+}
+
+Geometry GeometryOf(const ImageDesc& image) {
+  Geometry geometry;
+  geometry.width = image.width;
+  geometry.height = image.height;
+  geometry.channels = ChannelsOf(image.format);
+  geometry.bits = BitsOf(image.format);
+  geometry.stride = image.stride;
+  geometry.blueFirst = IsBlueFirst(image.format);
+  return geometry;
+}
+
+ImageDesc Describe(const void* data, const Geometry& geometry) {
+  ImageDesc image;
+  InitImageDesc(&image, geometry.width, geometry.height, geometry.channels, geometry.bits, geometry.blueFirst,
+                geometry.stride, const_cast<void*>(data));
+  return image;
+}
+
+Geometry MaskGeometry(int32_t width, int32_t height) {
+  return {width, height, 1, 8, width, false};
+}
+
+bool IsUsable(const ImageDesc* image) {
+  return image != nullptr && image->data != nullptr && GeometryOf(*image).DescribesMemory();
+}
+
+bool SameImageGeometry(const ImageDesc& a, const ImageDesc& b) {
+  return a.width == b.width && a.height == b.height && a.format == b.format;
+}
+
+bool SameImageLayout(const ImageDesc* a, const ImageDesc* b) {
+  return IsUsable(a) && IsUsable(b) && SameImageGeometry(*a, *b) && a->stride == b->stride;
+}
+
+void CopyImageHeader(ImageDesc* destination, const ImageDesc& source) {
+  uint8_t* const data = destination->data;
+  *destination = source;
+  destination->data = data;
+}
+
+Region ClampedRegion(const ZelRect* rect, int32_t width, int32_t height) {
+  if (rect == nullptr) return {0, 0, width, height};
+  return {Clamp(std::min(rect->left, rect->right), 0, width), Clamp(std::min(rect->top, rect->bottom), 0, height),
+          Clamp(std::max(rect->left, rect->right), 0, width), Clamp(std::max(rect->top, rect->bottom), 0, height)};
+}
+
+Region GivenRegion(const ZelRect* rect, int32_t width, int32_t height) {
+  if (rect == nullptr) return {0, 0, width, height};
+  return {Clamp(rect->left, 0, width), Clamp(rect->top, 0, height), Clamp(rect->right, 0, width),
+          Clamp(rect->bottom, 0, height)};
+}
+
+Region Grown(const Region& region, int32_t margin, int32_t width, int32_t height) {
+  return {std::max(region.left - margin, 0), std::max(region.top - margin, 0), std::min(region.right + margin, width),
+          std::min(region.bottom + margin, height)};
+}
+
+void CopyImageRect(const ImageDesc& destination, const ImageDesc& source, const ZelRect* rect) {
+  if (!SameImageGeometry(source, destination) || !IsUsable(&source) || !IsUsable(&destination)) return;
+  const Geometry geometry = GeometryOf(source);
+  const Region region = ClampedRegion(rect, geometry.width, geometry.height);
+  if (region.IsEmpty() || source.data == destination.data) return;
+  const size_t sampleBytes = geometry.bits / 8;
+  const size_t rowSamples = static_cast<size_t>(region.Width()) * geometry.channels;
+  const size_t destinationSamples = GeometryOf(destination).SampleCount();
+  for (int32_t y = region.top; y < region.bottom; ++y) {
+    const size_t first = geometry.RowOffset(y) + static_cast<size_t>(region.left) * geometry.channels;
+    if (first + rowSamples > destinationSamples) return;
+    std::memcpy(destination.data + first * sampleBytes, source.data + first * sampleBytes, rowSamples * sampleBytes);
+  }
+}
+
+void CopySamples(const void* source, void* destination, const Geometry& geometry) {
+  if (source != destination) std::memcpy(destination, source, geometry.ByteCount());
+}
+
+}  // namespace zel

@@ -1,0 +1,84 @@
+// The image record: formats, checks, rectangles and copies.
+#ifndef ZEL_CORE_IMAGE_H_
+#define ZEL_CORE_IMAGE_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#include "zel.h"
+
+namespace zel {
+
+// How samples lie in memory: what a record says, unpacked once. Operations on bare samples take it beside their
+// pointers.
+struct Geometry {
+  int32_t width = 0;
+  int32_t height = 0;
+  int32_t channels = 0;
+  int32_t bits = 0;    // per sample
+  int32_t stride = 0;  // samples from row to row
+  bool blueFirst = false;
+
+  // Samples and bytes of height x stride. Only for a geometry that describes memory.
+  size_t SampleCount() const { return static_cast<size_t>(height) * static_cast<size_t>(stride); }
+  size_t ByteCount() const { return SampleCount() * (bits > 8 ? 2 : 1); }
+  size_t RowOffset(int32_t y) const { return static_cast<size_t>(y) * static_cast<size_t>(stride); }
+
+  // Positive sizes, a stride that holds a row, 8 or 16 bits, a total below the address space.
+  bool DescribesMemory() const;
+};
+
+// Half-open ranges of columns and rows inside an image.
+struct Region {
+  int32_t left = 0, top = 0, right = 0, bottom = 0;
+
+  int32_t Width() const { return right - left; }
+  int32_t Height() const { return bottom - top; }
+  bool IsEmpty() const { return right <= left || bottom <= top; }
+};
+
+uint32_t MakeFormatCode(int32_t channels, int32_t bits, int32_t orderFlag);
+void InitImageDesc(ImageDesc* image, int32_t width, int32_t height, int32_t channels, int32_t bits, int32_t orderFlag,
+                   int32_t stride, void* data);
+
+int32_t ChannelsOf(FormatCode format);
+int32_t BitsOf(FormatCode format);
+bool IsBlueFirst(FormatCode format);
+
+Geometry GeometryOf(const ImageDesc& image);
+// A record for bare samples, as the record-taking operations want it.
+ImageDesc Describe(const void* data, const Geometry& geometry);
+// Geometry of a one-channel 8-bit mask with rows next to each other.
+Geometry MaskGeometry(int32_t width, int32_t height);
+
+// Whether the record is present, has data and describes memory (at any channel count, 8 or 16 bits).
+bool IsUsable(const ImageDesc* image);
+
+// Width, height and format are equal; stride and data are not compared.
+bool SameImageGeometry(const ImageDesc& a, const ImageDesc& b);
+
+// Both usable and equal in width, height, stride and format: the test with which most operations start.
+bool SameImageLayout(const ImageDesc* a, const ImageDesc* b);
+
+// Width, height, format and stride; the data pointer stays.
+void CopyImageHeader(ImageDesc* destination, const ImageDesc& source);
+
+// The rectangle reordered and cut to the image; the whole image for null. May be empty.
+Region ClampedRegion(const ZelRect* rect, int32_t width, int32_t height);
+
+// The rectangle as given, never reordered, cut to the image. A reversed one is empty.
+Region GivenRegion(const ZelRect* rect, int32_t width, int32_t height);
+
+// The region widened by `margin` on every side, cut to the image.
+Region Grown(const Region& region, int32_t margin, int32_t width, int32_t height);
+
+// Copies the rectangle's pixels. Nothing happens when the images differ in geometry. Both sides are addressed with the
+// source's stride, so the destination must have the same; rows beyond a smaller destination are left out.
+void CopyImageRect(const ImageDesc& destination, const ImageDesc& source, const ZelRect* rect);
+
+// Copies all height x stride samples, unless both are the same memory.
+void CopySamples(const void* source, void* destination, const Geometry& geometry);
+
+}  // namespace zel
+
+#endif  // ZEL_CORE_IMAGE_H_

@@ -1,0 +1,42 @@
+#include "core/reduce.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace zel {
+
+namespace {
+
+int32_t CeilingQuotient(int32_t a, int32_t b) {
+  return a / b + (a % b != 0 ? 1 : 0);
+}
+
+}  // namespace
+
+bool PointSample(const void* source, const Geometry& geometry, const ZelRect* rect, int32_t limit, SampledCopy* copy) {
+  if (source == nullptr || !geometry.DescribesMemory()) return false;
+  const Region region = ClampedRegion(rect, geometry.width, geometry.height);
+  if (region.IsEmpty()) return false;
+  const int32_t step = std::max(CeilingQuotient(region.Width(), limit), CeilingQuotient(region.Height(), limit));
+
+  Geometry& reduced = copy->geometry;
+  reduced = geometry;
+  reduced.width = CeilingQuotient(region.Width(), step);
+  reduced.height = CeilingQuotient(region.Height(), step);
+  reduced.stride = reduced.width * reduced.channels;
+  if (!copy->pixels.Allocate(reduced.ByteCount())) return false;
+
+  const size_t pixelBytes = static_cast<size_t>(geometry.channels) * geometry.bits / 8;
+  const uint8_t* const bytes = static_cast<const uint8_t*>(source);
+  uint8_t* out = copy->pixels.data();
+  for (int32_t y = 0; y < reduced.height; ++y) {
+    const uint8_t* pixel = bytes + geometry.RowOffset(region.top + y * step) * (geometry.bits / 8) +
+                           static_cast<size_t>(region.left) * pixelBytes;
+    for (int32_t x = 0; x < reduced.width; ++x, pixel += step * pixelBytes, out += pixelBytes) {
+      std::memcpy(out, pixel, pixelBytes);
+    }
+  }
+  return true;
+}
+
+}  // namespace zel
