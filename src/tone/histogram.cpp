@@ -1,0 +1,131 @@
+#include "tone/histogram.h"
+
+#include <algorithm>
+
+namespace zel {
+
+namespace {
+
+// Columns first to last and rows likewise, both included.
+struct Grid {
+  int32_t left, top, right, bottom, columnStep, rowStep;
+};
+
+int32_t Clamp(int32_t value, int32_t high) {
+  return std::min(std::max(value, 0), high);
+}
+
+int32_t Step(int32_t extent, int32_t target) {
+  return target > 1 ? extent / target + (extent % target != 0 ? 1 : 0) : 1;
+}
+
+Grid GridOf(const Geometry& geometry, const ZelRect* rect, const Sampling& sampling) {
+  Grid grid{0, 0, geometry.width - 1, geometry.height - 1, 1, 1};
+  if (rect != nullptr) {
+    grid.left = Clamp(std::min(rect->left, rect->right), geometry.width - 1);
+    grid.right = Clamp(std::max(rect->left, rect->right), geometry.width - 1);
+    grid.top = Clamp(std::min(rect->top, rect->bottom), geometry.height - 1);
+    grid.bottom = Clamp(std::max(rect->top, rect->bottom), geometry.height - 1);
+  }
+  if (!sampling.everyPixel) {
+    grid.columnStep = Step(grid.right - grid.left + 1, sampling.columns);
+    grid.rowStep = Step(grid.bottom - grid.top + 1, sampling.rows);
+  }
+  return grid;
+}
+
+template <class T>
+int64_t Count(const T* samples, const Geometry& geometry, const Grid& grid, float* block) {
+  constexpr int32_t kDivisor = sizeof(T) == 1 ? 1 : 257;
+  const int32_t tableOfFirst = geometry.channels == 3 && geometry.blueFirst ? 2 : 0;
+  float* const tables[3] = {block + tableOfFirst * kBins, block + kBins, block + (2 - tableOfFirst) * kBins};
+  int64_t visited = 0;
+  // Positions in 64 bits: a step beyond the right edge may leave 32.
+  for (int64_t y = grid.top; y <= grid.bottom; y += grid.rowStep) {
+    const T* const row = samples + geometry.RowOffset(static_cast<int32_t>(y));
+    for (int64_t x = grid.left; x <= grid.right; x += grid.columnStep) {
+      for (int32_t k = 0; k < geometry.channels; ++k) tables[k][row[x * geometry.channels + k] / kDivisor] += 1.0f;
+      ++visited;
+    }
+  }
+  return visited;
+}
+
+// The indices of one channel by the walk over its cumulative shares.
+void FindPercentiles(const float* bins, double perBin, double highFraction, double lowFraction, int32_t* high,
+                     int32_t* low) {
+  int32_t found[2] = {0, 255};
+  int32_t thresholds = 0;
+  double sum = 0.0;
+  for (int32_t i = 0; i < kBins && thresholds < 2; ++i) {
+    sum += static_cast<float>(bins[i] / perBin);
+    if (sum > (thresholds == 0 ? lowFraction : highFraction)) found[thresholds++] = i;
+  }
+  if (thresholds == 1) found[1] = found[0];
+  if (found[0] >= found[1]) {
+    if (found[1] != 0) {
+      found[0] = found[1] - 1;
+    } else {
+      found[1] = found[0] + 1;
+    }
+  }
+  *low = found[0];
+  *high = found[1];
+}
+
+// Sum of i * p(i), kept in single precision throughout.
+float Mean(const float* bins) {
+  float mean = 0.0f;
+  for (int32_t i = 0; i < kBins; ++i) mean += static_cast<float>(i) * bins[i];
+  return mean;
+}
+
+}  // namespace
+
+bool ClearHistogram(float* block, int32_t channels) {
+  if (block == nullptr) return false;
+  std::fill(block, block + channels * kBins, 0.0f);
+  return true;
+}
+
+int32_t ComputeHistogram(const void* samples, const Geometry& geometry, const ZelRect* rect, float* block,
+                         bool normalise, const Sampling& sampling) {
+  if (samples == nullptr || !geometry.DescribesMemory() || (geometry.channels != 1 && geometry.channels != 3)) return 0;
+  if (!ClearHistogram(block, geometry.channels)) return 0;
+  const Grid grid = GridOf(geometry, rect, sampling);
+  const int64_t visited = geometry.bits == 8 ? Count(static_cast<const uint8_t*>(samples), geometry, grid, block)
+                                             : Count(static_cast<const uint16_t*>(samples), geometry, grid, block);
+  const int32_t count = static_cast<int32_t>(std::min<int64_t>(visited, INT32_MAX));
+  if (normalise) {
+    for (int32_t i = 0; i < geometry.channels * kBins; ++i) block[i] /= static_cast<float>(count);
+  }
+  return count;
+}
+
+bool HistogramPercentiles(const float* block, bool normalised, int32_t count, int32_t channels, int32_t* high,
+                          int32_t* low, double highFraction, double lowFraction) {
+  if (block == nullptr || (!normalised && count < 1) || (channels != 1 && channels != 3)) return false;
+  if (!(lowFraction >= 0.0 && lowFraction < 1.0)) lowFraction = 0.01;
+  if (!(highFraction >= 0.0 && highFraction <= 1.0)) highFraction = 0.99;
+  for (int32_t k = 0; k < channels; ++k) {
+    int32_t channelHigh, channelLow;
+    FindPercentiles(block + k * kBins, normalised ? 1.0 : count, highFraction, lowFraction, &channelHigh, &channelLow);
+    if (high != nullptr) high[k] = channelHigh;
+    if (low != nullptr) low[k] = channelLow;
+  }
+  return true;
+}
+
+bool ChannelMeans(const void* samples, const Geometry& geometry, const ZelRect* rect, float* red, float* green,
+                  float* blue, bool everyPixel) {
+  if (samples == nullptr || (red == nullptr && green == nullptr && blue == nullptr)) return false;
+  float block[3 * kBins] = {};
+  if (ComputeHistogram(samples, geometry, rect, block, true, {everyPixel, 100, 100}) == 0) return false;
+  float* const outputs[3] = {red, green, blue};
+  for (int32_t k = 0; k < 3; ++k) {
+    if (outputs[k] != nullptr) *outputs[k] = Mean(block + k * kBins);
+  }
+  return true;
+}
+
+}  // namespace zel

@@ -1,0 +1,41 @@
+// Histograms and what the automatic corrections read off them.
+#ifndef ZEL_TONE_HISTOGRAM_H_
+#define ZEL_TONE_HISTOGRAM_H_
+
+#include "core/image.h"
+
+namespace zel {
+
+constexpr int32_t kBins = 256;  // per channel, at both depths: a 16-bit sample v counts in bin v / 257
+
+// Zeroes `channels` tables of kBins floats. False without a block.
+bool ClearHistogram(float* block, int32_t channels);
+
+// How densely ComputeHistogram looks: every pixel, or a grid of about columns x rows.
+struct Sampling {
+  bool everyPixel = false;
+  int32_t columns = 0;
+  int32_t rows = 0;
+};
+
+// Counts the samples of the rectangle in one table per channel, red first. Here the rectangle's right column and bottom
+// row are included; corners in any order, cut to the image. With `normalise` every bin is divided by the number of
+// pixels visited, which is the result. 0, when the image has not 1 or 3 channels or does not describe memory.
+int32_t ComputeHistogram(const void* samples, const Geometry& geometry, const ZelRect* rect, float* block,
+                         bool normalise, const Sampling& sampling);
+
+// Per channel, the first bins at which the cumulative share exceeds the low and then the high fraction; the high index
+// is always above the low one. Fractions outside [0, 1) and [0, 1] count as 0.01 and 0.99. `high` and `low` may be
+// null. A block of counts is given with normalised = false and the pixel count. An empty histogram answers 0 and 255.
+// False, with nothing written, without a block, without pixels, or unless channels is 1 or 3.
+bool HistogramPercentiles(const float* block, bool normalised, int32_t count, int32_t channels, int32_t* high,
+                          int32_t* low, double highFraction, double lowFraction);
+
+// Channel means on the scale 0 to 255 at both depths, from a grid of 100 x 100 pixels or from every pixel. Outputs may
+// be null, not all. False, with nothing written, when there is nothing to measure.
+bool ChannelMeans(const void* samples, const Geometry& geometry, const ZelRect* rect, float* red, float* green,
+                  float* blue, bool everyPixel);
+
+}  // namespace zel
+
+#endif  // ZEL_TONE_HISTOGRAM_H_

@@ -1,0 +1,16 @@
+// The levels curve: black up to one point, white from another, a straight line between them.
+#ifndef ZEL_TONE_LEVELS_H_
+#define ZEL_TONE_LEVELS_H_
+
+#include <cstdint>
+
+namespace zel {
+
+// Fills `tables` tables of an 8- or 16-bit block, each from its own white and black point on the block's scale. A white
+// point not above the black point gives a hard step just below it. False, with nothing written, when a pointer is null
+// or bits is neither 8 nor 16.
+bool MakeLevelsLut(void* block, int32_t tables, int32_t bits, const int32_t* white, const int32_t* black);
+
+}  // namespace zel
+
+#endif  // ZEL_TONE_LEVELS_H_

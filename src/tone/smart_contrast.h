@@ -1,0 +1,20 @@
+// Smart contrast: a levels stretch whose points are measured on the picture.
+#ifndef ZEL_TONE_SMART_CONTRAST_H_
+#define ZEL_TONE_SMART_CONTRAST_H_
+
+#include "core/image.h"
+
+namespace zel {
+
+// Fills `tables` tables with the stretch for the pixels of the rectangle. Level 0 is the identity, 100 the full stretch
+// to the darkest and brightest half per cent, 400 (the most) a threshold at mid-grey. 1 and 3 channels, 8 and 16 bits;
+// the points of a 16-bit block are scaled to its range. False when the image cannot be measured or the block is null;
+// the block may then hold the identity.
+bool SmartContrastLut(const ImageDesc* source, const ZelRect* rect, int32_t level, void* block, int32_t tables,
+                      int32_t blockBits);
+bool SmartContrastCurve(const void* samples, const Geometry& geometry, const ZelRect* rect, int32_t level, void* block,
+                        int32_t tables, int32_t blockBits);
+
+}  // namespace zel
+
+#endif  // ZEL_TONE_SMART_CONTRAST_H_
