@@ -1,0 +1,36 @@
+#include "tone/contrast_brightness.h"
+
+#include <gtest/gtest.h>
+
+#include "support/images.h"
+
+namespace zel::test {
+namespace {
+
+TEST(ContrastBrightness, KeepsTheImageLaws) {
+  ExpectImageLaws(
+      [](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
+        return ZelBasicToolFunc_ContrastBrightness(source, destination, 40, -15, rect);
+      },
+      CommonShapes());
+}
+
+TEST(ContrastBrightness, CurvesTurnAboutMidGrey) {
+  const auto entry = [](int32_t contrast, int32_t brightness, int i) {
+    uint8_t block[256];
+    MakeContrastBrightnessLut(block, 1, 8, &contrast, &brightness);
+    return static_cast<int>(block[i]);
+  };
+  for (int i = 0; i < 256; ++i) EXPECT_EQ(entry(0, 0, i), i);
+  // Nearly a threshold at full contrast.
+  EXPECT_EQ(entry(100, 0, 125), 0);
+  EXPECT_EQ(entry(100, 0, 126), 42);
+  EXPECT_EQ(entry(100, 0, 127), 99);
+  EXPECT_EQ(entry(100, 0, 128), 156);
+  EXPECT_EQ(entry(100, 0, 129), 213);
+  EXPECT_EQ(entry(100, 0, 130), 255);
+  EXPECT_EQ(entry(0, 100, 0), 255);
+}
+
+}  // namespace
+}  // namespace zel::test
