@@ -1,0 +1,136 @@
+#include "core/image.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "core/entry.h"
+#include "core/reduce.h"
+#include "support/images.h"
+
+namespace zel::test {
+namespace {
+
+TEST(ImageRecord, FormatWordsHoldOrderChannelsDepthAndClass) {
+  EXPECT_EQ(MakeFormatCode(1, 1, 0), 0x00010110u);
+  EXPECT_EQ(MakeFormatCode(1, 8, 0), ZEL_FORMAT_GREY8);
+  EXPECT_EQ(MakeFormatCode(2, 8, 0), 0x00000820u);  // two channels have no class
+  EXPECT_EQ(MakeFormatCode(3, 8, 7), ZEL_FORMAT_BGR24);
+  EXPECT_EQ(MakeFormatCode(3, 16, 0), ZEL_FORMAT_RGB48);
+  EXPECT_EQ(MakeFormatCode(4, 16, 1), ZEL_FORMAT_BGRX64);
+  EXPECT_TRUE(IsBlueFirst(0x01000838u)) << "any of the four lowest bits means blue first";
+}
+
+TEST(ImageRecord, RecordsThatCannotDescribeMemoryAreNotUsable) {
+  uint8_t byte = 0;
+  const ImageDesc good = {1, 1, ZEL_FORMAT_GREY8, 1, &byte};
+  EXPECT_TRUE(IsUsable(&good));
+  EXPECT_FALSE(IsUsable(nullptr));
+  const ImageDesc bad[] = {
+      {0, 1, ZEL_FORMAT_GREY8, 1, &byte},
+      {1, 0, ZEL_FORMAT_GREY8, 1, &byte},
+      {1, -1, ZEL_FORMAT_GREY8, 1, &byte},
+      {INT32_MIN, INT32_MIN, ZEL_FORMAT_GREY8, INT32_MIN, &byte},
+      {2, 1, ZEL_FORMAT_GREY8, 1, &byte},
+      {1, 1, ZEL_FORMAT_RGB24, 2, &byte},
+      {INT32_MAX, 1, ZEL_FORMAT_RGB24, INT32_MAX, &byte},  // a row would need three times the stride
+      {1, 1, ZEL_FORMAT_GREY8, 1, nullptr},
+      {1, 1, 0x00100C10u, 1, &byte},  // 12 bits
+      {1, 1, 0x00000800u, 1, &byte},  // no channels
+  };
+  for (const ImageDesc& image : bad) {
+    EXPECT_FALSE(IsUsable(&image)) << image.width << " " << image.height << " " << std::hex << image.format;
+    ImageDesc out = good;
+    EXPECT_EQ(ZelBasicToolFunc_ContrastBrightness(&image, &out, 10, 10, nullptr), ZEL_REFUSED);
+    EXPECT_EQ(ZelBasicToolFunc_DeNoise(&image, &out, 0, nullptr), ZEL_REFUSED);
+  }
+}
+
+TEST(ImageRecord, GeometryIgnoresStrideAndDataButLayoutDoesNot) {
+  TestImage tight({8, 4, 3, 8, true, 0}), padded({8, 4, 3, 8, true, 6});
+  EXPECT_TRUE(SameImageGeometry(*tight.desc(), *padded.desc()));
+  EXPECT_FALSE(SameImageLayout(tight.desc(), padded.desc()));
+  ImageDesc header = *tight.desc();
+  CopyImageHeader(&header, *padded.desc());
+  EXPECT_EQ(header.stride, padded.desc()->stride);
+  EXPECT_EQ(header.data, tight.desc()->data);
+}
+
+TEST(ImageRecord, RegionsAreReorderedOrTakenAsGivenAndCut) {
+  const ZelRect reversed = {9, 7, 2, -3};
+  const Region clamped = ClampedRegion(&reversed, 8, 6);
+  EXPECT_EQ(clamped.left, 2);
+  EXPECT_EQ(clamped.top, 0);
+  EXPECT_EQ(clamped.right, 8);
+  EXPECT_EQ(clamped.bottom, 6);
+  EXPECT_TRUE(GivenRegion(&reversed, 8, 6).IsEmpty());
+  const ZelRect outside = {100, 0, 200, 6};
+  EXPECT_TRUE(ClampedRegion(&outside, 8, 6).IsEmpty());
+}
+
+TEST(CopyImageRect, KeepsTheImageLaws) {
+  ExpectImageLaws(
+      [](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
+        CopyImageRect(*destination, *source, rect);
+        return ZEL_OK;
+      },
+      {{37, 23, 1, 8, false, 5}, {37, 23, 3, 16, true, 0}, {37, 23, 4, 16, false, 3}});
+}
+
+TEST(CopyImageRect, AddressesBothSidesWithTheSourcesStride) {
+  TestImage source({4, 3, 1, 8, false, 2});
+  TestImage wide({4, 3, 1, 8, false, 5}, 2);
+  CopyImageRect(*wide.desc(), *source.desc(), nullptr);
+  for (int y = 0; y < 3; ++y) {
+    for (int x = 0; x < 4; ++x) EXPECT_EQ(wide.desc()->data[y * 6 + x], source.Get(x, y, 0));
+  }
+  // A destination that is too small for the source's stride gets the rows that fit.
+  TestImage narrow({4, 3, 1, 8, false, 0}, 2);
+  CopyImageRect(*narrow.desc(), *source.desc(), nullptr);
+  EXPECT_EQ(narrow.desc()->data[6], source.Get(0, 1, 0));
+  EXPECT_TRUE(narrow.GuardsIntact());
+  TestImage other({5, 3, 1, 8, false, 0}, 2);
+  const TestImage before(other);
+  CopyImageRect(*other.desc(), *source.desc(), nullptr);
+  EXPECT_TRUE(other.SameBytes(before)) << "images of different geometry are not copied";
+}
+
+TEST(ZeroStrengthCopy, CopiesHeightTimesStrideBytesAtEveryDepth) {
+  for (int bits : {8, 16}) {
+    const TestImage source({9, 6, 3, bits, true, 2});
+    TestImage destination(source.shape(), 2);
+    const TestImage before(destination);
+    EXPECT_EQ(ZeroStrengthCopy(source.desc(), destination.desc(), nullptr), ZEL_OK);
+    const size_t copied = source.Bytes() / (bits / 8);
+    EXPECT_EQ(std::memcmp(destination.desc()->data, source.desc()->data, copied), 0);
+    EXPECT_EQ(std::memcmp(destination.desc()->data + copied, before.desc()->data + copied, source.Bytes() - copied), 0);
+  }
+  TestImage large({9, 6, 3, 8, true, 0}), small({3, 2, 1, 8, false, 0});
+  EXPECT_EQ(ZeroStrengthCopy(large.desc(), small.desc(), nullptr), ZEL_OK);
+  EXPECT_TRUE(small.GuardsIntact());
+}
+
+TEST(PointSample, TakesEveryNthPixelFromTheRectanglesOwnCorner) {
+  for (int bits : {8, 16}) {
+    const TestImage source({101, 40, 3, bits, true, 4});
+    const ZelRect rect = {95, 35, 4, 3};  // reversed: 91 x 32 pixels from (4, 3)
+    SampledCopy copy;
+    ASSERT_TRUE(PointSample(source.desc()->data, GeometryOf(*source.desc()), &rect, 30, &copy));
+    EXPECT_EQ(copy.geometry.width, 23);  // every fourth of 91
+    EXPECT_EQ(copy.geometry.height, 8);
+    EXPECT_EQ(copy.geometry.stride, 69);
+    const size_t pixelBytes = 3 * bits / 8;
+    for (int y = 0; y < 8; ++y) {
+      for (int x = 0; x < 23; ++x) {
+        const uint8_t* const expected =
+            source.desc()->data + ((3 + 4 * y) * source.desc()->stride + (4 + 4 * x) * 3) * (bits / 8);
+        EXPECT_EQ(std::memcmp(copy.pixels.data() + (y * 23 + x) * pixelBytes, expected, pixelBytes), 0);
+      }
+    }
+    const ZelRect outside = {-5, 0, 0, 40};
+    EXPECT_FALSE(PointSample(source.desc()->data, GeometryOf(*source.desc()), &outside, 30, &copy));
+  }
+}
+
+}  // namespace
+}  // namespace zel::test
