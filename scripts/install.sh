@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Installs the Debian packages of the named groups, those that are missing. Quick and offline when none is.
+#   scripts/install.sh build tool      what ./demo.sh needs
+set -euo pipefail
+
+packages() {
+  case $1 in
+    build) echo cmake ninja-build g++ pkg-config ;;
+    tool) echo libvips-dev libcli11-dev nlohmann-json3-dev ;;
+    test) echo libgtest-dev clang clang-format python3 ffmpeg opencolorio-tools ;;
+    windows) echo g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64 ;;
+    docs) echo mkdocs man-db chromium ;;
+    *) return 1 ;;
+  esac
+}
+
+if [ $# = 0 ]; then
+  sed -n '2,3s/^# //p' "$0" >&2
+  exit 2
+fi
+
+missing=()
+for group in "$@"; do
+  wanted=$(packages "$group") || { echo "install.sh: unknown group $group" >&2; exit 2; }
+  for package in $wanted; do
+    state=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
+    [ "$state" = installed ] || missing+=("$package")
+  done
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+echo "Installing ${missing[*]}"
+root=()
+if [ "$(id -u)" != 0 ]; then
+  command -v sudo >/dev/null || { echo "install.sh: as root, run: apt-get install ${missing[*]}" >&2; exit 1; }
+  root=(sudo)
+fi
+export DEBIAN_FRONTEND=noninteractive
+"${root[@]}" apt-get update -qq
+"${root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
