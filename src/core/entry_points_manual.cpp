@@ -1,5 +1,6 @@
 // The manual tools as exported: settings clamped, one operation called, its answer turned into a result code.
 #include "core/entry.h"
+#include "filter/gaussian_blur.h"
 #include "tone/contrast_brightness.h"
 
 using namespace zel;
@@ -87,8 +88,9 @@ int32_t ZEL_CALL ZelBasicToolFunc_Sharpen(const ImageDesc*, const ImageDesc*, in
   return ZEL_REFUSED;
 }
 
-int32_t ZEL_CALL ZelBasicToolFunc_GaussianBlur(const ImageDesc*, const ImageDesc*, float, const ZelRect*) {
-  return ZEL_REFUSED;
+int32_t ZEL_CALL ZelBasicToolFunc_GaussianBlur(const ImageDesc* source, const ImageDesc* destination, float radius,
+                                               const ZelRect* rect) {
+  return ResultOf(GaussianBlur(source, destination, rect, radius));
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_UnsharpMask(const ImageDesc*, const ImageDesc*, int32_t, float, uint32_t,

@@ -12,6 +12,7 @@ namespace zel {
 namespace ZEL_ISA {
 
 #include "simd/blend.inl"
+#include "simd/blur.inl"
 #include "simd/lut.inl"
 
 #define ZEL_QUOTED_(x) #x
@@ -21,6 +22,7 @@ extern const Kernels kKernels = {
     ZEL_QUOTED(ZEL_ISA),
     kLutKernels,
     kBlendKernels,
+    kBlurKernels,
 };
 
 }  // namespace ZEL_ISA

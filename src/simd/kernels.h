@@ -36,10 +36,26 @@ struct BlendKernels {
   void (*PullBytes)(const uint8_t* effect, const uint8_t* base, uint8_t* out, size_t count, int32_t w);
 };
 
+// A symmetric kernel of 2 * reach + 1 taps. The weights are not negative and sum to about 2^shift, at most 2^11.
+constexpr int32_t kMaxBlurReach = 60;
+struct BlurWeights {
+  int32_t reach;                    // 1 to kMaxBlurReach
+  int32_t shift;                    // 10 or 11
+  int32_t taps[kMaxBlurReach + 1];  // from the outermost to the centre
+};
+
+// Weighted sums over rows (blur.inl). `out` is none of the rows.
+struct BlurKernels {
+  // out[i] = min(sum over k of taps[k <= reach ? k : 2 * reach - k] * rows[k][i] >> shift, 255, or 65535 for words).
+  void (*SumBytes)(const uint8_t* const* rows, const BlurWeights& weights, uint8_t* out, size_t count);
+  void (*SumWords)(const uint16_t* const* rows, const BlurWeights& weights, uint16_t* out, size_t count);
+};
+
 struct Kernels {
   const char* level;
   LutKernels lut;
   BlendKernels blend;
+  BlurKernels blur;
 };
 
 // The kernels of the best level that this processor has, chosen on the first call.

@@ -1,0 +1,56 @@
+// The separable blur as a stream of rows, for operations that go on with the blurred samples at once.
+#ifndef ZEL_FILTER_BLURRED_ROWS_H_
+#define ZEL_FILTER_BLURRED_ROWS_H_
+
+#include "core/image.h"
+#include "core/scratch.h"
+#include "simd/kernels.h"
+
+namespace zel {
+
+// Columns worth summing at a time, so that the rows of a block stay in the first-level cache.
+constexpr size_t kBlurTile = 768;
+
+// Walks the rows of a region from top to bottom in blocks. A block is first blurred along its rows, those within reach
+// above and below it included; any part of it can then be summed along the columns. Only a ring of such rows is kept.
+//
+//   while (const int32_t ready = rows.NextBlock())
+//     for (every tile of columns) for (i = 0 .. ready - 1) rows.Sum(i, first, count, out);
+//
+// The source rows of a block are not read again by later blocks, so the source may be overwritten with the results.
+template <class T>
+class BlurredRows {
+ public:
+  // The region is not empty and lies inside the image. False without memory.
+  bool Start(const T* source, const Geometry& geometry, const Region& region, const BlurWeights& weights);
+
+  // Goes on to the next rows and returns how many they are, 0 at the end.
+  int32_t NextBlock();
+
+  // Blurred samples first to first + count - 1 of the region's part of row i of the block.
+  void Sum(int32_t i, size_t first, size_t count, T* out) const;
+
+  size_t RowSamples() const { return rowSamples_; }
+  // Where the region's part of row i of the block starts in the image.
+  size_t Offset(int32_t i) const {
+    return geometry_.RowOffset(blockTop_ + i) + static_cast<size_t>(region_.left) * geometry_.channels;
+  }
+
+ private:
+  T* Row(int32_t y) const { return ring_.data() + y % ringRows_ * rowSamples_; }
+  void FilterRow(int32_t y);
+
+  const T* source_ = nullptr;
+  Geometry geometry_;
+  Region region_;
+  BlurWeights weights_;
+  size_t rowSamples_ = 0;
+  int32_t blockTop_ = 0, blockRows_ = 0;
+  int32_t ringRows_ = 0, filteredEnd_ = 0;
+  Scratch<T> ring_;  // rows blurred along themselves, row y in slot y % ringRows_
+  Scratch<T> line_;  // one source row with its surroundings
+};
+
+}  // namespace zel
+
+#endif  // ZEL_FILTER_BLURRED_ROWS_H_

@@ -1,0 +1,100 @@
+#include "filter/gaussian_blur.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "filter/blurred_rows.h"
+
+namespace zel {
+
+namespace {
+
+// From here on the kernel is flat to the last digit, and its square is still far from overflow.
+constexpr double kMostSigma = 1e6;
+
+int32_t Rounded(double value) {
+  return static_cast<int32_t>(value + 0.5);
+}
+
+template <class T>
+bool Blur(const T* source, T* destination, const Geometry& geometry, const Region& region, const BlurWeights& weights) {
+  BlurredRows<T> rows;
+  if (!rows.Start(source, geometry, region, weights)) return false;
+  while (const int32_t ready = rows.NextBlock()) {
+    for (size_t first = 0; first < rows.RowSamples(); first += kBlurTile) {
+      const size_t count = std::min(kBlurTile, rows.RowSamples() - first);
+      for (int32_t i = 0; i < ready; ++i) rows.Sum(i, first, count, destination + rows.Offset(i) + first);
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+int32_t MakeGaussianKernel(int32_t* weights, double sigma) {
+  weights[0] = 1;
+  if (!(sigma >= 0.1)) return 1;
+  sigma = std::min(sigma, kMostSigma);
+
+  double g[kMaxBlurReach + 1];
+  double total = 0.0;
+  for (int32_t d = 0; d <= kMaxBlurReach; ++d) {
+    const double e = d * d / (2.0 * sigma * sigma);
+    g[d] = e < 230.0 ? (0.39894228 / sigma) / std::exp(e) : 0.0;
+    if (d > 0) total += g[d];
+  }
+  total = g[0] + 2.0 * total;
+  const auto weight = [&](int32_t d) { return Rounded(g[d] * 1024.0 / total); };
+
+  // The first tap that no longer matters still belongs to the kernel.
+  int32_t reach = 0;
+  for (double tail = total + g[0]; reach < kMaxBlurReach; ++reach) {
+    tail -= 2.0 * g[reach];
+    if (tail / total < 0.005 || weight(reach) < 4) break;
+  }
+  for (int32_t i = 0; i <= 2 * reach; ++i) weights[i] = weight(std::abs(i - reach));
+  return 2 * reach + 1;
+}
+
+int32_t GaussianKernelLength(double sigma) {
+  int32_t weights[kMaxKernelLength];
+  return MakeGaussianKernel(weights, sigma);
+}
+
+bool MakeBlurWeights(double sigma, BlurWeights* weights) {
+  int32_t kernel[kMaxKernelLength];
+  const int32_t length = MakeGaussianKernel(kernel, sigma);
+  if (length <= 1) return false;
+  int32_t sum = 0;
+  for (int32_t i = 0; i < length; ++i) sum += kernel[i];
+  weights->shift = 0;
+  while (1 << weights->shift < sum) ++weights->shift;
+  const double power = 1 << weights->shift;
+  weights->reach = length / 2;
+  for (int32_t k = 0; k <= weights->reach; ++k) weights->taps[k] = Rounded(kernel[k] * power / sum);
+  return true;
+}
+
+bool GaussianBlur(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, double sigma) {
+  if (!SameImageLayout(source, destination)) return false;
+  return GaussianBlurRaw(source->data, destination->data, GeometryOf(*source), rect, sigma);
+}
+
+bool GaussianBlurRaw(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
+                     double sigma) {
+  if (source == nullptr || destination == nullptr || (geometry.channels != 1 && geometry.channels != 3)) return false;
+  if (!geometry.DescribesMemory()) return false;
+  BlurWeights weights;
+  if (!MakeBlurWeights(sigma, &weights)) {
+    CopySamples(source, destination, geometry);
+    return true;
+  }
+  const Region region = ClampedRegion(rect, geometry.width, geometry.height);
+  if (region.IsEmpty()) return true;
+  return geometry.bits == 8
+             ? Blur(static_cast<const uint8_t*>(source), static_cast<uint8_t*>(destination), geometry, region, weights)
+             : Blur(static_cast<const uint16_t*>(source), static_cast<uint16_t*>(destination), geometry, region,
+                    weights);
+}
+
+}  // namespace zel
