@@ -6,36 +6,38 @@
 
 namespace zel {
 
-namespace {
-
-template <class T>
-void FillLevels(T* table, int64_t last, int64_t white, int64_t black) {
-  if (white <= black) {
-    if (white != 0) {
-      black = white - 1;
-    } else if (black == last) {
-      black = 0;
-      white = last;
+LevelsCurve::LevelsCurve(int32_t last, int32_t white, int32_t black) : last_(last), white_(white), black_(black) {
+  if (white_ <= black_) {
+    if (white_ != 0) {
+      black_ = white_ - 1;
+    } else if (black_ == last_) {
+      black_ = 0;
+      white_ = last_;
     } else {
-      white = black + 1;
+      white_ = black_ + 1;
     }
   }
-  const float scale = static_cast<float>(static_cast<double>(last) / static_cast<double>(white - black));
-  for (int64_t i = 0; i <= last; ++i) {
-    const double v = static_cast<double>(i - black) * static_cast<double>(scale) + 0.5;
-    table[i] = static_cast<T>(i < black ? 0.0 : i >= white ? last : std::min(v, static_cast<double>(last)));
-  }
+  scale_ = static_cast<float>(static_cast<double>(last_) / static_cast<double>(white_ - black_));
 }
 
-}  // namespace
+int32_t LevelsCurve::operator()(int32_t i) const {
+  if (i < black_) return 0;
+  if (i >= white_) return static_cast<int32_t>(last_);
+  const double v = static_cast<double>(i - black_) * static_cast<double>(scale_) + 0.5;
+  return static_cast<int32_t>(std::min(v, static_cast<double>(last_)));
+}
 
 bool MakeLevelsLut(void* block, int32_t tables, int32_t bits, const int32_t* white, const int32_t* black) {
   if (block == nullptr || white == nullptr || black == nullptr || (bits != 8 && bits != 16)) return false;
   for (int32_t k = 0; k < tables; ++k) {
-    if (bits == 8) {
-      FillLevels(static_cast<uint8_t*>(block) + k * kLutEntries8, 255, white[k], black[k]);
-    } else {
-      FillLevels(static_cast<uint16_t*>(block) + k * kLutEntries16, 65535, white[k], black[k]);
+    const int32_t last = bits == 8 ? 255 : 65535;
+    const LevelsCurve curve(last, white[k], black[k]);
+    for (int32_t i = 0; i <= last; ++i) {
+      if (bits == 8) {
+        static_cast<uint8_t*>(block)[k * kLutEntries8 + i] = static_cast<uint8_t>(curve(i));
+      } else {
+        static_cast<uint16_t*>(block)[k * kLutEntries16 + i] = static_cast<uint16_t>(curve(i));
+      }
     }
   }
   return true;

@@ -6,9 +6,19 @@
 
 namespace zel {
 
-// Fills `tables` tables of an 8- or 16-bit block, each from its own white and black point on the block's scale. A white
-// point not above the black point gives a hard step just below it. False, with nothing written, when a pointer is null
-// or bits is neither 8 nor 16.
+// One curve on a scale from 0 to `last`. A white point not above the black point gives a hard step just below it.
+class LevelsCurve {
+ public:
+  LevelsCurve(int32_t last, int32_t white, int32_t black);
+  int32_t operator()(int32_t i) const;
+
+ private:
+  int64_t last_, white_, black_;
+  float scale_;  // single precision is part of the curve's definition
+};
+
+// Fills `tables` tables of an 8- or 16-bit block, each from its own white and black point on the block's scale. False,
+// with nothing written, when a pointer is null or bits is neither 8 nor 16.
 bool MakeLevelsLut(void* block, int32_t tables, int32_t bits, const int32_t* white, const int32_t* black);
 
 }  // namespace zel
