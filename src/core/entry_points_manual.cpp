@@ -1,12 +1,16 @@
 // The manual tools as exported: settings clamped, one operation called, its answer turned into a result code.
 #include "core/entry.h"
 #include "filter/gaussian_blur.h"
+#include "tone/color_temperature.h"
 #include "tone/contrast_brightness.h"
+#include "tone/gamma.h"
+#include "tone/highlight_shadow.h"
 
 using namespace zel;
 
-int32_t ZEL_CALL ZelBasicToolFunc_ColorTemperature(const ImageDesc*, const ImageDesc*, int32_t, const ZelRect*) {
-  return ZEL_REFUSED;
+int32_t ZEL_CALL ZelBasicToolFunc_ColorTemperature(const ImageDesc* source, const ImageDesc* destination,
+                                                   int32_t temperature, const ZelRect* rect) {
+  return ResultOf(ColorTemperature(source, destination, rect, temperature));
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_ContrastBrightness(const ImageDesc* source, const ImageDesc* destination,
@@ -16,13 +20,15 @@ int32_t ZEL_CALL ZelBasicToolFunc_ContrastBrightness(const ImageDesc* source, co
   return ResultOf(ContrastBrightness(source, destination, rect, contrasts, brightnesses));
 }
 
-int32_t ZEL_CALL ZelBasicToolFunc_Gamma(const ImageDesc*, const ImageDesc*, const float*, const ZelRect*) {
-  return ZEL_REFUSED;
+int32_t ZEL_CALL ZelBasicToolFunc_Gamma(const ImageDesc* source, const ImageDesc* destination, const float* gamma,
+                                        const ZelRect* rect) {
+  return ResultOf(GammaCorrect(source, destination, rect, gamma));
 }
 
-int32_t ZEL_CALL ZelBasicToolFunc_HighlightShadow(const ImageDesc*, const ImageDesc*, const int32_t*, const int32_t*,
-                                                  const ZelRect*) {
-  return ZEL_REFUSED;
+int32_t ZEL_CALL ZelBasicToolFunc_HighlightShadow(const ImageDesc* source, const ImageDesc* destination,
+                                                  const int32_t* highlight, const int32_t* shadow,
+                                                  const ZelRect* rect) {
+  return ResultOf(HighlightShadow(source, destination, rect, highlight, shadow, 255));
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_HueSaturation(const ImageDesc*, const ImageDesc*, int32_t, int32_t, const ZelRect*) {
