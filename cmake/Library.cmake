@@ -66,7 +66,8 @@ elseif(NOT EMSCRIPTEN)
 endif()
 
 add_library(zel_static STATIC $<TARGET_OBJECTS:zel_objects> ${ZEL_KERNEL_OBJECTS})
-set_target_properties(zel_static PROPERTIES OUTPUT_NAME zel)
+set_target_properties(zel_static PROPERTIES OUTPUT_NAME zel EXPORT_NAME static)
+add_library(zel::zel ALIAS zel)
 target_include_directories(zel_static PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
   $<INSTALL_INTERFACE:include>)
 target_compile_definitions(zel_static INTERFACE ZEL_STATIC)

@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# Installs a build into an empty prefix, builds the examples against it in the three ways that hosts use, and looks into
+# the packages. Usage: install_test.sh SOURCE_DIR BUILD_DIR
+set -euo pipefail
+source_dir=$1
+build_dir=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+prefix=$work/moved
+
+fail() { echo "FAILED: $*"; exit 1; }
+
+cmake --install "$build_dir" --prefix "$work/prefix" >"$work/install.log" || { cat "$work/install.log"; fail "install"; }
+mv "$work/prefix" "$prefix"  # an installed tree may be moved
+lib=$(dirname "$(find "$prefix" -name libzel.so)")
+
+check_hosts() {
+  LD_LIBRARY_PATH=$lib "$2" | grep -q '^expected refusal: source and destination differ' || fail "$1: C++ host"
+  "$3" "$lib/libzel.so" | grep -q '^result 0: 0 0 0 84 171 255 255 255' || fail "$1: C host"
+}
+
+cmake -S "$source_dir/examples" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" >"$work/cmake.log" &&
+  cmake --build "$work/cmake" >>"$work/cmake.log" || { cat "$work/cmake.log"; fail "CMake package"; }
+check_hosts "CMake package" "$work/cmake/zel_host_cpp" "$work/cmake/zel_host"
+
+export PKG_CONFIG_PATH=$lib/pkgconfig
+# shellcheck disable=SC2046
+c++ -std=c++17 "$source_dir/examples/host.cpp" $(pkg-config --cflags --libs zel) -o "$work/host_pc"
+cc -std=c99 "$source_dir/examples/host.c" -I"$prefix/include" -ldl -o "$work/host_c"
+check_hosts "pkg-config and cc" "$work/host_pc" "$work/host_c"
+
+soname=$(objdump -p "$lib/libzel.so" | awk '/SONAME/ { print $2 }')
+[ "$soname" = libzel.so.2 ] || fail "SONAME is $soname"
+
+(cd "$work" && cpack --config "$build_dir/CPackConfig.cmake" -B "$work/packages" >cpack.log 2>&1) ||
+  { cat "$work/cpack.log"; fail "cpack"; }
+listing() { dpkg-deb -c "$work"/packages/"$1"_*.deb | awk '{ print $6, $7, $8 }'; }
+listing libzel2 | grep -q 'libzel.so.2.1.0' || fail "libzel2 lacks the library"
+listing libzel2 | grep -q 'zel.h' && fail "libzel2 has the header"
+listing libzel-dev | grep -q 'include/zel.hpp' || fail "libzel-dev lacks the header"
+listing libzel-dev | grep -q 'zelConfig.cmake' || fail "libzel-dev lacks the CMake package"
+dpkg-deb -f "$work"/packages/libzel-dev_*.deb Depends | grep -q libzel2 || fail "libzel-dev does not depend on libzel2"
+echo "install, packages and hosts: ok"
