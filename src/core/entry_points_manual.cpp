@@ -1,6 +1,7 @@
 // The manual tools as exported: settings clamped, one operation called, its answer turned into a result code.
 #include "core/entry.h"
 #include "filter/gaussian_blur.h"
+#include "retouch/denoise.h"
 #include "tone/color_temperature.h"
 #include "tone/contrast_brightness.h"
 #include "tone/gamma.h"
@@ -87,7 +88,7 @@ int32_t ZEL_CALL ZelBasicToolFunc_SkinColorful(const ImageDesc* source, const Im
 int32_t ZEL_CALL ZelBasicToolFunc_DeNoise(const ImageDesc* source, const ImageDesc* destination, uint32_t strength,
                                           const ZelRect* rect) {
   if (strength == 0) return ZeroStrengthCopy(source, destination, rect);
-  return ZEL_REFUSED;
+  return ResultOf(DenoiseImage(source, destination, DenoiseStrength(strength)));
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_Sharpen(const ImageDesc*, const ImageDesc*, int32_t, const ZelRect*) {

@@ -1,0 +1,268 @@
+#include "retouch/denoise.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <thread>
+
+#include "retouch/wavelet.h"
+#include "support/images.h"
+
+namespace zel::test {
+namespace {
+
+// The whole operation once more, on whole arrays and one value at a time, mirrored by index.
+using Line = std::vector<double>;
+
+size_t Mirrored(int64_t i, int64_t n) {
+  while (i < 0 || i >= n) i = i < 0 ? -i : 2 * (n - 1) - i;
+  return static_cast<size_t>(i);
+}
+
+void LiftOdd(Line* x, double c) {
+  const int64_t n = static_cast<int64_t>(x->size());
+  for (int64_t i = 1; i < n; i += 2) (*x)[i] = (*x)[i] + c * ((*x)[i - 1] + (*x)[Mirrored(i + 1, n)]);
+}
+
+void LiftEven(Line* x, double c) {
+  const int64_t n = static_cast<int64_t>(x->size());
+  for (int64_t i = 0; i < n; i += 2) (*x)[i] = (*x)[i] + c * ((*x)[Mirrored(i - 1, n)] + (*x)[i + 1]);
+}
+
+Line Forward(Line x) {
+  LiftOdd(&x, -1.586134342);
+  LiftEven(&x, -0.05298011854);
+  LiftOdd(&x, 0.8829110762);
+  LiftEven(&x, 0.4435068522);
+  Line out(x.size());
+  for (size_t i = 0; i < x.size() / 2; ++i) {
+    out[i] = x[2 * i] * 1.149604398;
+    out[x.size() / 2 + i] = x[2 * i + 1] * 0.869864452;
+  }
+  return out;
+}
+
+Line Inverse(const Line& in) {
+  Line x(in.size());
+  for (size_t i = 0; i < x.size() / 2; ++i) {
+    x[2 * i] = in[i] * 0.869864452275695;
+    x[2 * i + 1] = in[x.size() / 2 + i] * 1.1496043983643558;
+  }
+  LiftEven(&x, -0.4435068522);
+  LiftOdd(&x, -0.8829110762);
+  LiftEven(&x, 0.05298011854);
+  LiftOdd(&x, 1.586134342);
+  return x;
+}
+
+struct Plane {
+  int width, height;
+  std::vector<Line> rows;
+
+  void Rows(Line (*lift)(Line), int w, int h) {
+    for (int y = 0; y < h; ++y) {
+      const Line out = lift(Line(rows[y].begin(), rows[y].begin() + w));
+      std::copy(out.begin(), out.end(), rows[y].begin());
+    }
+  }
+  void Columns(Line (*lift)(Line), int w, int h) {
+    for (int x = 0; x < w; ++x) {
+      Line column(h);
+      for (int y = 0; y < h; ++y) column[y] = rows[y][x];
+      column = lift(column);
+      for (int y = 0; y < h; ++y) rows[y][x] = column[y];
+    }
+  }
+  void Shrink(int x0, int y0, int w, int h, int strength, int mode) {
+    uint64_t counts[256] = {};
+    for (int y = y0; y < y0 + h; ++y) {
+      for (int x = x0; x < x0 + w; ++x) ++counts[std::min(static_cast<int>(std::fabs(rows[y][x]) + 0.5), 255)];
+    }
+    uint8_t curve[256];
+    BuildDetailCurve(counts, static_cast<uint64_t>(w) * h, strength, mode, curve);
+    for (int y = y0; y < y0 + h; ++y) {
+      for (int x = x0; x < x0 + w; ++x) {
+        double& c = rows[y][x];
+        const int k = static_cast<int>(std::fabs(c) + 0.5);
+        if (k < 256) c = c < 0 ? -static_cast<double>(curve[k]) : curve[k];
+      }
+    }
+  }
+};
+
+Line InverseOf(Line in) {
+  return Inverse(in);
+}
+
+void ReferenceDenoise(const ImageDesc& source, const ImageDesc& destination, int strength) {
+  const int channels = static_cast<int>(source.format >> 4 & 15);
+  const int64_t memory = static_cast<int64_t>(source.height) * source.stride;
+  const int levels = DetailLevels(source.width, source.height, strength);
+  const int step = 1 << levels;
+  const int width = (source.width + step - 1) / step * step, height = (source.height + step - 1) / step * step;
+  for (int c = 0; c < 3; ++c) {
+    const auto at = [&](int x, int y) { return static_cast<int64_t>(y) * source.stride + x * channels + c; };
+    Plane plane{width, height, std::vector<Line>(height, Line(width))};
+    for (int y = 0; y < height; ++y) {
+      for (int x = 0; x < width; ++x) {
+        const int64_t i = at(std::min(x, source.width - 1), std::min(y, source.height - 1));
+        plane.rows[y][x] = source.data[std::min(i, memory - 1)];
+      }
+    }
+    for (int l = 0; l < levels; ++l) {
+      plane.Rows(Forward, width >> l, height >> l);
+      plane.Columns(Forward, width >> l, height >> l);
+    }
+    for (int l = 0; l < levels; ++l) {
+      const int w = width >> (l + 1), h = height >> (l + 1);
+      plane.Shrink(w, 0, w, h, strength >> l, 1);
+      plane.Shrink(0, h, w, h, strength >> l, 1);
+      plane.Shrink(w, h, w, h, strength >> l, 2);
+    }
+    for (int l = levels - 1; l >= 0; --l) {
+      plane.Columns(InverseOf, width >> l, height >> l);
+      plane.Rows(InverseOf, width >> l, height >> l);
+    }
+    for (int y = 0; y < source.height; ++y) {
+      for (int x = 0; x < source.width; ++x) {
+        const int value = static_cast<int>(plane.rows[y][x]);
+        if (at(x, y) < memory) destination.data[at(x, y)] = static_cast<uint8_t>(std::min(std::max(value, 0), 255));
+      }
+    }
+  }
+}
+
+TEST(Denoise, EqualsTheReferenceBitForBit) {
+  const Shape shapes[] = {{33, 47, 3, 8, true, 0},  {8, 8, 3, 8, false, 1},   {7, 90, 3, 8, true, 2},
+                          {129, 70, 4, 8, true, 3}, {64, 64, 3, 8, false, 0}, {41, 30, 1, 8, false, 0},
+                          {40, 31, 1, 8, false, 5}, {37, 29, 2, 8, false, 1}, {1, 1, 1, 8, false, 0},
+                          {2, 1, 3, 8, false, 0},   {200, 9, 3, 8, true, 0},  {17, 260, 3, 8, true, 0}};
+  for (const Shape& shape : shapes) {
+    for (const int strength : {1, 2, 9, 100, 150, 700}) {
+      SCOPED_TRACE(NameOf(shape) + " strength " + std::to_string(strength));
+      const TestImage source(shape), before(shape, 2);
+      TestImage expected(before), actual(before), expectedInPlace(source), inPlace(source);
+      ReferenceDenoise(*source.desc(), *expected.desc(), strength);
+      ReferenceDenoise(*expectedInPlace.desc(), *expectedInPlace.desc(), strength);
+      for (size_t index = 0; index < KernelLevel::Count(); ++index) {
+        const KernelLevel level(index);
+        TestImage out(before), changed(source);
+        ASSERT_TRUE(DenoiseImage(source.desc(), out.desc(), strength));
+        ASSERT_TRUE(DenoiseImage(changed.desc(), changed.desc(), strength));
+        EXPECT_TRUE(out.SameBytes(expected)) << "level " << index;
+        EXPECT_TRUE(changed.SameBytes(expectedInPlace)) << "in place, level " << index;
+        EXPECT_TRUE(out.GuardsIntact() && changed.GuardsIntact());
+      }
+    }
+  }
+}
+
+TEST(Denoise, KeepsTheImageLaws) {
+  Laws laws;
+  laws.usesRect = false;
+  const std::vector<Shape> shapes = {{37, 23, 3, 8, true, 5}, {37, 23, 3, 8, false, 0}, {37, 23, 3, 16, true, 0}};
+  ExpectImageLaws([](const ImageDesc* source, const ImageDesc* destination,
+                     const ZelRect* rect) { return ZelBasicToolFunc_DeNoise(source, destination, 30, rect); },
+                  shapes, laws);
+}
+
+TEST(Denoise, LevelsFollowSizeAndStrength) {
+  const int sides[] = {1, 7, 8, 15, 16, 17, 31, 32, 300, 4000, INT32_MAX};
+  const int levels[] = {0, 0, 1, 1, 2, 2, 2, 3, 6, 9, 9};
+  for (size_t i = 0; i < std::size(sides); ++i) {
+    EXPECT_EQ(DetailLevels(sides[i], INT32_MAX, INT32_MAX), levels[i]) << sides[i];
+    EXPECT_EQ(DetailLevels(INT32_MAX, sides[i], 100), std::min(levels[i], 6)) << sides[i];
+    EXPECT_EQ(DetailLevels(sides[i], sides[i], 3), std::min(levels[i], 1)) << sides[i];
+    EXPECT_EQ(DetailLevels(sides[i], sides[i], 1), 0);
+  }
+  EXPECT_EQ(PaddedSize(17, 2), 20);
+  EXPECT_EQ(PaddedSize(INT32_MAX, 9), int64_t{1} << 31);
+}
+
+TEST(Denoise, SettingsBecomeStrengths) {
+  EXPECT_EQ(DenoiseStrength(1), 2);
+  EXPECT_EQ(DenoiseStrength(50), 100);
+  EXPECT_EQ(DenoiseStrength(51), 101);
+  EXPECT_EQ(DenoiseStrength(100), 150);
+  EXPECT_EQ(DenoiseStrength(INT32_MAX), INT32_MAX);
+  const TestImage source({16, 16, 3});
+  TestImage out({16, 16, 3}, 2);
+  const TestImage before(out);
+  for (const uint32_t setting : {0x80000000u, 0x80000001u, 0xFFFFFFFFu}) {
+    EXPECT_EQ(ZelBasicToolFunc_DeNoise(source.desc(), out.desc(), setting, nullptr), ZEL_REFUSED);
+  }
+  EXPECT_TRUE(out.SameBytes(before));
+  EXPECT_EQ(ZelBasicToolFunc_DeNoise(source.desc(), out.desc(), INT32_MAX, nullptr), ZEL_OK);
+}
+
+TEST(Denoise, LiftingReconstructs) {
+  for (const size_t count : {2, 4, 6, 8, 34, 1000}) {
+    std::vector<double> in(count), middle(count), out(count);
+    for (size_t i = 0; i < count; ++i) in[i] = static_cast<double>(i * i * 7919 % 256);
+    LiftForward97(in.data(), middle.data(), count);
+    LiftInverse97(middle.data(), out.data(), count);
+    for (size_t i = 0; i < count; ++i) ASSERT_NEAR(out[i], in[i], 1e-9 * 255);
+    // A constant has no detail, and its mean grows by the square root of two.
+    std::fill(in.begin(), in.end(), 100.0);
+    LiftForward97(in.data(), middle.data(), count);
+    for (size_t i = 0; i < count; ++i) EXPECT_NEAR(middle[i], i < count / 2 ? 141.4213562 : 0.0, 1e-5);
+  }
+}
+
+TEST(Denoise, CurveHasItsKneeWhereTheDetailsEnd) {
+  const auto knee = [](int largest, uint64_t area, int strength, int mode, int entry) {
+    uint64_t counts[256] = {};
+    counts[largest] = area / 2048 + 1;
+    counts[0] = area - counts[largest];
+    uint8_t curve[256];
+    BuildDetailCurve(counts, area, strength, mode, curve);
+    return static_cast<int>(curve[entry]);
+  };
+  // Modes 1, 2 and 4 have their knees at 20, 40 and 60 of 80.
+  EXPECT_EQ(knee(80, 4096, 50, 1, 20), 15);
+  EXPECT_EQ(knee(80, 4096, 100, 2, 40), 20);
+  EXPECT_EQ(knee(80, 4096, 100, 3, 40), 20);
+  EXPECT_EQ(knee(80, 4096, 101, 4, 60), 30);
+  EXPECT_EQ(knee(80, 4096, 200, 2, 40), 10);
+  EXPECT_EQ(knee(80, 4096, 300, 2, 40), 0);
+  EXPECT_EQ(knee(80, 4096, INT32_MAX, 2, 40), 0);
+  // The fixed points: half and three quarters for mode 1, three quarters and all for mode 2.
+  EXPECT_EQ(knee(80, 4096, 100, 1, 40), 40);
+  EXPECT_EQ(knee(80, 4096, 100, 1, 60), 60);
+  EXPECT_EQ(knee(80, 4096, 100, 2, 60), 60);
+  EXPECT_EQ(knee(80, 4096, 100, 2, 80), 80);
+  EXPECT_EQ(knee(255, 4096, 100, 2, 254), 254);
+  // Points that meet move apart: the third from 1 to 2 with height 1, the fourth from 2 to 3 with height 2.
+  EXPECT_EQ(knee(2, 4096, 100, 2, 1), 1);
+  EXPECT_EQ(knee(2, 4096, 100, 2, 2), 1);
+  EXPECT_EQ(knee(2, 4096, 100, 2, 3), 2);
+  // Too small a maximum keeps the identity.
+  for (int k = 0; k < 256; ++k) EXPECT_EQ(knee(3, 4096, 100, 1, k), k);
+  for (int k = 0; k < 256; ++k) EXPECT_EQ(knee(1, 4096, 100, 2, k), k);
+}
+
+TEST(Denoise, DetailsAreRoundedAndKeepTheirSign) {
+  uint8_t curve[256];
+  for (int k = 0; k < 256; ++k) curve[k] = static_cast<uint8_t>(k / 2);
+  double values[] = {7.5, -7.5, -7.49, 255.49, 255.5, -900.25, 0.4};
+  ApplyDetailCurve(values, 7, curve);
+  const double expected[] = {4, -4, -3, 127, 255.5, -900.25, 0};
+  for (int i = 0; i < 7; ++i) EXPECT_EQ(values[i], expected[i]);
+}
+
+TEST(Denoise, CallsInTwoThreadsDoNotMeet) {
+  const TestImage a({120, 80, 3}), b({90, 140, 3}, 5);
+  TestImage aloneA(a), aloneB(b), togetherA(a), togetherB(b);
+  ASSERT_TRUE(DenoiseImage(a.desc(), aloneA.desc(), 80));
+  ASSERT_TRUE(DenoiseImage(b.desc(), aloneB.desc(), 120));
+  for (int round = 0; round < 20; ++round) {
+    std::thread other([&] { DenoiseImage(a.desc(), togetherA.desc(), 80); });
+    DenoiseImage(b.desc(), togetherB.desc(), 120);
+    other.join();
+    ASSERT_TRUE(togetherA.SameBytes(aloneA) && togetherB.SameBytes(aloneB));
+  }
+}
+
+}  // namespace
+}  // namespace zel::test
