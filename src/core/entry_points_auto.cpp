@@ -4,6 +4,7 @@
 #include "core/channel_lut.h"
 #include "core/entry.h"
 #include "core/platform.h"
+#include "selective/color_cast.h"
 #include "tone/smart_contrast.h"
 
 using namespace zel;
@@ -54,8 +55,12 @@ int32_t ZEL_CALL ZelTavoraFunc_SmartContrast(const ImageDesc* source, const Imag
   return result;
 }
 
-int32_t ZEL_CALL ZelTavoraFunc_ColorCast(const ImageDesc*, const ImageDesc*, uint32_t, int32_t, const ZelRect*) {
-  return ZEL_REFUSED;
+int32_t ZEL_CALL ZelTavoraFunc_ColorCast(const ImageDesc* source, const ImageDesc* destination, uint32_t reserved,
+                                         int32_t strength, const ZelRect* rect) {
+  uint8_t block[ZEL_LUT1D_BYTES];
+  MakeIdentityLut(block, 3, 8);
+  ZelTavoraFunc_ColorCast_Get1DLut(source, reserved, strength, block);
+  return Apply(source, destination, rect, block);
 }
 
 int32_t ZEL_CALL ZelTavoraFunc_Colorful(const ImageDesc* source, const ImageDesc*, int32_t, int32_t, const ZelRect*) {
@@ -117,8 +122,9 @@ int32_t ZEL_CALL ZelTavoraFunc_SmartContrast_Get1DLut(const ImageDesc* source, i
   return ResultOf(strength == 0);
 }
 
-int32_t ZEL_CALL ZelTavoraFunc_ColorCast_Get1DLut(const ImageDesc*, uint32_t, int32_t, uint8_t*) {
-  return ZEL_REFUSED;
+int32_t ZEL_CALL ZelTavoraFunc_ColorCast_Get1DLut(const ImageDesc* source, uint32_t, int32_t strength, uint8_t* block) {
+  CorrectCast(source, 0, kKeepAll, strength, block);
+  return ZEL_OK;
 }
 
 int32_t ZEL_CALL ZelTavoraFunc_Colorful_Get3DLut(const ImageDesc* source, int32_t, int32_t, const ZelRect*,

@@ -1,7 +1,9 @@
 // The manual tools as exported: settings clamped, one operation called, its answer turned into a result code.
+#include "core/channel_lut.h"
 #include "core/entry.h"
 #include "filter/gaussian_blur.h"
 #include "retouch/denoise.h"
+#include "selective/color_cast.h"
 #include "tone/color_temperature.h"
 #include "tone/contrast_brightness.h"
 #include "tone/gamma.h"
@@ -41,8 +43,15 @@ int32_t ZEL_CALL ZelBasicToolFunc_HueSaturationPro(const ImageDesc*, const Image
   return ZEL_REFUSED;
 }
 
-int32_t ZEL_CALL ZelBasicToolFunc_ColorCorrect(const ImageDesc*, const ImageDesc*, int32_t, int32_t) {
-  return ZEL_REFUSED;
+int32_t ZEL_CALL ZelBasicToolFunc_ColorCorrect(const ImageDesc* source, const ImageDesc* destination, int32_t colour,
+                                               int32_t strength) {
+  // Colours come in the order of the hue wheel, families in the order of their table.
+  constexpr int32_t kFamilyOfColour[] = {0, 1, 6, 2, 4, 3, 5};
+  uint8_t block[ZEL_LUT1D_BYTES];
+  if (colour < 0 || colour > 6 || !CorrectCast(source, kFamilyOfColour[colour], kKeepAll, strength, block)) {
+    return ZEL_REFUSED;
+  }
+  return ResultOf(ApplyChannelLut(source, destination, nullptr, block, 3, 8));
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_LightCorrect(const ImageDesc* source, const ImageDesc* destination,
@@ -51,8 +60,9 @@ int32_t ZEL_CALL ZelBasicToolFunc_LightCorrect(const ImageDesc* source, const Im
   return ZEL_REFUSED;
 }
 
-int32_t ZEL_CALL ZelBasicToolFunc_ColorCastManual(const ImageDesc*, const ImageDesc*, int32_t, const ZelRect*) {
-  return ZEL_REFUSED;
+int32_t ZEL_CALL ZelBasicToolFunc_ColorCastManual(const ImageDesc* source, const ImageDesc* destination,
+                                                  int32_t strength, const ZelRect* rect) {
+  return ResultOf(CorrectMarkedCast(source, destination, strength, rect));
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_FoliageColorful(const ImageDesc* source, const ImageDesc* destination,
