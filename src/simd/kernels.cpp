@@ -14,6 +14,7 @@ namespace ZEL_ISA {
 #include "simd/blend.inl"
 #include "simd/blur.inl"
 #include "simd/lut.inl"
+#include "simd/weight_lattice.inl"
 
 #define ZEL_QUOTED_(x) #x
 #define ZEL_QUOTED(x) ZEL_QUOTED_(x)
@@ -23,6 +24,7 @@ extern const Kernels kKernels = {
     kLutKernels,
     kBlendKernels,
     kBlurKernels,
+    kWeightKernels,
 };
 
 }  // namespace ZEL_ISA

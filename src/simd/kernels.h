@@ -51,11 +51,20 @@ struct BlurKernels {
   void (*SumWords)(const uint16_t* const* rows, const BlurWeights& weights, uint16_t* out, size_t count);
 };
 
+// Weights of colours from a grid (weight_lattice.inl).
+struct WeightKernels {
+  // out[p] = (sum of cell[k] * the product of its shares along the three axes, for the eight corners k) / 4913, with
+  // cell = cells + 8 * (i0 + 16 * i1 + 256 * i2), the samples v of pixel p at in[step * p ..], i = v / 17, f = v % 17;
+  // bit a of k chooses the share f on axis a, else 17 - f. `out` is not `in`.
+  void (*WeighPixels)(const uint8_t* in, uint8_t* out, size_t pixels, size_t step, const uint8_t* cells);
+};
+
 struct Kernels {
   const char* level;
   LutKernels lut;
   BlendKernels blend;
   BlurKernels blur;
+  WeightKernels weight;
 };
 
 // The kernels of the best level that this processor has, chosen on the first call.

@@ -1,0 +1,36 @@
+#include "selective/region_points.h"
+
+#include "color/rgb_to_hsl.h"
+#include "core/pixel.h"
+
+namespace zel {
+
+namespace {
+
+bool HueSatAt(const ImageDesc* source, const ZelPoint* point, HueSat* result) {
+  if (!IsUsable(source) || point == nullptr) return false;
+  const Geometry geometry = GeometryOf(*source);
+  if (geometry.channels < 3 || !IsInside(*point, geometry)) return false;
+  const Rgb c = ColourAt(source->data, geometry, point->x, point->y);
+  *result = geometry.bits == 8 ? PixelHueSat(c.red, c.green, c.blue) : PixelHueSat16(c.red, c.green, c.blue);
+  return true;
+}
+
+}  // namespace
+
+bool IsSkinPoint(const ImageDesc* source, const ZelPoint* point) {
+  HueSat pixel;
+  return HueSatAt(source, point, &pixel) && pixel.saturation != 0 && (pixel.hue >= 300 || pixel.hue <= 120);
+}
+
+bool IsFoliagePoint(const ImageDesc* source, const ZelPoint* point) {
+  HueSat pixel;
+  return HueSatAt(source, point, &pixel) && pixel.hue >= 30 && pixel.hue <= 180;
+}
+
+bool IsSkyPoint(const ImageDesc* source, const ZelPoint* point) {
+  HueSat pixel;
+  return HueSatAt(source, point, &pixel) && pixel.hue >= 150 && pixel.hue < 330;
+}
+
+}  // namespace zel

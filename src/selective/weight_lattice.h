@@ -1,0 +1,26 @@
+// Weights of colours on a coarse grid, interpolated between its nodes.
+#ifndef ZEL_SELECTIVE_WEIGHT_LATTICE_H_
+#define ZEL_SELECTIVE_WEIGHT_LATTICE_H_
+
+#include <cstddef>
+#include <cstdint>
+
+namespace zel {
+
+// 16 x 16 x 16 byte weights for the colours whose red, green and blue are 0, 17, 34 .. 255. The weight of the levels
+// r, g, b (0 to 15) is entry r + 16 * g + 256 * b.
+constexpr int32_t kLatticeLevels = 16;
+constexpr int32_t kLatticeStep = 17;
+constexpr size_t kLatticeEntries = 4096;
+
+// The weight of an 8-bit colour: trilinear, exact, the final quotient truncated. A grid colour gets its entry.
+int32_t SampleWeightLattice(const uint8_t* lattice, int32_t red, int32_t green, int32_t blue);
+
+// The eight corners of every cell side by side, as the row kernel reads them; the last sample's axis is the slowest.
+// With `blueFirst` the axes change places, so that the kernel takes samples in memory order.
+constexpr size_t kCellBytes = 8 * kLatticeEntries;
+void PackWeightCells(const uint8_t* lattice, bool blueFirst, uint8_t* cells);
+
+}  // namespace zel
+
+#endif  // ZEL_SELECTIVE_WEIGHT_LATTICE_H_
