@@ -19,6 +19,7 @@ namespace ZEL_ISA {
 #define ZEL_QUOTED_(x) #x
 #define ZEL_QUOTED(x) ZEL_QUOTED_(x)
 
+// clang-format off
 extern const Kernels kKernels = {
     ZEL_QUOTED(ZEL_ISA),
     kLutKernels,
@@ -26,6 +27,7 @@ extern const Kernels kKernels = {
     kBlurKernels,
     kWeightKernels,
 };
+// clang-format on
 
 }  // namespace ZEL_ISA
 }  // namespace zel
