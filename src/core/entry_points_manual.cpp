@@ -1,4 +1,8 @@
 // The manual tools as exported: settings clamped, one operation called, its answer turned into a result code.
+#include <algorithm>
+
+#include "color/hue_saturation.h"
+#include "color/hue_saturation_ranges.h"
 #include "core/channel_lut.h"
 #include "core/entry.h"
 #include "filter/gaussian_blur.h"
@@ -10,6 +14,14 @@
 #include "tone/highlight_shadow.h"
 
 using namespace zel;
+
+namespace {
+
+int32_t Within(int32_t value, int32_t low, int32_t high) {
+  return std::min(std::max(value, low), high);
+}
+
+}  // namespace
 
 int32_t ZEL_CALL ZelBasicToolFunc_ColorTemperature(const ImageDesc* source, const ImageDesc* destination,
                                                    int32_t temperature, const ZelRect* rect) {
@@ -34,13 +46,23 @@ int32_t ZEL_CALL ZelBasicToolFunc_HighlightShadow(const ImageDesc* source, const
   return ResultOf(HighlightShadow(source, destination, rect, highlight, shadow, 255));
 }
 
-int32_t ZEL_CALL ZelBasicToolFunc_HueSaturation(const ImageDesc*, const ImageDesc*, int32_t, int32_t, const ZelRect*) {
-  return ZEL_REFUSED;
+int32_t ZEL_CALL ZelBasicToolFunc_HueSaturation(const ImageDesc* source, const ImageDesc* destination, int32_t hue,
+                                                int32_t saturation, const ZelRect* rect) {
+  return ResultOf(
+      ApplyHueSaturation(source, destination, rect, Within(hue, -180, 180), Within(saturation, -100, 100), true));
 }
 
-int32_t ZEL_CALL ZelBasicToolFunc_HueSaturationPro(const ImageDesc*, const ImageDesc*, const int32_t*, const int32_t*,
-                                                   const ZelRect*) {
-  return ZEL_REFUSED;
+int32_t ZEL_CALL ZelBasicToolFunc_HueSaturationPro(const ImageDesc* source, const ImageDesc* destination,
+                                                   const int32_t* hues, const int32_t* saturations,
+                                                   const ZelRect* rect) {
+  if (hues == nullptr || saturations == nullptr) return ZEL_REFUSED;
+  RangeSettings settings;
+  for (int32_t i = 0; i < 7; ++i) {
+    const int32_t most = i == 0 ? 180 : 60;
+    settings.hue[i] = Within(hues[i], -most, most);
+    settings.saturation[i] = Within(saturations[i], -100, 100);
+  }
+  return ResultOf(ApplyHueSaturationRanges(source, destination, rect, settings, true));
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_ColorCorrect(const ImageDesc* source, const ImageDesc* destination, int32_t colour,

@@ -59,12 +59,25 @@ struct WeightKernels {
   void (*WeighPixels)(const uint8_t* in, uint8_t* out, size_t pixels, size_t step, const uint8_t* cells);
 };
 
+// Tetrahedral interpolation (lattice.inl).
+constexpr size_t kPaddedLatticeBytes = 12288 + 820;
+struct LatticeKernels {
+  // Colour of every pixel in the lattice: 16 x 16 x 16 nodes of red, green and blue byte, red index fastest, followed
+  // by readable bytes up to kPaddedLatticeBytes, whose values do not matter. `blueFirst` tells the order of the pixels.
+  //   v0 + ((d - (d >> 4)) >> 4) per channel, at most 255, where d sums the differences along the walk of the
+  //   tetrahedron times their fractions
+  // Words are divided by 257 before and multiplied by 257 after.
+  void (*MapLatticeBytes)(const uint8_t* in, uint8_t* out, size_t pixels, const uint8_t* nodes, bool blueFirst);
+  void (*MapLatticeWords)(const uint16_t* in, uint16_t* out, size_t pixels, const uint8_t* nodes, bool blueFirst);
+};
+
 struct Kernels {
   const char* level;
   LutKernels lut;
   BlendKernels blend;
   BlurKernels blur;
   WeightKernels weight;
+  LatticeKernels lattice;
 };
 
 // The kernels of the best level that this processor has, chosen on the first call.

@@ -1,0 +1,30 @@
+// Hue and saturation: all hues turned by the same angle, all saturations scaled by the same factor, lightness kept.
+#ifndef ZEL_COLOR_HUE_SATURATION_H_
+#define ZEL_COLOR_HUE_SATURATION_H_
+
+#include "core/image.h"
+
+namespace zel {
+
+// Everywhere here: `hue` in degrees, any value, wrapped; positive from red towards green towards blue. `saturation`
+// limited to -100 (grey) to 100 (doubled). Greys stay as they are, except in the 16-bit pixel form, where they become 0
+// from 32768 up.
+
+// One pixel, red first; `out` may be `in`.
+void AdjustHueSaturationPixel(const uint8_t in[3], uint8_t out[3], int32_t hue, int32_t saturation);
+void AdjustHueSaturationPixel16(const uint16_t in[3], uint16_t out[3], int32_t hue, int32_t saturation);
+
+// Every node of an 8-bit colour lattice. False for a null lattice or other bits.
+bool AdjustLatticeHueSaturation(void* lattice, int32_t bits, int32_t hue, int32_t saturation);
+
+// The rectangle (reordered and cut), through a lattice or pixel by pixel. The lattice serves 8 and 16 bits alike and is
+// what the tools use; the direct 16-bit form starts its rows at sample `left` instead of 3 x `left`, which is promised.
+// Three channels; in place works. False, with nothing written, on images that differ or cannot be processed.
+bool ApplyHueSaturation(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t hue,
+                        int32_t saturation, bool throughLattice);
+bool HueSaturationSamples(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
+                          int32_t hue, int32_t saturation, bool throughLattice);
+
+}  // namespace zel
+
+#endif  // ZEL_COLOR_HUE_SATURATION_H_

@@ -1,0 +1,162 @@
+#include "color/hue_saturation.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+
+#include "color/adjust_hsl.h"
+#include "color/hue_saturation_ranges.h"
+#include "support/images.h"
+
+namespace zel::test {
+namespace {
+
+using Colour = std::array<int, 3>;
+
+Colour Adjusted(Colour c, int32_t hue, int32_t saturation) {
+  uint8_t pixel[3] = {static_cast<uint8_t>(c[0]), static_cast<uint8_t>(c[1]), static_cast<uint8_t>(c[2])};
+  AdjustHueSaturationPixel(pixel, pixel, hue, saturation);
+  return {pixel[0], pixel[1], pixel[2]};
+}
+
+Colour Adjusted16(Colour c, int32_t hue, int32_t saturation) {
+  uint16_t pixel[3] = {static_cast<uint16_t>(c[0]), static_cast<uint16_t>(c[1]), static_cast<uint16_t>(c[2])};
+  AdjustHueSaturationPixel16(pixel, pixel, hue, saturation);
+  return {pixel[0], pixel[1], pixel[2]};
+}
+
+Colour Ranged(Colour c, const RangeSettings& settings) {
+  uint8_t pixel[3] = {static_cast<uint8_t>(c[0]), static_cast<uint8_t>(c[1]), static_cast<uint8_t>(c[2])};
+  AdjustRangesPixel(pixel, pixel, settings);
+  return {pixel[0], pixel[1], pixel[2]};
+}
+
+TEST(HueSaturation, KeepsTheImageLaws) {
+  for (bool byRange : {false, true}) {
+    ExpectImageLaws(
+        [byRange](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
+          const int32_t hues[7] = {10, 30, -60, 5, 0, 60, -20}, saturations[7] = {5, 100, -100, 40, 0, 20, -30};
+          return byRange ? ZelBasicToolFunc_HueSaturationPro(source, destination, hues, saturations, rect)
+                         : ZelBasicToolFunc_HueSaturation(source, destination, -75, 40, rect);
+        },
+        CommonShapes());
+  }
+}
+
+TEST(HueSaturation, WorksInHexconeHsl) {
+  // Thirds of a turn permute pure colours, half turns give complements; any number of turns does not matter.
+  EXPECT_EQ(Adjusted({255, 0, 0}, 120, 0), (Colour{0, 255, 0}));
+  EXPECT_EQ(Adjusted({255, 0, 0}, -120, 0), (Colour{0, 0, 255}));
+  EXPECT_EQ(Adjusted({255, 0, 0}, 60, 0), (Colour{255, 255, 0}));
+  EXPECT_EQ(Adjusted({200, 40, 90}, 180, 10), Adjusted({200, 40, 90}, -180, 10));
+  EXPECT_EQ(Adjusted({200, 40, 90}, 25, 10), Adjusted({200, 40, 90}, 25 - 360 * 5000, 10));
+  EXPECT_EQ(Adjusted({200, 40, 90}, INT32_MIN, INT32_MAX), Adjusted({200, 40, 90}, INT32_MIN + 360 * 7, 100));
+  // Lightness (200 + 40 + 1) / 2, where dark ends at 128: (100 + S) x L / 100.
+  EXPECT_EQ(Adjusted({200, 40, 90}, 0, -100), (Colour{120, 120, 120}));
+  EXPECT_EQ(Adjusted({200, 40, 90}, 0, 0), (Colour{199, 41, 88}));     // saturation 66, highest 199, hue -18 + 360
+  EXPECT_EQ(Adjusted({200, 100, 100}, 0, 50), (Colour{224, 76, 76}));  // light: saturation 47 x 1.5 = 70
+  for (int v = 0; v < 256; ++v) {
+    for (int saturation : {-100, 0, 100}) EXPECT_EQ(Adjusted({v, v, v}, 77, saturation), (Colour{v, v, v}));
+  }
+  EXPECT_EQ(HueToChannel(10, 200, -300), HueToChannel(10, 200, 60));
+  EXPECT_EQ(HueToChannel(-40, 300, 0), 0);
+  EXPECT_EQ(HueToChannel(-40, 300, 100), 255);
+  EXPECT_EQ(HueToChannel(0, 100, 239), 1);
+}
+
+TEST(HueSaturation, DirectSixteenBitFormIsRightForDarkColoursOnly) {
+  EXPECT_EQ(Adjusted16({100, 20, 20}, 120, 0), (Colour{20, 100, 20}));
+  EXPECT_EQ(Adjusted16({30000, 30000, 30000}, 120, 0), (Colour{30000, 30000, 30000}));
+  EXPECT_EQ(Adjusted16({32768, 32768, 32768}, 0, 0), (Colour{0, 0, 0}));
+  // L = 300, S = 33: the highest channel is 300 + (-45 * 33 + 50) / 100 = 286, the lowest 314.
+  EXPECT_EQ(Adjusted16({400, 200, 200}, 0, 0), (Colour{286, 314, 314}));
+  // L = 40000 wraps: the highest 40000 + (-3974500 + 50) / 100 = 256, the lowest 79744 - 65536 = 14208.
+  EXPECT_EQ(Adjusted16({65535, 14465, 14465}, 0, 100), (Colour{256, 14208, 14208}));
+  EXPECT_EQ(HueToChannel16(-5, -5, 100), 0);
+
+  // The rows of a rectangle start at sample `left`, inside the image.
+  const TestImage source({20, 4, 3, 16, false, 0});
+  TestImage out(source);
+  const ZelRect rect{7, 1, 20, 3};
+  ASSERT_TRUE(ApplyHueSaturation(source.desc(), out.desc(), &rect, 90, 0, false));
+  for (int s = 0; s < 60; ++s) {
+    if (s < 7 || s >= 7 + 39) {
+      EXPECT_EQ(out.Get(0, 1, s), source.Get(0, 1, s)) << s;
+    }
+  }
+  const Colour first = Adjusted16({source.Get(0, 2, 7), source.Get(0, 2, 8), source.Get(0, 2, 9)}, 90, 0);
+  EXPECT_EQ((Colour{out.Get(0, 2, 7), out.Get(0, 2, 8), out.Get(0, 2, 9)}), first);
+  EXPECT_TRUE(out.GuardsIntact());
+  EXPECT_FALSE(ApplyHueSaturationRanges(source.desc(), out.desc(), nullptr, {}, false));
+}
+
+TEST(HueSaturation, LatticeHoldsTheDirectResult) {
+  const TestImage source({37, 23, 3, 8, true, 3});
+  TestImage nodes(source), direct(source), mapped(source);
+  for (int y = 0; y < 23; ++y) {
+    for (int x = 0; x < 37; ++x) {
+      for (int k = 0; k < 3; ++k) nodes.Set(x, y, k, source.Get(x, y, k) / 17 * 17);
+    }
+  }
+  ASSERT_TRUE(ApplyHueSaturation(nodes.desc(), direct.desc(), nullptr, 33, -20, false));
+  ASSERT_TRUE(ApplyHueSaturation(nodes.desc(), mapped.desc(), nullptr, 33, -20, true));
+  EXPECT_TRUE(direct.SameBytes(mapped));
+  RangeSettings settings;
+  settings.hue[2] = 40;
+  settings.saturation[5] = 60;
+  settings.lightness[3] = -50;
+  ASSERT_TRUE(ApplyHueSaturationRanges(nodes.desc(), direct.desc(), nullptr, settings, false));
+  ASSERT_TRUE(ApplyHueSaturationRanges(nodes.desc(), mapped.desc(), nullptr, settings, true));
+  EXPECT_TRUE(direct.SameBytes(mapped));
+}
+
+TEST(HueSaturation, SettingsAreLimited) {
+  const TestImage source({});
+  TestImage far(source), near(source);
+  ZelBasicToolFunc_HueSaturation(source.desc(), far.desc(), 500, -300, nullptr);
+  ZelBasicToolFunc_HueSaturation(source.desc(), near.desc(), 180, -100, nullptr);
+  EXPECT_TRUE(far.SameBytes(near));
+  const int32_t hues[7] = {-400, 100, INT32_MAX, INT32_MIN, 61, -61, 0},
+                limitedHues[7] = {-180, 60, 60, -60, 60, -60, 0};
+  const int32_t wild[7] = {250, INT32_MIN, 101, 0, -101, 7, INT32_MAX}, limited[7] = {100, -100, 100, 0, -100, 7, 100};
+  ZelBasicToolFunc_HueSaturationPro(source.desc(), far.desc(), hues, wild, nullptr);
+  ZelBasicToolFunc_HueSaturationPro(source.desc(), near.desc(), limitedHues, limited, nullptr);
+  EXPECT_TRUE(far.SameBytes(near));
+  EXPECT_EQ(ZelBasicToolFunc_HueSaturationPro(source.desc(), far.desc(), nullptr, limited, nullptr), ZEL_REFUSED);
+}
+
+TEST(HueSaturationRanges, NeighboursBlend) {
+  RangeSettings settings;
+  settings.hue[1] = 60;
+  EXPECT_EQ(Ranged({255, 0, 0}, settings), (Colour{255, 255, 0}));
+  EXPECT_EQ(Ranged({255, 128, 0}, settings), (Colour{255, 255, 0}));  // hue 30 gets half of 60
+  EXPECT_EQ(Ranged({255, 0, 128}, settings), (Colour{255, 0, 0}));    // hue 330 as well
+  EXPECT_EQ(Ranged({0, 0, 255}, settings), (Colour{0, 0, 255}));
+  settings.saturation[1] = -100;
+  settings.lightness[1] = 50;
+  EXPECT_EQ(Ranged({90, 90, 90}, settings), (Colour{90, 90, 90}));
+  EXPECT_EQ(Ranged({255, 0, 0}, settings), (Colour{192, 192, 192}));  // grey 128, then 127 x 50 / 100 more
+  settings = {};
+  settings.lightness[0] = -100;
+  EXPECT_EQ(Ranged({90, 90, 90}, settings), (Colour{0, 0, 0}));
+  for (int32_t i = 0; i < 7; ++i) settings.hue[i] = settings.saturation[i] = settings.lightness[i] = INT32_MAX;
+  EXPECT_EQ(Ranged({255, 0, 0}, settings), (Colour{255, 255, 255}));
+
+  // Every hue gets the plateau's value or the two truncated products.
+  settings = {};
+  const int32_t values[7] = {0, 17, -60, 35, 1, -44, 59};
+  std::copy(values, values + 7, settings.hue);
+  for (int hue = 0; hue < 360; ++hue) {
+    int32_t pure[3];
+    SynthesiseHsl({hue, 100, 128, 255}, pure);
+    const Colour colour{pure[0], pure[1], pure[2]};
+    const int measured = AnalyseHsl(pure[0], pure[1], pure[2]).hue, offset = (measured + 15) % 60;
+    const int a = (measured + 15) % 360 / 60 + 1, b = a % 6 + 1, t = offset - 30;
+    const int shift = offset < 30 ? values[a] : values[b] * t / 30 + values[a] * (30 - t) / 30;
+    EXPECT_EQ(Ranged(colour, settings), Adjusted(colour, shift, 0)) << hue;
+  }
+}
+
+}  // namespace
+}  // namespace zel::test
