@@ -6,6 +6,7 @@
 #include "core/channel_lut.h"
 #include "core/entry.h"
 #include "filter/gaussian_blur.h"
+#include "filter/sharpen.h"
 #include "retouch/denoise.h"
 #include "selective/color_cast.h"
 #include "tone/color_temperature.h"
@@ -123,8 +124,9 @@ int32_t ZEL_CALL ZelBasicToolFunc_DeNoise(const ImageDesc* source, const ImageDe
   return ResultOf(DenoiseImage(source, destination, DenoiseStrength(strength)));
 }
 
-int32_t ZEL_CALL ZelBasicToolFunc_Sharpen(const ImageDesc*, const ImageDesc*, int32_t, const ZelRect*) {
-  return ZEL_REFUSED;
+int32_t ZEL_CALL ZelBasicToolFunc_Sharpen(const ImageDesc* source, const ImageDesc* destination, int32_t amount,
+                                          const ZelRect* rect) {
+  return ResultOf(Sharpen(source, destination, rect, amount));
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_GaussianBlur(const ImageDesc* source, const ImageDesc* destination, float radius,

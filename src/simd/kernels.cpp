@@ -13,6 +13,7 @@ namespace ZEL_ISA {
 
 #include "simd/blend.inl"
 #include "simd/blur.inl"
+#include "simd/convolve.inl"
 #include "simd/lattice.inl"
 #include "simd/lut.inl"
 #include "simd/weight_lattice.inl"
@@ -26,6 +27,7 @@ extern const Kernels kKernels = {
     kLutKernels,
     kBlendKernels,
     kBlurKernels,
+    kConvolveKernels,
     kWeightKernels,
     kLatticeKernels,
 };

@@ -51,6 +51,13 @@ struct BlurKernels {
   void (*SumWords)(const uint16_t* const* rows, const BlurWeights& weights, uint16_t* out, size_t count);
 };
 
+// Neighbourhoods (convolve.inl). `out` is none of the rows.
+struct ConvolveKernels {
+  // out[i] = clamp(sum over j and k of weights[3 * j + k] * rows[j][i + k * step] >> 10, 0, 255). The weights' absolute
+  // values sum to at most 2^31 / 255, so that no order of adding overflows.
+  void (*Convolve3x3)(const uint8_t* const rows[3], size_t step, const int32_t weights[9], uint8_t* out, size_t count);
+};
+
 // Weights of colours from a grid (weight_lattice.inl).
 struct WeightKernels {
   // out[p] = (sum of cell[k] * the product of its shares along the three axes, for the eight corners k) / 4913, with
@@ -76,6 +83,7 @@ struct Kernels {
   LutKernels lut;
   BlendKernels blend;
   BlurKernels blur;
+  ConvolveKernels convolve;
   WeightKernels weight;
   LatticeKernels lattice;
 };
