@@ -9,6 +9,9 @@ packages() {
     tool) echo libvips-dev libcli11-dev nlohmann-json3-dev ;;
     test) echo libgtest-dev clang clang-format python3 ffmpeg opencolorio-tools ;;
     windows) echo g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64 ;;
+    fuzz) echo libclang-rt-14-dev ;;
+    platforms) echo g++-12-multilib lld libc6-dev-arm64-cross libstdc++-12-dev-arm64-cross qemu-user emscripten nodejs valgrind ;;
+    coverage) echo llvm-14 ;;
     docs) echo mkdocs man-db chromium ;;
     *) return 1 ;;
   esac

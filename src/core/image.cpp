@@ -5,6 +5,11 @@
 
 namespace zel {
 
+// Hosts lay the record out by themselves: five fields, 20 bytes, in 32-bit processes, the pointer at its own alignment
+// in 64-bit ones.
+static_assert(sizeof(ImageDesc) == (sizeof(void*) == 4 ? 20 : 24) && offsetof(ImageDesc, data) == 16);
+static_assert(sizeof(ZelRect) == 16 && sizeof(ZelPoint) == 8);
+
 namespace {
 
 int32_t Clamp(int32_t value, int32_t low, int32_t high) {

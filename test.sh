@@ -1,0 +1,55 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds and runs the tests.
+#   ./test.sh          what every change must pass: g++, clang, sanitizers, Windows under Wine
+#   ./test.sh --all    the whole matrix of compilers, processors and systems
+# Logs and builds are in build/.
+set -uo pipefail
+cd "$(dirname "$0")"
+mode=${1:-}
+case $mode in
+  "" | --all) ;;
+  *) sed -n '3,5s/^#   //p' "$0" >&2; exit 2 ;;
+esac
+
+passed=0 failed=0
+mkdir -p build/log
+
+# note RESULT NAME LOG: counts and shows one check.
+note() {
+  if [ "$1" = 0 ]; then
+    passed=$((passed + 1))
+    echo "ok      $2"
+  else
+    failed=$((failed + 1))
+    echo "FAILED  $2, see $3"
+    grep -nE 'error|FAILED|Failure|differs|Sanitizer' -A4 "$3" | head -60
+  fi
+}
+
+# preset NAME [CTEST ARGUMENTS]: configures, builds and runs one preset; every ctest test counts.
+preset() {
+  local name=$1 log=build/log/$1.log
+  shift
+  { cmake --preset "$name" $([ -e tools/zel/CMakeLists.txt ] || echo -DZEL_TOOL=OFF) && cmake --build "build/$name"; } >"$log" 2>&1 || { note 1 "$name: build" "$log"; return; }
+  ctest --test-dir "build/$name" --output-on-failure -j 2 --timeout 1200 "$@" >"$log" 2>&1
+  local done=0
+  while read -r result test; do
+    note "$result" "$name: $test" "$log"
+    done=1
+  done < <(sed -nE 's/^ *[0-9]+\/[0-9]+ Test +#[0-9]+: ([a-z0-9_]+) \.+ *(\**[A-Za-z ]+[a-z]) +[0-9.]+ sec.*/\2:\1/p' "$log" |
+    sed -E 's/^Passed:/0 /; s/^[^0].*:/1 /')
+  [ $done = 1 ] || note 1 "$name: no tests" "$log"
+}
+
+groups=(build tool test windows)
+[ "$mode" != --all ] || groups+=(platforms)
+scripts/install.sh "${groups[@]}" || exit 1
+
+preset release
+preset clang
+preset asan
+preset windows-x64
+preset windows-x86
+
+echo "$passed passed, $failed failed"
+[ $failed = 0 ]
