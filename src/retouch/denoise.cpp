@@ -155,9 +155,10 @@ bool WaveletDenoisePlanes(const uint8_t* source, uint8_t* destination, const Geo
   if (source == nullptr || destination == nullptr || !geometry.DescribesMemory()) return false;
   if (geometry.bits != 8 || strength < 0) return false;
   const int32_t levels = DetailLevels(geometry.width, geometry.height, strength);
-  const uint64_t width = PaddedSize(geometry.width, levels), height = PaddedSize(geometry.height, levels);
-  const uint64_t line = std::max(width, height);
-  if (width * height > PTRDIFF_MAX / sizeof(double)) return false;
+  const uint64_t columns = PaddedSize(geometry.width, levels), rows = PaddedSize(geometry.height, levels);
+  if (columns * rows > PTRDIFF_MAX / sizeof(double)) return false;
+  const size_t width = static_cast<size_t>(columns), height = static_cast<size_t>(rows);
+  const size_t line = std::max(width, height);
   Scratch<double> plane(width * height), group(line * kGroup), scratch(line);
   if (!plane || !group || !scratch) return false;
 
