@@ -7,6 +7,7 @@
 #include "core/entry.h"
 #include "filter/gaussian_blur.h"
 #include "filter/sharpen.h"
+#include "filter/unsharp_mask.h"
 #include "retouch/denoise.h"
 #include "selective/color_cast.h"
 #include "tone/color_temperature.h"
@@ -134,7 +135,7 @@ int32_t ZEL_CALL ZelBasicToolFunc_GaussianBlur(const ImageDesc* source, const Im
   return ResultOf(GaussianBlur(source, destination, rect, radius));
 }
 
-int32_t ZEL_CALL ZelBasicToolFunc_UnsharpMask(const ImageDesc*, const ImageDesc*, int32_t, float, uint32_t,
-                                              const ZelRect*) {
-  return ZEL_REFUSED;
+int32_t ZEL_CALL ZelBasicToolFunc_UnsharpMask(const ImageDesc* source, const ImageDesc* destination, int32_t amount,
+                                              float radius, uint32_t threshold, const ZelRect* rect) {
+  return ResultOf(UnsharpMask(source, destination, rect, amount, radius, threshold));
 }

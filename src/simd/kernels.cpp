@@ -16,6 +16,7 @@ namespace ZEL_ISA {
 #include "simd/convolve.inl"
 #include "simd/lattice.inl"
 #include "simd/lut.inl"
+#include "simd/unsharp.inl"
 #include "simd/weight_lattice.inl"
 
 #define ZEL_QUOTED_(x) #x
@@ -28,6 +29,7 @@ extern const Kernels kKernels = {
     kBlendKernels,
     kBlurKernels,
     kConvolveKernels,
+    kUnsharpKernels,
     kWeightKernels,
     kLatticeKernels,
 };

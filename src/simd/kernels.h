@@ -58,6 +58,18 @@ struct ConvolveKernels {
   void (*Convolve3x3)(const uint8_t* const rows[3], size_t step, const int32_t weights[9], uint8_t* out, size_t count);
 };
 
+// The unsharp mask (unsharp.inl), |gain| up to kMaxByteGain or kMaxWordGain, threshold from 0.
+constexpr int32_t kMaxByteGain = 32767;
+constexpr int32_t kMaxWordGain = 1 << 23;
+struct UnsharpKernels {
+  // With step = max(|in[i] - blurred[i]| - threshold, 0) * gain >> 7:
+  // out[i] = clamp(in[i] + (in[i] < blurred[i] ? -step : step)) to 255, or 65535 for words.
+  void (*PushBytes)(const uint8_t* in, const uint8_t* blurred, uint8_t* out, size_t count, int32_t gain,
+                    int32_t threshold);
+  void (*PushWords)(const uint16_t* in, const uint16_t* blurred, uint16_t* out, size_t count, int32_t gain,
+                    int32_t threshold);
+};
+
 // Weights of colours from a grid (weight_lattice.inl).
 struct WeightKernels {
   // out[p] = (sum of cell[k] * the product of its shares along the three axes, for the eight corners k) / 4913, with
@@ -84,6 +96,7 @@ struct Kernels {
   BlendKernels blend;
   BlurKernels blur;
   ConvolveKernels convolve;
+  UnsharpKernels unsharp;
   WeightKernels weight;
   LatticeKernels lattice;
 };
