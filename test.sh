@@ -41,7 +41,7 @@ preset() {
   [ $done = 1 ] || note 1 "$name: no tests" "$log"
 }
 
-groups=(build tool test windows)
+groups=(build tool test packaging windows)
 [ "$mode" != --all ] || groups+=(platforms)
 scripts/install.sh "${groups[@]}" || exit 1
 

@@ -12,6 +12,8 @@ packages() {
     fuzz) echo libclang-rt-14-dev ;;
     platforms) echo g++-12-multilib lld libc6-dev-arm64-cross libstdc++-12-dev-arm64-cross qemu-user emscripten nodejs valgrind ;;
     coverage) echo llvm-14 ;;
+    packaging) echo dpkg-dev file abigail-tools binutils ;;
+    bench) echo libbenchmark-dev libopencv-dev libopencolorio-dev ffmpeg gnuplot-nox python3 ;;
     docs) echo mkdocs man-db chromium ;;
     *) return 1 ;;
   esac
