@@ -14,6 +14,7 @@ namespace ZEL_ISA {
 #include "simd/blend.inl"
 #include "simd/blur.inl"
 #include "simd/convolve.inl"
+#include "simd/hue.inl"
 #include "simd/lattice.inl"
 #include "simd/lut.inl"
 #include "simd/unsharp.inl"
@@ -32,6 +33,7 @@ extern const Kernels kKernels = {
     kUnsharpKernels,
     kWeightKernels,
     kLatticeKernels,
+    kHueKernels,
 };
 // clang-format on
 

@@ -90,6 +90,16 @@ struct LatticeKernels {
   void (*MapLatticeWords)(const uint16_t* in, uint16_t* out, size_t pixels, const uint8_t* nodes, bool blueFirst);
 };
 
+// Weights of pixels by their hue (hue.inl).
+constexpr int32_t kGreyHue = 360;            // the entry of pixels whose saturation is below one per cent
+constexpr size_t kHueWeights = 360 + 1 + 3;  // degrees, grey, and three that are read along but never count
+struct HueKernels {
+  // out[p] = weights[hue of pixel p], by the integer hue and saturation of RgbToHsl; kHueWeights entries. `blueFirst`
+  // tells the order of the pixels. `out` is not `in`.
+  void (*WeighHuesOfBytes)(const uint8_t* in, uint8_t* out, size_t pixels, const uint8_t* weights, bool blueFirst);
+  void (*WeighHuesOfWords)(const uint16_t* in, uint8_t* out, size_t pixels, const uint8_t* weights, bool blueFirst);
+};
+
 struct Kernels {
   const char* level;
   LutKernels lut;
@@ -99,6 +109,7 @@ struct Kernels {
   UnsharpKernels unsharp;
   WeightKernels weight;
   LatticeKernels lattice;
+  HueKernels hue;
 };
 
 // The kernels of the best level that this processor has, chosen on the first call.
