@@ -10,6 +10,13 @@ namespace zel {
 constexpr size_t kLutEntries8 = 256;
 constexpr size_t kLutEntries16 = 65536;
 
+// The 16-bit value of an 8-bit table at a 16-bit sample: entry i stands at 257 * i, a straight line in between.
+inline uint16_t Interpolated(const uint8_t* table, int32_t sample) {
+  const int32_t i = sample / 257;
+  const int32_t step = i == 255 ? 0 : table[i + 1] - table[i];
+  return static_cast<uint16_t>(257 * table[i] + step * (sample - 257 * i));
+}
+
 // Fills `tables` tables of `block` with the identity; allocates the block (to be given to ReleaseBytes) when there is
 // none. Returns the block; null when the allocation failed. Bits other than 8 and 16 return `block` as it came.
 void* MakeIdentityLut(void* block, int32_t tables, int32_t bits);

@@ -6,6 +6,7 @@
 #include "core/platform.h"
 #include "selective/color_cast.h"
 #include "tone/smart_contrast.h"
+#include "tone/tone_enhancement.h"
 
 using namespace zel;
 
@@ -14,13 +15,6 @@ namespace {
 // A curve from a _Get1DLut function applied to the rectangle.
 int32_t Apply(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, const uint8_t* block) {
   return ResultOf(ApplyChannelLut(source, destination, rect, block, 3, 8));
-}
-
-// Internal level of a strength: doubled up to the full stretch at 50, then steeper.
-int32_t SmartContrastLevel(int32_t strength) {
-  const int64_t s = strength;
-  const int64_t level = s < 50 ? 2 * s : s < 90 ? (2 * (5 * s - 250)) / 4 + 100 : 2 * (5 * s - 350);
-  return static_cast<int32_t>(level > 400 ? 400 : level < INT32_MIN ? INT32_MIN : level);
 }
 
 }  // namespace
@@ -38,7 +32,7 @@ int32_t ZEL_CALL ZelTavoraFunc_ToneEnhancement(const ImageDesc* source, const Im
   int32_t result = ZelTavoraFunc_ToneEnhancement_Get1DLut(source, flag, style, strength, nullptr, block);
   if (result != ZEL_OK) return result;
   result = Apply(source, destination, rect, block);
-  if (result == ZEL_OK) ReportTime(start);
+  ReportTime(start);
   return result;
 }
 
@@ -108,10 +102,10 @@ int32_t ZEL_CALL ZelTavoraFunc_ColorTemperature(const ImageDesc* source, const I
   return ZelBasicToolFunc_ColorTemperature(source, destination, static_cast<int32_t>(limited), rect);
 }
 
-int32_t ZEL_CALL ZelTavoraFunc_ToneEnhancement_Get1DLut(const ImageDesc* source, int32_t, int32_t, int32_t,
-                                                        const ZelRect*, uint8_t* block) {
+int32_t ZEL_CALL ZelTavoraFunc_ToneEnhancement_Get1DLut(const ImageDesc* source, int32_t flag, int32_t style,
+                                                        int32_t strength, const ZelRect* rect, uint8_t* block) {
   if (source == nullptr || block == nullptr) return ZEL_NULL_ARGUMENT;
-  return ZEL_REFUSED;
+  return ResultOf(ToneEnhancementLut(source, flag, style, strength, rect, block));
 }
 
 int32_t ZEL_CALL ZelTavoraFunc_SmartContrast_Get1DLut(const ImageDesc* source, int32_t, int32_t strength,

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "core/channel_lut.h"
+
 namespace zel {
 
 namespace {
@@ -35,16 +37,34 @@ Grid GridOf(const Geometry& geometry, const ZelRect* rect, const Sampling& sampl
 }
 
 template <class T>
-int64_t Count(const T* samples, const Geometry& geometry, const Grid& grid, float* block) {
-  constexpr int32_t kDivisor = sizeof(T) == 1 ? 1 : 257;
-  const int32_t tableOfFirst = geometry.channels == 3 && geometry.blueFirst ? 2 : 0;
-  float* const tables[3] = {block + tableOfFirst * kBins, block + kBins, block + (2 - tableOfFirst) * kBins};
+int32_t Bin(T sample) {
+  return sizeof(T) == 1 ? sample : sample / 257;
+}
+
+int32_t BinThrough(const uint8_t* curve, uint8_t sample) {
+  return curve[sample];
+}
+int32_t BinThrough(const uint8_t* curve, uint16_t sample) {
+  return Interpolated(curve, sample) / 257;
+}
+
+template <class T>
+int64_t Count(const T* samples, const Geometry& geometry, const Grid& grid, const AppliedCurves* through,
+              float* block) {
+  const bool swapped = geometry.channels == 3 && geometry.blueFirst;
   int64_t visited = 0;
   // Positions in 64 bits: a step beyond the right edge may leave 32.
   for (int64_t y = grid.top; y <= grid.bottom; y += grid.rowStep) {
     const T* const row = samples + geometry.RowOffset(static_cast<int32_t>(y));
+    const bool curvedRow = through != nullptr && y >= through->region.top && y < through->region.bottom;
     for (int64_t x = grid.left; x <= grid.right; x += grid.columnStep) {
-      for (int32_t k = 0; k < geometry.channels; ++k) tables[k][row[x * geometry.channels + k] / kDivisor] += 1.0f;
+      const bool curved = curvedRow && x >= through->region.left && x < through->region.right;
+      for (int32_t k = 0; k < geometry.channels; ++k) {
+        const T sample = row[x * geometry.channels + k];
+        const int32_t table = swapped ? 2 - k : k;
+        const int32_t bin = curved ? BinThrough(through->block + table * kLutEntries8, sample) : Bin(sample);
+        block[table * kBins + bin] += 1.0f;
+      }
       ++visited;
     }
   }
@@ -93,8 +113,9 @@ int32_t ComputeHistogram(const void* samples, const Geometry& geometry, const Ze
   if (samples == nullptr || !geometry.DescribesMemory() || (geometry.channels != 1 && geometry.channels != 3)) return 0;
   if (!ClearHistogram(block, geometry.channels)) return 0;
   const Grid grid = GridOf(geometry, rect, sampling);
-  const int64_t visited = geometry.bits == 8 ? Count(static_cast<const uint8_t*>(samples), geometry, grid, block)
-                                             : Count(static_cast<const uint16_t*>(samples), geometry, grid, block);
+  const int64_t visited = geometry.bits == 8
+                              ? Count(static_cast<const uint8_t*>(samples), geometry, grid, sampling.through, block)
+                              : Count(static_cast<const uint16_t*>(samples), geometry, grid, sampling.through, block);
   const int32_t count = static_cast<int32_t>(std::min<int64_t>(visited, INT32_MAX));
   if (normalise) {
     for (int32_t i = 0; i < geometry.channels * kBins; ++i) block[i] /= static_cast<float>(count);
@@ -117,10 +138,10 @@ bool HistogramPercentiles(const float* block, bool normalised, int32_t count, in
 }
 
 bool ChannelMeans(const void* samples, const Geometry& geometry, const ZelRect* rect, float* red, float* green,
-                  float* blue, bool everyPixel) {
+                  float* blue, bool everyPixel, const AppliedCurves* through) {
   if (samples == nullptr || (red == nullptr && green == nullptr && blue == nullptr)) return false;
   float block[3 * kBins] = {};
-  if (ComputeHistogram(samples, geometry, rect, block, true, {everyPixel, 100, 100}) == 0) return false;
+  if (ComputeHistogram(samples, geometry, rect, block, true, {everyPixel, 100, 100, through}) == 0) return false;
   float* const outputs[3] = {red, green, blue};
   for (int32_t k = 0; k < 3; ++k) {
     if (outputs[k] != nullptr) *outputs[k] = Mean(block + k * kBins);

@@ -11,11 +11,19 @@ constexpr int32_t kBins = 256;  // per channel, at both depths: a 16-bit sample 
 // Zeroes `channels` tables of kBins floats. False without a block.
 bool ClearHistogram(float* block, int32_t channels);
 
-// How densely ComputeHistogram looks: every pixel, or a grid of about columns x rows.
+// Three 8-bit tables, red first, and the pixels that they have been applied to.
+struct AppliedCurves {
+  const uint8_t* block;
+  Region region;
+};
+
+// How ComputeHistogram looks: at every pixel, or at a grid of about columns x rows; and through which curves, if any.
+// Looking through curves counts what an image would hold after ApplyChannelLut, without that image being made.
 struct Sampling {
   bool everyPixel = false;
   int32_t columns = 0;
   int32_t rows = 0;
+  const AppliedCurves* through = nullptr;
 };
 
 // Counts the samples of the rectangle in one table per channel, red first. Here the rectangle's right column and bottom
@@ -34,7 +42,7 @@ bool HistogramPercentiles(const float* block, bool normalised, int32_t count, in
 // Channel means on the scale 0 to 255 at both depths, from a grid of 100 x 100 pixels or from every pixel. Outputs may
 // be null, not all. False, with nothing written, when there is nothing to measure.
 bool ChannelMeans(const void* samples, const Geometry& geometry, const ZelRect* rect, float* red, float* green,
-                  float* blue, bool everyPixel);
+                  float* blue, bool everyPixel, const AppliedCurves* through = nullptr);
 
 }  // namespace zel
 

@@ -1,0 +1,35 @@
+// The curves behind the automatic tone enhancement: the picture's luminance spread more evenly.
+#ifndef ZEL_TONE_EQUALIZE_TONE_H_
+#define ZEL_TONE_EQUALIZE_TONE_H_
+
+#include "core/image.h"
+
+namespace zel {
+
+// Which part of the range is equalised in fine steps; the rest follows in long straight ones.
+enum ToneCore : int32_t {
+  kToneChosen = 0,  // one of the others by the picture's exposure
+  kToneLight = 1,   // the middle lights, after a gamma that darkens
+  kToneNormal = 2,  // the shadows
+  kToneMiddle = 3,  // the mid-tones
+  kToneDark = 4,    // the shadows, then the measured black points are stretched
+};
+
+// Fills a block with the curve for the rectangle of an image, measured on at most 500 x 500 of its pixels. As many
+// tables as the image has channels and the image's bits. `exponent` (0.5) moderates how much crowded tones are spread,
+// `strength` from 0 to 100 per cent how much of the curve is used. False, with the identity in the block, when the
+// image cannot be measured, a setting is unknown or memory ran out.
+bool AutoToneCurve(const ImageDesc* source, const ZelRect* rect, double exponent, int32_t strength, int32_t core,
+                   void* block, int32_t tables, int32_t bits);
+
+// kToneDark when in more than half of the channels most samples lie in the darkest quarter of the range, kToneLight
+// when in more than half of the channels hardly any do, else kToneNormal. -1 when the image cannot be measured.
+int32_t ClassifyExposure(const void* samples, const Geometry& geometry);
+
+// The curve for exactly these samples: levels, equalisation, a slight darkening. At 16 bits the levels alone.
+bool EqualizeToneCurve(const void* samples, const Geometry& geometry, const ZelRect* rect, double exponent,
+                       int32_t strength, int32_t core, void* block, int32_t tables, int32_t bits);
+
+}  // namespace zel
+
+#endif  // ZEL_TONE_EQUALIZE_TONE_H_
