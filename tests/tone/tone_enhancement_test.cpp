@@ -1,0 +1,152 @@
+#include "tone/tone_enhancement.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <climits>
+
+#include "core/channel_lut.h"
+#include "support/images.h"
+#include "tone/equalize_tone.h"
+
+namespace zel::test {
+namespace {
+
+using Block = std::array<uint8_t, ZEL_LUT1D_BYTES>;
+
+Block Identity() {
+  Block block;
+  MakeIdentityLut(block.data(), 3, 8);
+  return block;
+}
+
+Block CurveOf(const TestImage& image, int32_t flag, int32_t style, int32_t strength, int32_t expected = ZEL_OK) {
+  Block block;
+  block.fill(77);
+  EXPECT_EQ(ZelTavoraFunc_ToneEnhancement_Get1DLut(image.desc(), flag, style, strength, nullptr, block.data()),
+            expected)
+      << "style " << style << " strength " << strength;
+  return block;
+}
+
+// Half of the pixels one colour, half another.
+TestImage TwoTone(std::array<int, 3> first, std::array<int, 3> second) {
+  TestImage image({40, 20, 3, 8, true});
+  for (int y = 0; y < 20; ++y) {
+    for (int x = 0; x < 40; ++x) {
+      const std::array<int, 3>& c = x < 20 ? first : second;
+      image.SetColour(x, y, c[0], c[1], c[2]);
+    }
+  }
+  return image;
+}
+
+TEST(ToneEnhancement, KeepsTheImageLaws) {
+  for (int32_t style : {1, 3, 6}) {
+    ExpectImageLaws(
+        [style](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
+          return ZelTavoraFunc_ToneEnhancement(source, destination, 0, style, 80, rect);
+        },
+        CommonShapes());
+  }
+}
+
+TEST(ToneEnhancement, IsItsCurveApplied) {
+  for (int bits : {8, 16}) {
+    const TestImage source({37, 23, 3, bits, true, 5});
+    for (int32_t style = 0; style <= 6; ++style) {
+      for (int32_t strength : {0, 30, 60, 100}) {
+        const bool possible = bits == 8 || style == 4 || style == 6 || strength == 0;
+        const Block block = CurveOf(source, 0, style, strength, possible ? ZEL_OK : ZEL_REFUSED);
+        TestImage byCurve(source), byCall(source);
+        EXPECT_TRUE(ApplyChannelLut(source.desc(), byCurve.desc(), nullptr, block.data(), 3, 8));
+        EXPECT_EQ(ZelTavoraFunc_ToneEnhancement(source.desc(), byCall.desc(), 0, style, strength, nullptr),
+                  possible ? ZEL_OK : ZEL_REFUSED);
+        EXPECT_TRUE(byCall.SameBytes(byCurve)) << bits << " bits, style " << style << " strength " << strength;
+      }
+    }
+  }
+}
+
+TEST(ToneEnhancement, StylesFollowTheirRules) {
+  const TestImage image({300, 200, 3});
+  const auto curve = [&image](int32_t flag, int32_t style, int32_t s) { return CurveOf(image, flag, style, s); };
+  for (int32_t style : {0, 1, 2, 3, 5, 9}) EXPECT_EQ(curve(0, style, 0), Identity());
+  EXPECT_NE(curve(0, 4, 0), Identity());
+  EXPECT_EQ(curve(1, 2, 80), curve(0, 2, 60));
+  EXPECT_EQ(curve(1, 0, 80), curve(0, 3, 60));
+  EXPECT_NE(curve(0, 0, 80), curve(0, 3, 80));
+  EXPECT_EQ(curve(2, 5, 80), curve(0, 5, 80));
+  // Style 1 reaches its whole curve at 75.
+  EXPECT_NE(curve(0, 1, 74), curve(0, 1, 75));
+  for (int32_t style : {-1, 7}) EXPECT_EQ(CurveOf(image, 0, style, 50, ZEL_REFUSED), Identity());
+}
+
+TEST(ToneEnhancement, FailuresGiveTheIdentity) {
+  for (const Shape& shape : {Shape{37, 23, 1}, Shape{37, 23, 4}}) {
+    const TestImage image(shape);
+    for (int32_t style = 0; style <= 6; ++style) EXPECT_EQ(CurveOf(image, 0, style, 50, ZEL_REFUSED), Identity());
+  }
+  TestImage image({37, 23, 3});
+  const ZelRect empty{5, 5, 5, 9};
+  Block block;
+  EXPECT_EQ(ZelTavoraFunc_ToneEnhancement_Get1DLut(image.desc(), 0, 2, 50, &empty, block.data()), ZEL_REFUSED);
+  EXPECT_EQ(block, Identity());
+  EXPECT_EQ(ZelTavoraFunc_ToneEnhancement_Get1DLut(nullptr, 0, 2, 50, nullptr, block.data()), ZEL_NULL_ARGUMENT);
+  EXPECT_EQ(ZelTavoraFunc_ToneEnhancement_Get1DLut(image.desc(), 0, 2, 50, nullptr, nullptr), ZEL_NULL_ARGUMENT);
+  EXPECT_EQ(ZelTavoraFunc_ToneEnhancement(nullptr, image.desc(), 0, 2, 50, nullptr), ZEL_NULL_ARGUMENT);
+  EXPECT_EQ(ZelTavoraFunc_ToneEnhancement(image.desc(), nullptr, 0, 2, 50, nullptr), ZEL_REFUSED);
+  image.desc()->data = nullptr;
+  for (int32_t style : {1, 2, 4, 6}) EXPECT_EQ(CurveOf(image, 0, style, 50, ZEL_REFUSED), Identity());
+}
+
+TEST(ToneEnhancement, AnyStrengthIsSafe) {
+  const TestImage image({37, 23, 3});
+  for (int32_t style = 0; style <= 6; ++style) {
+    for (int32_t flag : {0, 1}) {
+      for (int32_t strength : {INT_MIN, INT_MIN + 1, -100, -1, 101, 175, 1000, INT_MAX})
+        CurveOf(image, flag, style, strength);
+    }
+  }
+}
+
+TEST(ToneEnhancement, RedMayDecideTheBlackPoint) {
+  // At strength 25 style 4 has gamma 1: the curve is the levels stretch alone, from the middle black point.
+  const Block block = CurveOf(TwoTone({40, 10, 20}, {220, 200, 210}), 0, 4, 25);
+  EXPECT_EQ(block[20], 0);
+  EXPECT_EQ(block[21], 1);
+  EXPECT_EQ(block[219], 254);
+  EXPECT_EQ(block[220], 255);
+  EXPECT_EQ(CurveOf(TwoTone({5, 10, 20}, {220, 200, 210}), 0, 4, 25)[6], 1);
+}
+
+TEST(ToneEnhancement, EqualizesInGroups) {
+  uint8_t block[ZEL_LUT1D_BYTES];
+  const auto equalize = [&block](const TestImage& image, int32_t core) {
+    EXPECT_TRUE(AutoToneCurve(image.desc(), nullptr, 0.5, 100, core, block, 3, 8));
+  };
+  // Tones from 60 to 140 are too few: levels 30 to 198, then the gamma of 0.8.
+  equalize(TwoTone({60, 60, 60}, {140, 140, 140}), kToneNormal);
+  EXPECT_EQ(block[30], 0);
+  EXPECT_EQ(block[114], 147);  // 128 before the gamma
+  EXPECT_EQ(block[198], 255);
+  // Black and white share the range: a running sum of exactly 256. The first group ends at 144 and is cut in four.
+  equalize(TwoTone({0, 0, 0}, {255, 255, 255}), kToneNormal);
+  EXPECT_EQ(block[1], 53);   // from 36
+  EXPECT_EQ(block[4], 161);  // from 144
+  EXPECT_EQ(block[128], 161);
+  EXPECT_EQ(block[192], 210);  // from 200
+  EXPECT_EQ(block[255], 255);
+}
+
+TEST(ToneEnhancement, ExposureIsReadOffTheShadows) {
+  const auto classOf = [](const TestImage& image) {
+    return ClassifyExposure(image.desc()->data, {40, 20, 3, 8, 120, true});
+  };
+  EXPECT_EQ(classOf(TwoTone({10, 10, 10}, {50, 50, 200})), kToneDark);
+  EXPECT_EQ(classOf(TwoTone({10, 10, 10}, {200, 200, 50})), kToneNormal);
+  EXPECT_EQ(classOf(TwoTone({64, 64, 10}, {255, 255, 10})), kToneLight);
+}
+
+}  // namespace
+}  // namespace zel::test
