@@ -1,7 +1,6 @@
 #include "color/color_lattice.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "core/scratch.h"
 #include "simd/kernels.h"
@@ -23,14 +22,9 @@ void FillIdentity(T* sample, int32_t step) {
   }
 }
 
-// The lattice with the bytes behind it that the kernels read along.
-struct PaddedLattice {
-  explicit PaddedLattice(const void* lattice) {
-    std::memcpy(nodes, lattice, kLatticeSamples);
-    std::memset(nodes + kLatticeSamples, 0, sizeof nodes - kLatticeSamples);
-  }
-  uint8_t nodes[kPaddedLatticeBytes];
-};
+// Below this many pixels the table of cells costs more than it saves.
+constexpr int64_t kFewPixels = 8192;
+constexpr size_t kCellBytes = 16;
 
 }  // namespace
 
@@ -46,6 +40,43 @@ void* MakeColorLattice(void* block, int32_t bits) {
   return block;
 }
 
+LatticeMap::LatticeMap(const uint8_t* lattice, int64_t pixels) : nodes_(lattice) {
+  if (pixels < kFewPixels || !cells_.AllocateZeroed(kCellBytes * kLatticeCells)) return;
+  uint8_t* cell = cells_.data();
+  for (size_t i = 0; i < kLatticeNodes; ++i, cell += kCellBytes) {
+    const uint8_t* const node = lattice + 3 * i;
+    // Behind the last index there is no neighbour, and its weight will be 0.
+    const size_t red = i % 16 < 15 ? 3 : 0, green = i / 16 % 16 < 15 ? 48 : 0;
+    for (size_t k = 0; k < 3; ++k) {
+      cell[4 * k] = node[k];
+      cell[4 * k + 1] = node[k + red];
+      cell[4 * k + 2] = node[k + green];
+      cell[4 * k + 3] = node[k + red + green];
+    }
+  }
+}
+
+void LatticeMap::MapBytes(const uint8_t* in, uint8_t* out, size_t pixels, bool blueFirst) const {
+  const LatticeKernels& kernels = ActiveKernels().lattice;
+  if (cells_) {
+    kernels.MapCells(in, out, pixels, cells_.data(), blueFirst);
+  } else {
+    kernels.MapNodes(in, out, pixels, nodes_, blueFirst);
+  }
+}
+
+void LatticeMap::MapWords(const uint16_t* in, uint16_t* out, size_t pixels, bool blueFirst) const {
+  const LatticeKernels& kernels = ActiveKernels().lattice;
+  constexpr size_t kStrip = 256;
+  uint8_t bytes[3 * kStrip];
+  for (size_t p = 0; p < pixels; p += kStrip) {
+    const size_t count = std::min(kStrip, pixels - p);
+    kernels.DivideBy257(in + 3 * p, bytes, 3 * count);
+    MapBytes(bytes, bytes, count, blueFirst);
+    kernels.MultiplyBy257(bytes, out + 3 * p, 3 * count);
+  }
+}
+
 bool ApplyColorLattice(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
                        const void* lattice, int32_t latticeBits) {
   if (source == nullptr || destination == nullptr || lattice == nullptr || !geometry.DescribesMemory()) return false;
@@ -53,17 +84,16 @@ bool ApplyColorLattice(const void* source, void* destination, const Geometry& ge
   const Region region = ClampedRegion(rect, geometry.width, geometry.height);
   if (latticeBits == 16 || region.IsEmpty()) return true;
 
-  const LatticeKernels& kernels = ActiveKernels().lattice;
-  const PaddedLattice padded(lattice);
+  const LatticeMap map(static_cast<const uint8_t*>(lattice), static_cast<int64_t>(region.Width()) * region.Height());
   const size_t pixels = region.Width();
   for (int32_t y = region.top; y < region.bottom; ++y) {
     const size_t offset = geometry.RowOffset(y) + static_cast<size_t>(region.left) * 3;
     if (geometry.bits == 8) {
-      kernels.MapLatticeBytes(static_cast<const uint8_t*>(source) + offset, static_cast<uint8_t*>(destination) + offset,
-                              pixels, padded.nodes, geometry.blueFirst);
+      map.MapBytes(static_cast<const uint8_t*>(source) + offset, static_cast<uint8_t*>(destination) + offset, pixels,
+                   geometry.blueFirst);
     } else {
-      kernels.MapLatticeWords(static_cast<const uint16_t*>(source) + offset,
-                              static_cast<uint16_t*>(destination) + offset, pixels, padded.nodes, geometry.blueFirst);
+      map.MapWords(static_cast<const uint16_t*>(source) + offset, static_cast<uint16_t*>(destination) + offset, pixels,
+                   geometry.blueFirst);
     }
   }
   return true;
@@ -78,9 +108,8 @@ bool ApplyColorLatticeToImage(const ImageDesc* source, const ImageDesc* destinat
 bool ComposeColorLattices(void* first, int32_t firstBits, const void* second, int32_t secondBits) {
   if (first == nullptr || second == nullptr || firstBits == 16) return false;
   if (firstBits != 8 || secondBits != 8) return true;
-  const PaddedLattice padded(second);
   uint8_t* const nodes = static_cast<uint8_t*>(first);
-  ActiveKernels().lattice.MapLatticeBytes(nodes, nodes, kLatticeNodes, padded.nodes, false);
+  ActiveKernels().lattice.MapNodes(nodes, nodes, kLatticeNodes, static_cast<const uint8_t*>(second), false);
   return true;
 }
 

@@ -6,6 +6,7 @@
 #define ZEL_COLOR_COLOR_LATTICE_H_
 
 #include "core/image.h"
+#include "core/scratch.h"
 
 namespace zel {
 
@@ -30,6 +31,21 @@ bool ApplyColorLatticeToImage(const ImageDesc* source, const ImageDesc* destinat
 // Replaces every node of `first` by its colour in `second`: an image mapped through the result goes through `first`,
 // then through `second`. 8 bits; with other depths nothing changes, and 16 bits in `first` fail like a null lattice.
 bool ComposeColorLattices(void* first, int32_t firstBits, const void* second, int32_t secondBits);
+
+// A lattice made ready to map rows. Many pixels repay a table of 68 kilobytes; few, or too little memory for it, do
+// with the lattice itself, which must then outlive this.
+class LatticeMap {
+ public:
+  LatticeMap(const uint8_t* lattice, int64_t pixels);
+
+  // Three samples a pixel, 8 or 16 bits; `out` may be `in`.
+  void MapBytes(const uint8_t* in, uint8_t* out, size_t pixels, bool blueFirst) const;
+  void MapWords(const uint16_t* in, uint16_t* out, size_t pixels, bool blueFirst) const;
+
+ private:
+  const uint8_t* nodes_;
+  Scratch<uint8_t> cells_;
+};
 
 }  // namespace zel
 

@@ -46,11 +46,6 @@ static inline void StoreHueWeights(uint8_t* out, __m256i hues, const uint8_t* we
   _mm_storel_epi64((__m128i*)out, _mm_packus_epi16(words, words));
 }
 
-static inline __m256i TwoHalves(const void* first, const void* second) {
-  return _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_loadu_si128((const __m128i*)first)),
-                                 _mm_loadu_si128((const __m128i*)second), 1);
-}
-
 // The bytes first, first + 3, first + 6 and first + 9 of the lower half and those four further of the upper half, each
 // in 32 bits of its own.
 static inline __m256i EveryThirdByte(char first) {
@@ -67,7 +62,7 @@ static void WeighHuesOfBytes(const uint8_t* in, uint8_t* out, size_t pixels, con
   const __m256i pickRed = EveryThirdByte((char)red), pickGreen = EveryThirdByte(1),
                 pickBlue = EveryThirdByte((char)blue);
   for (; p + 8 <= pixels; p += 8) {
-    const __m256i v = TwoHalves(in + 3 * p, in + 3 * p + 8);
+    const __m256i v = LoadEightPixels(in + 3 * p);
     StoreHueWeights(out + p,
                     WeighedHues(_mm256_shuffle_epi8(v, pickRed), _mm256_shuffle_epi8(v, pickGreen),
                                 _mm256_shuffle_epi8(v, pickBlue), 255),
@@ -98,7 +93,7 @@ static void WeighHuesOfWords(const uint16_t* in, uint8_t* out, size_t pixels, co
   size_t p = 0;
 #if defined(__AVX2__)
   for (; p + 8 <= pixels; p += 8) {
-    const __m256i a = TwoHalves(in + 3 * p, in + 3 * p + 12), b = TwoHalves(in + 3 * p + 4, in + 3 * p + 16);
+    const __m256i a = LoadHalves(in + 3 * p, in + 3 * p + 12), b = LoadHalves(in + 3 * p + 4, in + 3 * p + 16);
     const __m256i first = WordsOfPixels(a, b, 0), third = WordsOfPixels(a, b, 2);
     StoreHueWeights(out + p,
                     WeighedHues(blueFirst ? third : first, WordsOfPixels(a, b, 1), blueFirst ? first : third, 65535),

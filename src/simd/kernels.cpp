@@ -11,6 +11,8 @@
 namespace zel {
 namespace ZEL_ISA {
 
+#include "simd/pixels.inl"  // helpers of the others
+//
 #include "simd/blend.inl"
 #include "simd/blur.inl"
 #include "simd/convolve.inl"

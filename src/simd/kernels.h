@@ -79,15 +79,18 @@ struct WeightKernels {
 };
 
 // Tetrahedral interpolation (lattice.inl).
-constexpr size_t kPaddedLatticeBytes = 12288 + 820;
+constexpr size_t kLatticeCells = 4096 + 256;  // the last 256 are only read along
 struct LatticeKernels {
-  // Colour of every pixel in the lattice: 16 x 16 x 16 nodes of red, green and blue byte, red index fastest, followed
-  // by readable bytes up to kPaddedLatticeBytes, whose values do not matter. `blueFirst` tells the order of the pixels.
-  //   v0 + ((d - (d >> 4)) >> 4) per channel, at most 255, where d sums the differences along the walk of the
-  //   tetrahedron times their fractions
-  // Words are divided by 257 before and multiplied by 257 after.
-  void (*MapLatticeBytes)(const uint8_t* in, uint8_t* out, size_t pixels, const uint8_t* nodes, bool blueFirst);
-  void (*MapLatticeWords)(const uint16_t* in, uint16_t* out, size_t pixels, const uint8_t* nodes, bool blueFirst);
+  // The colour of every pixel in a lattice: v0 + ((d - (d >> 4)) >> 4) per channel, at most 255, where d sums the
+  // differences along the walk through the tetrahedron times their fractions. `blueFirst` tells the order of the
+  // pixels. MapNodes takes 16 x 16 x 16 nodes of red, green and blue byte, the red index fastest. MapCells is faster
+  // and takes 16 bytes for each of them: for red, green and blue the node itself, its neighbour in red, the one in
+  // green and the one in both, then four bytes that do not count; kLatticeCells such cells.
+  void (*MapNodes)(const uint8_t* in, uint8_t* out, size_t pixels, const uint8_t* nodes, bool blueFirst);
+  void (*MapCells)(const uint8_t* in, uint8_t* out, size_t pixels, const uint8_t* cells, bool blueFirst);
+  // out[i] = in[i] / 257, and out[i] = in[i] * 257. `out` is not `in`.
+  void (*DivideBy257)(const uint16_t* in, uint8_t* out, size_t count);
+  void (*MultiplyBy257)(const uint8_t* in, uint16_t* out, size_t count);
 };
 
 // Weights of pixels by their hue (hue.inl).
