@@ -1,0 +1,155 @@
+#include "commands.h"
+
+#include <cstdio>
+#include <thread>
+
+#include "batch.h"
+#include "failure.h"
+#include "sample.h"
+
+namespace tool {
+namespace {
+
+const char* const kEnhanceHelp =
+    "Reads photographs, runs operations one after another, writes the results.\n"
+    "PNG, JPEG, TIFF and PPM with 8 or 16 bits; alpha, metadata and colour profile are kept.\n"
+    "zel ops lists the operations, zel help OPERATION explains one.\n\n"
+    "  zel IN... -o OUT OPERATION [name=value ...] [OPERATION ...]";
+
+void SplitSize(const std::string& text, int* width, int* height) {
+  int used = 0;
+  if (std::sscanf(text.c_str(), "%dx%d%n", width, height, &used) != 2 || used != static_cast<int>(text.size()) ||
+      *width < 64 || *height < 64 || *width > 20000 || *height > 20000) {
+    throw UsageError("--size " + text + " must be WIDTHxHEIGHT, each from 64 to 20000");
+  }
+}
+
+}  // namespace
+
+double ParsePixels(const std::string& text) {
+  char* end = nullptr;
+  double value = std::strtod(text.c_str(), &end);
+  const std::string unit = end;
+  const double factor = unit.empty() ? 1 : unit == "k" ? 1e3 : unit == "M" ? 1e6 : unit == "G" ? 1e9 : 0;
+  if (end == text.c_str() || factor == 0 || !(value * factor >= 1) || value * factor > 1e15) {
+    throw UsageError("--max-pixels " + text + " must be a number of pixels, such as 50000000, 50M or 2G");
+  }
+  return value * factor;
+}
+
+int Parse(CLI::App* app, int argc, char** argv, const std::function<int()>& body) {
+  app->name("zel");
+  try {
+    app->parse(argc, argv);
+  } catch (const CLI::CallForHelp&) {
+    std::fputs(app->help().c_str(), stdout);
+    return kAllDone;
+  } catch (const CLI::ParseError& error) {
+    std::fprintf(stderr, "zel: %s\n", error.what());
+    return kUsage;
+  }
+  return body();
+}
+
+int Enhance(int argc, char** argv) {
+  CLI::App app(kEnhanceHelp);
+  BatchOptions options;
+  std::vector<std::string> words;
+  std::string format, maxPixels;
+  app.add_option("words", words, "photographs, then operations with their settings")->type_name("IN... OPERATION...");
+  app.add_option("-o,--output", options.output,
+                 "a file, a folder, a pattern with {stem} {ext} {dir} {n}, or - for standard output")
+      ->type_name("OUT")
+      ->required();
+  app.add_option("--format", format, "png, jpg, tif or ppm, whatever the output is called")->type_name("NAME");
+  app.add_flag("--overwrite", options.overwrite, "replace files that exist");
+  app.add_option("-j,--jobs", options.jobs, "photographs in work at once; 0: one per processor")
+      ->check(CLI::Range(0, 1024))
+      ->type_name("N");
+  app.add_flag("--resume", options.resume, "keep a journal and skip what it says is done and unchanged");
+  app.add_option("--journal", options.journal, "journal of --resume; .zel-journal beside the results")
+      ->type_name("FILE");
+  app.add_flag("--dry-run", options.dryRun, "only say what would be done");
+  app.add_flag("--json", options.json, "one line per photograph for programs");
+  app.add_flag("--strip", options.write.strip, "store no metadata and no colour profile");
+  app.add_option("--quality", options.write.quality, "of JPEG, 1 to 100; 95")
+      ->check(CLI::Range(1, 100))
+      ->type_name("N");
+  app.add_option("--max-pixels", maxPixels, "refuse larger pictures; 300M")->type_name("N");
+  return Parse(&app, argc, argv, [&] {
+    if (!format.empty() && (options.format = FormatNamed(format)) == Format::None) {
+      throw UsageError("--format " + format + " must be one of png, jpg, tif, ppm");
+    }
+    if (!maxPixels.empty()) options.limits.maxPixels = ParsePixels(maxPixels);
+    if (options.output.empty()) throw UsageError("-o needs a name");
+    if (options.jobs == 0) options.jobs = static_cast<int>(std::thread::hardware_concurrency());
+    const Chain chain = ParseWords(words, &options.inputs);
+    if (options.inputs.empty()) throw UsageError("no photograph is given; zel IN... -o OUT OPERATION");
+    if (chain.empty()) throw UsageError("no operation is given; zel ops lists them");
+    StartImages(argv[0]);
+    return RunBatch(chain, options);
+  });
+}
+
+int Sample(int argc, char** argv) {
+  CLI::App app("Draws a test photograph by code: sky, trees, a person, a grey card, warm light, film noise.");
+  std::string output, size = "1536x1024", format;
+  int bits = 8;
+  bool overwrite = false;
+  app.add_option("output", output, "the file to write, or -")->required()->type_name("OUT");
+  app.add_option("--size", size, "WIDTHxHEIGHT; 1536x1024")->type_name("SIZE");
+  app.add_option("--bits", bits, "8 or 16")->check(CLI::IsMember({8, 16}))->type_name("N");
+  app.add_option("--format", format, "png, jpg, tif or ppm, whatever the output is called")->type_name("NAME");
+  app.add_flag("--overwrite", overwrite, "replace a file that exists");
+  return Parse(&app, argc, argv, [&] {
+    int width, height;
+    SplitSize(size, &width, &height);
+    const Format kind = format.empty() ? FormatOf(output) : FormatNamed(format);
+    if (kind == Format::None)
+      throw UsageError("cannot tell the format of " + output + "; end it in .png, .jpg, .tif or .ppm");
+    StartImages(argv[0]);
+    std::vector<std::string> notes;
+    try {
+      const std::vector<uint8_t> bytes = EncodePhoto(DrawSample(width, height, bits), kind, {}, &notes);
+      WriteFile(output, bytes.data(), bytes.size(), overwrite);
+    } catch (const Failure& failure) {
+      throw Failure(output + " " + failure.what());
+    }
+    for (const std::string& note : notes) std::fprintf(stderr, "zel: note: %s\n", note.c_str());
+    return kAllDone;
+  });
+}
+
+int SkinSliders(int argc, char** argv) {
+  CLI::App app("Says where the sliders of skin-tone stand for the skin at a point, or for typical skin.");
+  std::vector<std::string> words;
+  app.add_option("words", words, "the photograph and at=x,y; without both: typical skin")->type_name("[IN at=x,y]");
+  return Parse(&app, argc, argv, [&] {
+    const Operation& operation = *FindOperation("skin-tone");
+    Settings settings;
+    Photo photo;
+    ImageDesc record{};
+    if (!words.empty()) {
+      if (words.size() != 2 || words[1].rfind("at=", 0) != 0)
+        throw UsageError("skin-sliders takes a photograph and at=x,y");
+      SetParameter(operation, "at", words[1].substr(3), &settings);
+      StartImages(argv[0]);
+      try {
+        photo = ReadPhoto(words[0], {});
+        settings.Place(photo.width, photo.height, photo.orientation);
+      } catch (const Failure& failure) {
+        throw Failure(words[0] + ": " + failure.what());
+      }
+      record = photo.Record();
+    }
+    int32_t lightness = 0, blue = 0, red = 0;
+    if (ZelTavoraFunc_GetSkinToneInitialPercentages(&record, 0, settings.Point(), &lightness, &blue, &red) != ZEL_OK) {
+      throw Failure(words.empty() ? "typical skin: refused" : words[0] + ": the point cannot be measured");
+    }
+    std::printf("lightness=%d blue=%d red=%d\n", static_cast<int>(lightness), static_cast<int>(blue),
+                static_cast<int>(red));
+    return kAllDone;
+  });
+}
+
+}  // namespace tool

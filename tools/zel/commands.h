@@ -1,0 +1,35 @@
+// The commands of the tool. Each takes its own arguments, argv[0] being the words before them, and returns an exit
+// code.
+#ifndef ZEL_TOOL_COMMANDS_H_
+#define ZEL_TOOL_COMMANDS_H_
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+struct Command {
+  const char* name;
+  const char* purpose;
+  int (*run)(int argc, char** argv);
+};
+
+const std::vector<Command>& Commands();
+
+int Enhance(int argc, char** argv);
+int ListOperations(int argc, char** argv);
+int Help(int argc, char** argv);
+int Sample(int argc, char** argv);
+int SkinSliders(int argc, char** argv);
+
+// Parses with one line and the usage code on a mistake; runs `body` when all is well.
+int Parse(CLI::App* app, int argc, char** argv, const std::function<int()>& body);
+
+// "300", "300M", "1.5G" as a number of pixels; throws UsageError.
+double ParsePixels(const std::string& text);
+
+}  // namespace tool
+
+#endif  // ZEL_TOOL_COMMANDS_H_
