@@ -182,11 +182,14 @@ ZEL_API int32_t ZEL_CALL ZelTavoraFunc_Colorful(const ImageDesc* source, const I
  * Crisper detail.
  *
  * mode      0 sharpens with amount strength * 4 / 5; 1 and 2 sharpen only fine dark detail at low strengths
- * (up to 30 and 40) and everything above. Any other mode does nothing: ZEL_OK with a rectangle, ZEL_REFUSED
- * without. strength  0 to 100.
+ *           (up to 30 and 40) and everything above. Any other mode does nothing: ZEL_OK with a rectangle,
+ *           ZEL_REFUSED without.
+ * strength  0 to 100.
  *
  * 8 bits; three channels, or one where the mode sharpens plainly. With a rectangle, plain sharpening also
- * writes the pixels that touch it.
+ * writes the pixels that touch it. Detail sharpening takes the rectangle as given (a reversed one blends
+ * nothing) and leaves up to four plainly sharpened pixels around it in a destination other than the source;
+ * flat areas come out up to one level darker.
  */
 ZEL_API int32_t ZEL_CALL ZelTavoraFunc_Vivid(const ImageDesc* source, const ImageDesc* destination, int32_t mode,
                                              int32_t strength, const ZelRect* rect);

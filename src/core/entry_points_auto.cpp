@@ -1,6 +1,7 @@
 // The automatic adjustments as exported: arguments checked, one operation called, its answer turned into a result code.
 #include <cstring>
 
+#include "color/vivid.h"
 #include "core/channel_lut.h"
 #include "core/entry.h"
 #include "core/platform.h"
@@ -61,8 +62,12 @@ int32_t ZEL_CALL ZelTavoraFunc_Colorful(const ImageDesc* source, const ImageDesc
   return source == nullptr ? ZEL_NULL_ARGUMENT : ZEL_REFUSED;
 }
 
-int32_t ZEL_CALL ZelTavoraFunc_Vivid(const ImageDesc*, const ImageDesc*, int32_t, int32_t, const ZelRect*) {
-  return ZEL_REFUSED;
+int32_t ZEL_CALL ZelTavoraFunc_Vivid(const ImageDesc* source, const ImageDesc* destination, int32_t mode,
+                                     int32_t strength, const ZelRect* rect) {
+  const uint32_t start = TickCount();
+  const bool done = VividImage(source, destination, rect, mode, strength);
+  ReportTime(start);
+  return ResultOf(done);
 }
 
 int32_t ZEL_CALL ZelTavoraFunc_SkinFlash(const ImageDesc* source, const ImageDesc* destination, int32_t mode,

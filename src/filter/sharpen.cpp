@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "core/scratch.h"
 #include "simd/kernels.h"
 
 namespace zel {
@@ -15,30 +14,13 @@ constexpr int32_t kMaxFoldedDivisor = 256;
 // Weights of this total keep sums of bytes inside 32 bits.
 constexpr int64_t kMaxNarrowTotal = INT32_MAX / 255;
 
-struct Weights {
-  int64_t values[9];  // in 1024ths when the divisor is folded in
-  int32_t divisor;    // 0 when folded in
-
-  Weights(const int32_t kernel[9], int32_t givenDivisor)
-      : divisor(givenDivisor > kMaxFoldedDivisor ? givenDivisor : 0) {
-    for (int32_t k = 0; k < 9; ++k) {
-      values[k] = divisor != 0 ? int64_t{kernel[k]} : int64_t{kernel[k]} * 1024 / givenDivisor;
-    }
-  }
-
-  bool AreNarrow() const {
-    int64_t total = 0;
-    for (const int64_t value : values) total += std::abs(value);
-    return divisor == 0 && total <= kMaxNarrowTotal;
-  }
-};
-
 // The row kernel's formula for any weights and divisors.
-void ConvolveWide(const uint8_t* const rows[3], size_t step, const Weights& weights, uint8_t* out, size_t count) {
+void ConvolveWide(const uint8_t* const rows[3], size_t step, const int64_t weights[9], int32_t divisor, uint8_t* out,
+                  size_t count) {
   for (size_t i = 0; i < count; ++i) {
     int64_t sum = 0;
-    for (size_t k = 0; k < 9; ++k) sum += weights.values[k] * rows[k / 3][i + k % 3 * step];
-    sum = weights.divisor != 0 ? sum / weights.divisor : sum >> 10;
+    for (size_t k = 0; k < 9; ++k) sum += weights[k] * rows[k / 3][i + k % 3 * step];
+    sum = divisor != 0 ? sum / divisor : sum >> 10;
     out[i] = static_cast<uint8_t>(std::min<int64_t>(std::max<int64_t>(sum, 0), 255));
   }
 }
@@ -56,57 +38,79 @@ Region TouchedRegion(const ZelRect* rect, int32_t width, int32_t height) {
           to(rect->left, rect->right, width), to(rect->top, rect->bottom, height)};
 }
 
-// The region's part of a source row, with the pixel before and behind it.
-void CopyLine(const uint8_t* row, const Region& region, const Geometry& geometry, uint8_t* line) {
-  const size_t channels = geometry.channels, pixels = region.Width();
-  const uint8_t* const first = row + region.left * channels;
-  std::memcpy(line + channels, first, pixels * channels);
-  std::memcpy(line, region.left > 0 ? first - channels : first, channels);
-  const uint8_t* const last = first + (pixels - 1) * channels;
-  std::memcpy(line + (pixels + 1) * channels, region.right < geometry.width ? last + channels : last, channels);
+}  // namespace
+
+bool ConvolvedRows::Start(const uint8_t* source, const Geometry& geometry, const ZelRect* rect, const int32_t kernel[9],
+                          int32_t divisor) {
+  source_ = source;
+  geometry_ = geometry;
+  region_ = TouchedRegion(rect, geometry.width, geometry.height);
+  y_ = region_.top;
+  divisor_ = divisor > kMaxFoldedDivisor ? divisor : 0;
+  int64_t total = 0;
+  for (int32_t k = 0; k < 9; ++k) {
+    weights_[k] = divisor_ != 0 ? int64_t{kernel[k]} : int64_t{kernel[k]} * 1024 / divisor;
+    total += std::abs(weights_[k]);
+    narrowWeights_[k] = static_cast<int32_t>(weights_[k]);
+  }
+  narrow_ = divisor_ == 0 && total <= kMaxNarrowTotal;
+  if (region_.IsEmpty()) return true;
+
+  lineBytes_ = static_cast<size_t>(region_.Width() + 2) * geometry.channels;
+  if (!lines_.Allocate(3 * lineBytes_)) return false;
+  for (int32_t y = std::max(y_ - 1, 0); y <= y_; ++y) Load(y);
+  return true;
 }
 
-}  // namespace
+void ConvolvedRows::Load(int32_t y) {
+  const size_t channels = geometry_.channels, inner = region_.Width() * channels;
+  uint8_t* const line = Line(y);
+  const uint8_t* const first = source_ + geometry_.RowOffset(y) + region_.left * channels;
+  const uint8_t* const last = first + inner - channels;
+  std::memcpy(line + channels, first, inner);
+  std::memcpy(line, region_.left > 0 ? first - channels : first, channels);
+  std::memcpy(line + channels + inner, region_.right < geometry_.width ? last + channels : last, channels);
+}
+
+void ConvolvedRows::Next(uint8_t* out) {
+  const bool isLast = y_ == geometry_.height - 1;
+  if (!isLast) Load(y_ + 1);
+  const uint8_t* const rows[3] = {Line(std::max(y_ - 1, 0)), Line(y_), Line(isLast ? y_ : y_ + 1)};
+  const size_t channels = geometry_.channels, count = region_.Width() * channels;
+  if (narrow_) {
+    ActiveKernels().convolve.Convolve3x3(rows, channels, narrowWeights_, out, count);
+  } else {
+    ConvolveWide(rows, channels, weights_, divisor_, out, count);
+  }
+  ++y_;
+}
 
 bool Convolve3x3(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, const int32_t kernel[9],
                  int32_t divisor) {
   if (!IsUsable(source) || !IsUsable(destination) || !SameImageGeometry(*source, *destination)) return false;
   const Geometry geometry = GeometryOf(*source), target = GeometryOf(*destination);
   if ((geometry.channels != 1 && geometry.channels != 3) || geometry.bits != 8 || divisor < 1) return false;
-  const Region region = TouchedRegion(rect, geometry.width, geometry.height);
+  ConvolvedRows rows;
+  if (!rows.Start(source->data, geometry, rect, kernel, divisor)) return false;
+  const Region region = rows.Touched();
   if (region.IsEmpty()) return true;
-
-  const size_t channels = geometry.channels, count = region.Width() * channels, lineBytes = count + 2 * channels;
-  Scratch<uint8_t> lines(3 * lineBytes);
-  if (!lines) return false;
-  const Weights weights(kernel, divisor);
-  const bool narrow = weights.AreNarrow();
-  int32_t narrowWeights[9];
-  std::copy(weights.values, weights.values + 9, narrowWeights);
-
-  // The lines hold source rows that may already be overwritten; row y lies in line y % 3, a repeated edge row twice.
-  const auto line = [&](int32_t y) { return lines.data() + y % 3 * lineBytes; };
-  const auto load = [&](int32_t y) { CopyLine(source->data + geometry.RowOffset(y), region, geometry, line(y)); };
-  for (int32_t y = std::max(region.top - 1, 0); y <= region.top; ++y) load(y);
   for (int32_t y = region.top; y < region.bottom; ++y) {
-    const int32_t above = std::max(y - 1, 0), below = std::min(y, geometry.height - 2) + 1;
-    if (below > y) load(below);
-    const uint8_t* const rows[3] = {line(above), line(y), line(below)};
-    uint8_t* const out = destination->data + target.RowOffset(y) + region.left * channels;
-    if (narrow) {
-      ActiveKernels().convolve.Convolve3x3(rows, channels, narrowWeights, out, count);
-    } else {
-      ConvolveWide(rows, channels, weights, out, count);
-    }
+    rows.Next(destination->data + target.RowOffset(y) + static_cast<size_t>(region.left) * geometry.channels);
   }
   return true;
 }
 
-bool Sharpen(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t amount) {
+void MakeSharpenKernel(int32_t amount, int32_t kernel[9]) {
   const int32_t a = std::min(std::max(amount, -1000000000), 1000000000);
   const int32_t side = -(a / 2);
-  const int32_t kernel[9] = {0, side, 0, side, 100 + 2 * a, side, 0, side, 0};
-  return Convolve3x3(source, destination, rect, kernel, 100);
+  const int32_t weights[9] = {0, side, 0, side, 100 + 2 * a, side, 0, side, 0};
+  std::copy(weights, weights + 9, kernel);
+}
+
+bool Sharpen(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t amount) {
+  int32_t kernel[9];
+  MakeSharpenKernel(amount, kernel);
+  return Convolve3x3(source, destination, rect, kernel, kSharpenDivisor);
 }
 
 }  // namespace zel

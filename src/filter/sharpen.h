@@ -3,6 +3,7 @@
 #define ZEL_FILTER_SHARPEN_H_
 
 #include "core/image.h"
+#include "core/scratch.h"
 
 namespace zel {
 
@@ -14,6 +15,40 @@ namespace zel {
 // memory.
 bool Convolve3x3(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, const int32_t kernel[9],
                  int32_t divisor);
+
+// The same row by row, for operations that go on with the result at once. The source rows of a line are not read again
+// by later ones, so the source may be overwritten with what Next wrote.
+class ConvolvedRows {
+ public:
+  // Finds the rectangle's touched pixels; 8 bits, a divisor from 1. False without memory.
+  bool Start(const uint8_t* source, const Geometry& geometry, const ZelRect* rect, const int32_t kernel[9],
+             int32_t divisor);
+
+  // What is written: the rectangle in any order, grown by one pixel on each side and cut to the image.
+  const Region& Touched() const { return region_; }
+
+  // Writes the region's part of the next row, from region top to bottom.
+  void Next(uint8_t* out);
+
+ private:
+  uint8_t* Line(int32_t y) const { return lines_.data() + y % 3 * lineBytes_; }
+  void Load(int32_t y);
+
+  const uint8_t* source_ = nullptr;
+  Geometry geometry_;
+  Region region_;
+  int32_t y_ = 0;
+  int64_t weights_[9] = {};        // in 1024ths when the divisor is folded in
+  int32_t narrowWeights_[9] = {};  // the same for the row kernel
+  int32_t divisor_ = 0;            // 0 when folded in
+  bool narrow_ = false;            // whether the row kernel can count with these weights
+  size_t lineBytes_ = 0;
+  Scratch<uint8_t> lines_;  // three source rows with a pixel on each side, row y in line y % 3
+};
+
+// The kernel of an amount, for a divisor of kSharpenDivisor.
+constexpr int32_t kSharpenDivisor = 100;
+void MakeSharpenKernel(int32_t amount, int32_t kernel[9]);
 
 // Pushes each sample away from its four neighbours; 100 is strong. An odd amount brightens flat areas by about two per
 // cent, because the neighbours' weights are halved with truncation. Amounts beyond a billion count as a billion.

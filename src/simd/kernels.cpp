@@ -16,6 +16,7 @@ namespace ZEL_ISA {
 #include "simd/blend.inl"
 #include "simd/blur.inl"
 #include "simd/convolve.inl"
+#include "simd/detail.inl"
 #include "simd/hue.inl"
 #include "simd/lattice.inl"
 #include "simd/lut.inl"
@@ -33,6 +34,7 @@ extern const Kernels kKernels = {
     kBlurKernels,
     kConvolveKernels,
     kUnsharpKernels,
+    kDetailKernels,
     kWeightKernels,
     kLatticeKernels,
     kHueKernels,

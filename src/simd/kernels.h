@@ -58,6 +58,14 @@ struct ConvolveKernels {
   void (*Convolve3x3)(const uint8_t* const rows[3], size_t step, const int32_t weights[9], uint8_t* out, size_t count);
 };
 
+// The detail mask of vivid (detail.inl). `out` is none of the rows.
+struct DetailKernels {
+  // out[p] = (77 * red + 150 * green + 29 * blue) >> 8 of three-sample pixels.
+  void (*LumaBytes)(const uint8_t* in, uint8_t* out, size_t pixels, bool blueFirst);
+  // out[i] = clamp(sum of the 7 x 7 ring weights times rows[j][i + k] / 22, 0, 255).
+  void (*RingMask)(const uint8_t* const rows[7], uint8_t* out, size_t count);
+};
+
 // The unsharp mask (unsharp.inl), |gain| up to kMaxByteGain or kMaxWordGain, threshold from 0.
 constexpr int32_t kMaxByteGain = 32767;
 constexpr int32_t kMaxWordGain = 1 << 23;
@@ -110,6 +118,7 @@ struct Kernels {
   BlurKernels blur;
   ConvolveKernels convolve;
   UnsharpKernels unsharp;
+  DetailKernels detail;
   WeightKernels weight;
   LatticeKernels lattice;
   HueKernels hue;
