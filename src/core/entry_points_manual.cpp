@@ -10,6 +10,8 @@
 #include "filter/unsharp_mask.h"
 #include "retouch/denoise.h"
 #include "selective/color_cast.h"
+#include "selective/region_points.h"
+#include "selective/region_tone.h"
 #include "tone/color_temperature.h"
 #include "tone/contrast_brightness.h"
 #include "tone/gamma.h"
@@ -97,8 +99,9 @@ int32_t ZEL_CALL ZelBasicToolFunc_FoliageColorful(const ImageDesc* source, const
 
 int32_t ZEL_CALL ZelBasicToolFunc_FoliageTone(const ImageDesc* source, const ImageDesc* destination,
                                               const ZelPoint* point, int32_t amount, const ZelRect* rect, uint32_t) {
-  if (point != nullptr && amount == 0) return ZeroStrengthCopy(source, destination, rect);
-  return ZEL_REFUSED;
+  if (!HasPoint(point)) return ZEL_REFUSED;
+  if (!IsFoliagePoint(source, point)) return ZeroStrengthCopy(source, destination, rect);
+  return ResultOf(SeededToneEnhance(source, destination, *point, amount, rect));
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_SkyColorful(const ImageDesc* source, const ImageDesc* destination, const ZelPoint*,
@@ -109,8 +112,9 @@ int32_t ZEL_CALL ZelBasicToolFunc_SkyColorful(const ImageDesc* source, const Ima
 
 int32_t ZEL_CALL ZelBasicToolFunc_SkyTone(const ImageDesc* source, const ImageDesc* destination, const ZelPoint* point,
                                           int32_t amount, const ZelRect* rect, uint32_t) {
-  if (point != nullptr && amount == 0) return ZeroStrengthCopy(source, destination, rect);
-  return ZEL_REFUSED;
+  if (!HasPoint(point)) return ZEL_REFUSED;
+  if (!IsSkyPoint(source, point)) return ZeroStrengthCopy(source, destination, rect);
+  return ResultOf(SeededToneEnhance(source, destination, *point, amount, rect));
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_SkinColorful(const ImageDesc* source, const ImageDesc* destination, const ZelPoint*,
