@@ -19,9 +19,10 @@ auto SumOf(const BlurKernels& kernels, const uint16_t*) {
 }  // namespace
 
 template <class T>
-bool BlurredRows<T>::Start(const T* source, const Geometry& geometry, const Region& region,
-                           const BlurWeights& weights) {
+bool BlurredRows<T>::Start(const T* source, const Geometry& geometry, const Region& region, const BlurWeights& weights,
+                           const RowChange* change) {
   source_ = source;
+  change_ = change;
   geometry_ = geometry;
   region_ = region;
   weights_ = weights;
@@ -49,15 +50,13 @@ void BlurredRows<T>::FilterRow(int32_t y) {
   const T* const row = source_ + geometry_.RowOffset(y);
   // How far the image goes on beside the region.
   const int32_t before = std::min(reach, region_.left), behind = std::min(reach, geometry_.width - region_.right);
-  T* out = line_.data();
-  const auto repeat = [&](const T* pixel, int32_t times) {
-    for (; times > 0; --times) out = std::copy(pixel, pixel + channels, out);
-  };
-  const T* const first = row + static_cast<size_t>(region_.left - before) * channels;
-  const T* const end = row + static_cast<size_t>(region_.right + behind) * channels;
-  repeat(first, reach - before);
-  out = std::copy(first, end, out);
-  repeat(end - channels, reach - behind);
+  T* const first = line_.data() + static_cast<size_t>(reach - before) * channels;
+  T* const end = std::copy(row + static_cast<size_t>(region_.left - before) * channels,
+                           row + static_cast<size_t>(region_.right + behind) * channels, first);
+  if (change_ != nullptr) change_->Change(y, region_.left - before, first, region_.Width() + before + behind);
+  for (T* out = first; out > line_.data(); out -= channels) std::copy(first, first + channels, out - channels);
+  T* out = end;
+  for (int32_t i = behind; i < reach; ++i) out = std::copy(end - channels, end, out);
 
   const T* taps[2 * kMaxBlurReach + 1];
   for (int32_t k = 0; k <= 2 * reach; ++k) taps[k] = line_.data() + k * channels;

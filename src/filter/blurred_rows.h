@@ -21,8 +21,19 @@ constexpr size_t kBlurTile = 768;
 template <class T>
 class BlurredRows {
  public:
-  // The region is not empty and lies inside the image. False without memory.
-  bool Start(const T* source, const Geometry& geometry, const Region& region, const BlurWeights& weights);
+  // Changes a copy of a source row before it is blurred: the pixels from column `left` on, those around the region that
+  // the blur looks at included.
+  class RowChange {
+   public:
+    virtual void Change(int32_t y, int32_t left, T* samples, int32_t pixels) const = 0;
+
+   protected:
+    ~RowChange() = default;
+  };
+
+  // The region is not empty and lies inside the image; `change` may be null. False without memory.
+  bool Start(const T* source, const Geometry& geometry, const Region& region, const BlurWeights& weights,
+             const RowChange* change = nullptr);
 
   // Goes on to the next rows and returns how many they are, 0 at the end.
   int32_t NextBlock();
@@ -41,6 +52,7 @@ class BlurredRows {
   void FilterRow(int32_t y);
 
   const T* source_ = nullptr;
+  const RowChange* change_ = nullptr;
   Geometry geometry_;
   Region region_;
   BlurWeights weights_;
