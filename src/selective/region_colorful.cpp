@@ -1,0 +1,154 @@
+#include "selective/region_colorful.h"
+
+#include <algorithm>
+
+#include "color/color_lattice.h"
+#include "color/hue_saturation.h"
+#include "color/rgb_to_hsl.h"
+#include "core/entry.h"
+#include "core/rounding.h"
+#include "core/scratch.h"
+#include "filter/blurred_rows.h"
+#include "filter/gaussian_blur.h"
+#include "selective/picked_colour_mask.h"
+#include "tone/gamma.h"
+
+namespace zel {
+
+namespace {
+
+constexpr int32_t kMaskMaximum = 192;
+
+int32_t Tolerance(int32_t base, int32_t amount) {
+  return amount > 85 ? base + (amount - 85) / 3 : base;
+}
+
+// Weight from which a pixel belongs to the area that is measured.
+int64_t Threshold(int32_t amount) {
+  return amount < 85 ? 96 : 96 + (85 - static_cast<int64_t>(amount)) * 48 / 15;
+}
+
+// Spares what is saturated already, and counts the saturations of what stays in the mask.
+void MeasureArea(const uint8_t* source, const Geometry& geometry, uint8_t* mask, int64_t threshold,
+                 uint32_t histogram[101]) {
+  std::fill(histogram, histogram + 101, 0u);
+  const size_t red = geometry.blueFirst ? 2 : 0, blue = 2 - red;
+  for (int32_t y = 0; y < geometry.height; ++y) {
+    const uint8_t* pixel = source + geometry.RowOffset(y);
+    for (int32_t x = 0; x < geometry.width; ++x, ++mask, pixel += 3) {
+      if (*mask < threshold) continue;
+      const int32_t s = PixelSat(pixel[red], pixel[1], pixel[blue]);
+      if (s > 75) *mask = static_cast<uint8_t>((100 - s) * *mask * 4 / 100);
+      if (*mask >= threshold) ++histogram[s];
+    }
+  }
+}
+
+// The colour change of the rectangle's pixels, as it is wanted before the blur.
+class RaisedColour final : public BlurredRows<uint8_t>::RowChange {
+ public:
+  RaisedColour(const Geometry& geometry, const Region& region, int64_t increase)
+      : geometry_(geometry), region_(region) {
+    MakeColorLattice(lattice_, 8);
+    AdjustLatticeHueSaturation(lattice_, 8, 0,
+                               static_cast<int32_t>(std::min<int64_t>(std::max<int64_t>(increase, -100), 100)));
+    // The gamma operation leaves its table in a row of all levels.
+    const float gamma = static_cast<float>(ToSingle(1.0 + static_cast<double>(increase) * static_cast<double>(0.001f)));
+    const float gammas[3] = {gamma, gamma, gamma};
+    for (int32_t i = 0; i < 256; ++i) curve_[i] = static_cast<uint8_t>(i);
+    GammaCorrectRaw(curve_, curve_, {256, 1, 1, 8, 256, false}, nullptr, gammas);
+  }
+
+  void Change(int32_t y, int32_t left, uint8_t* samples, int32_t) const override {
+    if (y < region_.top || y >= region_.bottom) return;
+    uint8_t* const own = samples + static_cast<size_t>(region_.left - left) * 3;
+    const Geometry row{region_.Width(), 1, 3, 8, region_.Width() * 3, geometry_.blueFirst};
+    ApplyColorLattice(own, own, row, nullptr, lattice_, 8);
+    ActiveKernels().lut.MapBytes(own, own, static_cast<size_t>(row.stride), curve_);
+  }
+
+ private:
+  Geometry geometry_;
+  Region region_;
+  uint8_t lattice_[kLatticeSamples], curve_[256];
+};
+
+bool MixRaisedColour(const uint8_t* source, uint8_t* destination, const Geometry& geometry, const Region& region,
+                     const uint8_t* mask, int64_t increase) {
+  BlurWeights weights;
+  MakeBlurWeights(0.5, &weights);
+  const RaisedColour raised(geometry, region, increase);
+  BlurredRows<uint8_t> rows;
+  if (!rows.Start(source, geometry, region, weights, &raised)) return false;
+  const BlendKernels& kernels = ActiveKernels().blend;
+  uint8_t effect[kBlurTile], spread[kBlurTile];
+  static_assert(kBlurTile % 3 == 0, "tiles hold whole pixels");
+  for (int32_t top = region.top; const int32_t ready = rows.NextBlock(); top += ready) {
+    for (size_t first = 0; first < rows.RowSamples(); first += kBlurTile) {
+      const size_t count = std::min(kBlurTile, rows.RowSamples() - first);
+      for (int32_t i = 0; i < ready; ++i) {
+        const size_t offset = rows.Offset(i) + first;
+        rows.Sum(i, first, count, effect);
+        kernels.SpreadMask(mask + static_cast<size_t>(top + i) * geometry.width + region.left + first / 3, spread,
+                           count / 3, 3);
+        kernels.MixBytes(effect, source + offset, spread, destination + offset, count);
+      }
+    }
+  }
+  return true;
+}
+
+// `fillMask` writes the area's weights.
+template <class FillMask>
+bool Enhance(const ImageDesc* source, const ImageDesc* destination, int32_t amount, const ZelRect* rect,
+             FillMask fillMask) {
+  if (amount == 0) return ZeroStrengthCopy(source, destination, rect) == ZEL_OK;
+  if (!SameImageLayout(source, destination)) return false;
+  const Geometry geometry = GeometryOf(*source);
+  if (geometry.channels != 3 || geometry.bits != 8) return false;
+  const Geometry maskGeometry = MaskGeometry(geometry.width, geometry.height);
+  Scratch<uint8_t> mask(maskGeometry.SampleCount());
+  if (!mask || !fillMask(geometry, mask.data(), maskGeometry)) return false;
+
+  uint32_t histogram[101];
+  MeasureArea(source->data, geometry, mask.data(), Threshold(amount), histogram);
+  const Region region = GivenRegion(rect, geometry.width, geometry.height);
+  if (region.IsEmpty()) return true;
+  return MixRaisedColour(source->data, destination->data, geometry, region, mask.data(),
+                         SaturationIncrease(histogram, amount));
+}
+
+}  // namespace
+
+int64_t SaturationIncrease(const uint32_t histogram[101], int32_t amount) {
+  uint64_t count = 0;
+  for (int32_t s = 0; s <= 100; ++s) count += histogram[s];
+  // The saturation that the most saturated hundredth reaches could be this much higher.
+  int64_t boost = 0;
+  if (count != 0) {
+    const uint64_t wanted = std::max<uint64_t>(1, count / 100);
+    int32_t s = 99;
+    for (uint64_t sum = histogram[s]; sum < wanted && s > 0;) sum += histogram[--s];
+    if (s != 0) boost = std::max((100 - s) * 100 / s, 75);
+  }
+  return amount <= 50 ? boost * amount / 50 : boost + (static_cast<int64_t>(amount) - 50) / 2;
+}
+
+bool SeededColourfulEnhance(const ImageDesc* source, const ImageDesc* destination, const ZelPoint& point,
+                            int32_t amount, const ZelRect* rect) {
+  return Enhance(source, destination, amount, rect, [&](const Geometry& geometry, void* mask, const Geometry& layout) {
+    return BuildPickedColourMaskRaw(source->data, geometry, mask, layout, nullptr, point, kMaskMaximum,
+                                    ScaledPickTolerance(Tolerance(20, amount)));
+  });
+}
+
+bool RegionColourfulEnhance(const ImageDesc* source, const ImageDesc* destination, ColourRegion region, int32_t amount,
+                            const ZelRect* rect) {
+  const int32_t base = region == kFoliage ? 50 : region == kSky ? 60 : 20;
+  return Enhance(source, destination, amount, rect, [&](const Geometry& geometry, void* mask, const Geometry& layout) {
+    return BuildRegionHueMaskRaw(source->data, geometry, mask, layout, nullptr, region, Tolerance(base, amount),
+                                 kMaskMaximum);
+  });
+}
+
+}  // namespace zel

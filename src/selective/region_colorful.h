@@ -1,0 +1,27 @@
+// Raises the colour of foliage, sky or skin.
+#ifndef ZEL_SELECTIVE_REGION_COLORFUL_H_
+#define ZEL_SELECTIVE_REGION_COLORFUL_H_
+
+#include "core/image.h"
+#include "selective/region_hue_mask.h"
+
+namespace zel {
+
+// Raises saturation and a little brightness where a mask finds the colour around `point`, or the hues that are typical
+// of a region. The less saturated that area is, the more is added. `amount` is in per cent: above 50 a fixed part is
+// added, above 85 the mask widens; 0 copies the source. The mask and the measurement look at the whole image, whatever
+// the rectangle; pixels around the rectangle count as they are in the source. A reversed rectangle is empty.
+//
+// 8 bits, three channels. False, with nothing written, for anything else, when the records differ, for a point outside
+// the image and without memory.
+bool SeededColourfulEnhance(const ImageDesc* source, const ImageDesc* destination, const ZelPoint& point,
+                            int32_t amount, const ZelRect* rect);
+bool RegionColourfulEnhance(const ImageDesc* source, const ImageDesc* destination, ColourRegion region, int32_t amount,
+                            const ZelRect* rect);
+
+// How much saturation to add, in per cent, for `amount` and the saturations of the area: counts of 0 to 100 per cent.
+int64_t SaturationIncrease(const uint32_t histogram[101], int32_t amount);
+
+}  // namespace zel
+
+#endif  // ZEL_SELECTIVE_REGION_COLORFUL_H_

@@ -1,0 +1,25 @@
+// Masks of the pixels whose hue is typical of skin, foliage or sky.
+#ifndef ZEL_SELECTIVE_REGION_HUE_MASK_H_
+#define ZEL_SELECTIVE_REGION_HUE_MASK_H_
+
+#include "core/image.h"
+
+namespace zel {
+
+enum ColourRegion : int32_t { kSkin = 0, kFoliage = 1, kSky = 2 };
+
+// Writes a weight from 0 to `maximum` into every channel of the mask's pixels inside the rectangle (reordered and cut).
+// With T = max(10, tolerance) the weight is full within T / 2 degrees of the region's typical hue (skin 10, foliage
+// 105, sky 240) and falls to nothing over T more. Greys weigh nothing. `maximum` is limited to what a mask sample
+// holds, negative ones to 0.
+//
+// Source of three channels, mask of one or three, 8 and 16 bits each, in any combination. False, with nothing written,
+// for another region, when the images differ in size or cannot be processed.
+bool BuildRegionHueMask(const ImageDesc* source, const ImageDesc* mask, const ZelRect* rect, ColourRegion region,
+                        int32_t tolerance, int32_t maximum);
+bool BuildRegionHueMaskRaw(const void* source, const Geometry& geometry, void* mask, const Geometry& maskGeometry,
+                           const ZelRect* rect, ColourRegion region, int32_t tolerance, int32_t maximum);
+
+}  // namespace zel
+
+#endif  // ZEL_SELECTIVE_REGION_HUE_MASK_H_
