@@ -401,6 +401,7 @@ ZEL_API int32_t ZEL_CALL ZelBasicToolFunc_ColorCastManual(const ImageDesc* sourc
  *
  * point   a pixel of the foliage, or none for all foliage-like hues. When the pixel there does not look like
  * foliage, the source is copied. amount  0 (copies the source) to 100. extra   ignored
+ * rect    where the colours change; the whole image is always measured. A reversed one is empty.
  *
  * 8 bits, three channels.
  */

@@ -10,6 +10,7 @@
 #include "filter/unsharp_mask.h"
 #include "retouch/denoise.h"
 #include "selective/color_cast.h"
+#include "selective/region_colorful.h"
 #include "selective/region_points.h"
 #include "selective/region_tone.h"
 #include "tone/color_temperature.h"
@@ -23,6 +24,15 @@ namespace {
 
 int32_t Within(int32_t value, int32_t low, int32_t high) {
   return std::min(std::max(value, low), high);
+}
+
+// A point that does not look like the region leaves the image alone.
+int32_t Colorful(const ImageDesc* source, const ImageDesc* destination, ColourRegion region,
+                 bool (*isInRegion)(const ImageDesc*, const ZelPoint*), const ZelPoint* point, int32_t amount,
+                 const ZelRect* rect) {
+  if (!HasPoint(point)) return ResultOf(RegionColourfulEnhance(source, destination, region, amount, rect));
+  if (!isInRegion(source, point)) return ZeroStrengthCopy(source, destination, rect);
+  return ResultOf(SeededColourfulEnhance(source, destination, *point, amount, rect));
 }
 
 }  // namespace
@@ -92,9 +102,9 @@ int32_t ZEL_CALL ZelBasicToolFunc_ColorCastManual(const ImageDesc* source, const
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_FoliageColorful(const ImageDesc* source, const ImageDesc* destination,
-                                                  const ZelPoint*, int32_t amount, const ZelRect* rect, uint32_t) {
-  if (amount == 0) return ZeroStrengthCopy(source, destination, rect);
-  return ZEL_REFUSED;
+                                                  const ZelPoint* point, int32_t amount, const ZelRect* rect,
+                                                  uint32_t) {
+  return Colorful(source, destination, kFoliage, IsFoliagePoint, point, amount, rect);
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_FoliageTone(const ImageDesc* source, const ImageDesc* destination,
@@ -104,10 +114,9 @@ int32_t ZEL_CALL ZelBasicToolFunc_FoliageTone(const ImageDesc* source, const Ima
   return ResultOf(SeededToneEnhance(source, destination, *point, amount, rect));
 }
 
-int32_t ZEL_CALL ZelBasicToolFunc_SkyColorful(const ImageDesc* source, const ImageDesc* destination, const ZelPoint*,
-                                              int32_t amount, const ZelRect* rect, uint32_t) {
-  if (amount == 0) return ZeroStrengthCopy(source, destination, rect);
-  return ZEL_REFUSED;
+int32_t ZEL_CALL ZelBasicToolFunc_SkyColorful(const ImageDesc* source, const ImageDesc* destination,
+                                              const ZelPoint* point, int32_t amount, const ZelRect* rect, uint32_t) {
+  return Colorful(source, destination, kSky, IsSkyPoint, point, amount, rect);
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_SkyTone(const ImageDesc* source, const ImageDesc* destination, const ZelPoint* point,
@@ -117,10 +126,9 @@ int32_t ZEL_CALL ZelBasicToolFunc_SkyTone(const ImageDesc* source, const ImageDe
   return ResultOf(SeededToneEnhance(source, destination, *point, amount, rect));
 }
 
-int32_t ZEL_CALL ZelBasicToolFunc_SkinColorful(const ImageDesc* source, const ImageDesc* destination, const ZelPoint*,
-                                               int32_t amount, const ZelRect* rect, uint32_t) {
-  if (amount == 0) return ZeroStrengthCopy(source, destination, rect);
-  return ZEL_REFUSED;
+int32_t ZEL_CALL ZelBasicToolFunc_SkinColorful(const ImageDesc* source, const ImageDesc* destination,
+                                               const ZelPoint* point, int32_t amount, const ZelRect* rect, uint32_t) {
+  return Colorful(source, destination, kSkin, IsSkinPoint, point, amount, rect);
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_DeNoise(const ImageDesc* source, const ImageDesc* destination, uint32_t strength,

@@ -4,12 +4,12 @@
 
 #include "color/color_lattice.h"
 #include "color/hue_saturation.h"
-#include "color/rgb_to_hsl.h"
 #include "core/entry.h"
 #include "core/rounding.h"
 #include "core/scratch.h"
 #include "filter/blurred_rows.h"
 #include "filter/gaussian_blur.h"
+#include "selective/mix_tile.h"
 #include "selective/picked_colour_mask.h"
 #include "tone/gamma.h"
 
@@ -32,14 +32,22 @@ int64_t Threshold(int32_t amount) {
 void MeasureArea(const uint8_t* source, const Geometry& geometry, uint8_t* mask, int64_t threshold,
                  uint32_t histogram[101]) {
   std::fill(histogram, histogram + 101, 0u);
-  const size_t red = geometry.blueFirst ? 2 : 0, blue = 2 - red;
+  const HueKernels& kernels = ActiveKernels().hue;
+  constexpr int32_t kStrip = 256;
+  uint8_t saturations[kStrip];
   for (int32_t y = 0; y < geometry.height; ++y) {
-    const uint8_t* pixel = source + geometry.RowOffset(y);
-    for (int32_t x = 0; x < geometry.width; ++x, ++mask, pixel += 3) {
-      if (*mask < threshold) continue;
-      const int32_t s = PixelSat(pixel[red], pixel[1], pixel[blue]);
-      if (s > 75) *mask = static_cast<uint8_t>((100 - s) * *mask * 4 / 100);
-      if (*mask >= threshold) ++histogram[s];
+    for (int32_t x = 0; x < geometry.width; x += kStrip) {
+      const int32_t pixels = std::min(kStrip, geometry.width - x);
+      uint8_t* const weights = mask + static_cast<size_t>(y) * geometry.width + x;
+      if (threshold > 0 && IsUnmasked(weights, pixels)) continue;
+      kernels.SaturationsOfBytes(source + geometry.RowOffset(y) + static_cast<size_t>(x) * 3, saturations, pixels);
+      for (int32_t p = 0; p < pixels; ++p) {
+        const int32_t s = saturations[p];
+        int32_t m = weights[p];
+        if (m < threshold) continue;
+        if (s > 75) weights[p] = static_cast<uint8_t>(m = (100 - s) * m * 4 / 100);
+        if (m >= threshold) ++histogram[s];
+      }
     }
   }
 }
@@ -75,23 +83,20 @@ class RaisedColour final : public BlurredRows<uint8_t>::RowChange {
 
 bool MixRaisedColour(const uint8_t* source, uint8_t* destination, const Geometry& geometry, const Region& region,
                      const uint8_t* mask, int64_t increase) {
-  BlurWeights weights;
-  MakeBlurWeights(0.5, &weights);
+  BlurWeights kernel;
+  MakeBlurWeights(0.5, &kernel);
   const RaisedColour raised(geometry, region, increase);
   BlurredRows<uint8_t> rows;
-  if (!rows.Start(source, geometry, region, weights, &raised)) return false;
-  const BlendKernels& kernels = ActiveKernels().blend;
-  uint8_t effect[kBlurTile], spread[kBlurTile];
+  if (!rows.Start(source, geometry, region, kernel, &raised)) return false;
   static_assert(kBlurTile % 3 == 0, "tiles hold whole pixels");
   for (int32_t top = region.top; const int32_t ready = rows.NextBlock(); top += ready) {
     for (size_t first = 0; first < rows.RowSamples(); first += kBlurTile) {
       const size_t count = std::min(kBlurTile, rows.RowSamples() - first);
       for (int32_t i = 0; i < ready; ++i) {
+        const uint8_t* weights = mask + static_cast<size_t>(top + i) * geometry.width + region.left + first / 3;
         const size_t offset = rows.Offset(i) + first;
-        rows.Sum(i, first, count, effect);
-        kernels.SpreadMask(mask + static_cast<size_t>(top + i) * geometry.width + region.left + first / 3, spread,
-                           count / 3, 3);
-        kernels.MixBytes(effect, source + offset, spread, destination + offset, count);
+        MixTile(source + offset, destination + offset, weights, count / 3,
+                [&](uint8_t* effect) { rows.Sum(i, first, count, effect); });
       }
     }
   }
@@ -110,10 +115,10 @@ bool Enhance(const ImageDesc* source, const ImageDesc* destination, int32_t amou
   Scratch<uint8_t> mask(maskGeometry.SampleCount());
   if (!mask || !fillMask(geometry, mask.data(), maskGeometry)) return false;
 
-  uint32_t histogram[101];
-  MeasureArea(source->data, geometry, mask.data(), Threshold(amount), histogram);
   const Region region = GivenRegion(rect, geometry.width, geometry.height);
   if (region.IsEmpty()) return true;
+  uint32_t histogram[101];
+  MeasureArea(source->data, geometry, mask.data(), Threshold(amount), histogram);
   return MixRaisedColour(source->data, destination->data, geometry, region, mask.data(),
                          SaturationIncrease(histogram, amount));
 }

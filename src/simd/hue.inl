@@ -103,4 +103,32 @@ static void WeighHuesOfWords(const uint16_t* in, uint8_t* out, size_t pixels, co
   for (; p < pixels; ++p) out[p] = weights[WeighedHue(in[3 * p + red], in[3 * p + 1], in[3 * p + blue], 65535)];
 }
 
-static const HueKernels kHueKernels = {WeighHuesOfBytes, WeighHuesOfWords};
+static void SaturationsOfBytes(const uint8_t* in, uint8_t* out, size_t pixels) {
+  size_t p = 0;
+#if defined(__AVX2__)
+  const __m256i pickFirst = EveryThirdByte(0), pickSecond = EveryThirdByte(1), pickThird = EveryThirdByte(2);
+  for (; p + 8 <= pixels; p += 8) {
+    const __m256i v = TwoHalves(in + 3 * p, in + 3 * p + 8);
+    const __m256i a = _mm256_shuffle_epi8(v, pickFirst), b = _mm256_shuffle_epi8(v, pickSecond),
+                  c = _mm256_shuffle_epi8(v, pickThird);
+    const __m256i high = _mm256_max_epi32(_mm256_max_epi32(a, b), c), low = _mm256_min_epi32(_mm256_min_epi32(a, b), c);
+    const __m256i sum = _mm256_add_epi32(high, low);
+    const __m256i full = _mm256_min_epi32(sum, _mm256_sub_epi32(_mm256_set1_epi32(510), sum));
+    const __m256i hundredfold = _mm256_mullo_epi16(_mm256_sub_epi32(high, low), _mm256_set1_epi32(100));
+    // Truncation gives the integer quotient: one that is not whole lies 1/255 or more from the next.
+    const __m256i quotient = _mm256_cvttps_epi32(
+        _mm256_div_ps(_mm256_cvtepi32_ps(hundredfold), _mm256_max_ps(_mm256_cvtepi32_ps(full), _mm256_set1_ps(1.0f))));
+    const __m128i words = _mm_packus_epi32(_mm256_castsi256_si128(quotient), _mm256_extracti128_si256(quotient, 1));
+    _mm_storel_epi64((__m128i*)(out + p), _mm_packus_epi16(words, words));
+  }
+#endif
+  for (; p < pixels; ++p) {
+    const int32_t a = in[3 * p], b = in[3 * p + 1], c = in[3 * p + 2];
+    const int32_t highest = a > b ? a : b, lowest = a < b ? a : b;
+    const int32_t high = highest > c ? highest : c, low = lowest < c ? lowest : c;
+    const int32_t sum = high + low, full = sum < 510 - sum ? sum : 510 - sum;
+    out[p] = (uint8_t)(high == low ? 0 : (high - low) * 100 / full);
+  }
+}
+
+static const HueKernels kHueKernels = {WeighHuesOfBytes, WeighHuesOfWords, SaturationsOfBytes};

@@ -109,6 +109,8 @@ struct HueKernels {
   // tells the order of the pixels. `out` is not `in`.
   void (*WeighHuesOfBytes)(const uint8_t* in, uint8_t* out, size_t pixels, const uint8_t* weights, bool blueFirst);
   void (*WeighHuesOfWords)(const uint16_t* in, uint8_t* out, size_t pixels, const uint8_t* weights, bool blueFirst);
+  // out[p] = saturation of pixel p, 0 to 100, as RgbToHsl gives it. `out` is not `in`.
+  void (*SaturationsOfBytes)(const uint8_t* in, uint8_t* out, size_t pixels);
 };
 
 struct Kernels {

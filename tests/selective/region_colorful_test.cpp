@@ -1,0 +1,152 @@
+#include "selective/region_colorful.h"
+
+#include <gtest/gtest.h>
+
+#include "color/hue_saturation.h"
+#include "color/rgb_to_hsl.h"
+#include "core/blend.h"
+#include "core/entry.h"
+#include "core/image.h"
+#include "filter/gaussian_blur.h"
+#include "selective/picked_colour_mask.h"
+#include "simd/kernels.h"
+#include "support/images.h"
+#include "tone/gamma.h"
+
+namespace zel::test {
+namespace {
+
+TEST(RegionColourful, KeepsTheImageLaws) {
+  Laws laws;
+  laws.reorders = false;
+  const std::vector<Shape> shapes = {
+      {37, 23, 3, 8, true}, {300, 21, 3, 8, false, 5}, {37, 23, 3, 16, true}, {37, 23, 1, 8}};
+  ExpectImageLaws(
+      [](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
+        return ZelBasicToolFunc_SkinColorful(source, destination, nullptr, 90, rect, 0);
+      },
+      shapes, laws);
+  ExpectImageLaws(
+      [](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
+        return ResultOf(SeededColourfulEnhance(source, destination, {13, 7}, 60, rect));
+      },
+      shapes, laws);
+}
+
+// The steps one after the other on whole images.
+void Expect(const TestImage& source, TestImage* result, const TestImage& builtMask, int threshold, int amount,
+            const ZelRect* rect) {
+  TestImage mask(builtMask), working(source);
+  uint32_t histogram[101] = {};
+  for (int y = 0; y < source.shape().height; ++y) {
+    for (int x = 0; x < source.shape().width; ++x) {
+      int m = mask.Get(x, y, 0);
+      if (m < threshold) continue;
+      const int s = PixelSat(source.Colour(x, y, 0), source.Colour(x, y, 1), source.Colour(x, y, 2));
+      if (s > 75) mask.Set(x, y, 0, m = (100 - s) * m * 4 / 100);
+      if (m >= threshold) ++histogram[s];
+    }
+  }
+  const int32_t increase = static_cast<int32_t>(SaturationIncrease(histogram, amount));
+  const float gamma = static_cast<float>(1.0 + increase * static_cast<double>(0.001f));
+  const float gammas[3] = {gamma, gamma, gamma};
+  ASSERT_TRUE(ApplyHueSaturation(working.desc(), working.desc(), rect, 0, increase, true));
+  ASSERT_TRUE(GammaCorrect(working.desc(), working.desc(), rect, gammas));
+  ASSERT_TRUE(GaussianBlur(working.desc(), working.desc(), rect, 0.5));
+  ASSERT_TRUE(MaskBlend(working.desc(), source.desc(), result->desc(), mask.desc(), kMix, rect));
+}
+
+TEST(RegionColourful, EqualsItsStepsDoneOneByOne) {
+  const ZelRect part{9, 5, 290, 40};
+  const TestImage source({301, 47, 3, 8, true, 2});
+  struct {
+    ColourRegion region;
+    int amount, base;
+  } const cases[] = {{kFoliage, 40, 50}, {kSky, 100, 60}, {kSkin, 87, 20}, {kSkin, -30, 20}};
+  for (const auto& c : cases) {
+    const int tolerance = c.amount > 85 ? (c.amount - 85) / 3 : 0;
+    const int threshold = c.amount < 85 ? 96 : 96 + (85 - c.amount) * 48 / 15;
+    for (const ZelRect* rect : {static_cast<const ZelRect*>(nullptr), &part}) {
+      TestImage mask({301, 47, 1, 8, false}), expected(source), result(source);
+      ASSERT_TRUE(BuildRegionHueMask(source.desc(), mask.desc(), nullptr, c.region, c.base + tolerance, 192));
+      Expect(source, &expected, mask, threshold, c.amount, rect);
+      ASSERT_TRUE(RegionColourfulEnhance(source.desc(), result.desc(), c.region, c.amount, rect));
+      ASSERT_TRUE(result.SameBytes(expected)) << c.region << " " << c.amount;
+      EXPECT_FALSE(result.SameBytes(source));
+
+      TestImage picked(source), pickedExpected(source);
+      ASSERT_TRUE(BuildPickedColourMask(source.desc(), mask.desc(), nullptr, {44, 31}, 192, 20 + tolerance));
+      Expect(source, &pickedExpected, mask, threshold, c.amount, rect);
+      ASSERT_TRUE(SeededColourfulEnhance(source.desc(), picked.desc(), {44, 31}, c.amount, rect));
+      ASSERT_TRUE(picked.SameBytes(pickedExpected)) << "picked " << c.amount;
+    }
+  }
+}
+
+TEST(RegionColourful, AddsMoreToADullArea) {
+  const auto increase = [](std::initializer_list<std::pair<int, uint32_t>> bins, int32_t amount) {
+    uint32_t histogram[101] = {};
+    for (const auto& bin : bins) histogram[bin.first] = bin.second;
+    return SaturationIncrease(histogram, amount);
+  };
+  EXPECT_EQ(increase({{20, 50}}, 50), 400);
+  EXPECT_EQ(increase({{20, 50}}, 25), 200);
+  EXPECT_EQ(increase({{20, 50}}, 100), 425);
+  EXPECT_EQ(increase({{60, 50}}, 50), 75) << "66 is raised to 75";
+  EXPECT_EQ(increase({{30, 989}, {50, 10}}, 50), 100) << "9 of 999 suffice";
+  EXPECT_EQ(increase({{30, 4000}, {50, 10}}, 50), 233) << "10 of 4010 do not";
+  EXPECT_EQ(increase({{0, 7}}, 50), 0);
+  EXPECT_EQ(increase({}, 50), 0);
+  EXPECT_EQ(increase({}, 100), 25) << "the fixed part comes without an area";
+  EXPECT_EQ(increase({{100, 7}}, 50), 0);
+  EXPECT_EQ(increase({{1, 7}}, INT32_MIN), int64_t{9900} * INT32_MIN / 50);
+}
+
+TEST(RegionColourful, PointsOnOffAndAbsent) {
+  TestImage source({20, 20, 3, 8, true});
+  source.FillColour(90, 140, 80);
+  source.SetColour(3, 3, 90, 90, 90);
+  const ZelPoint grey{3, 3}, leaf{10, 10}, outside{20, 3}, none{-1, -1};
+  TestImage seeded(source), plain(source), absent(source), copied({20, 20, 3, 8, true}, 2);
+  const auto run = [&](TestImage& out, const ZelPoint* point, int32_t amount) {
+    return ZelBasicToolFunc_FoliageColorful(source.desc(), out.desc(), point, amount, nullptr, 0);
+  };
+  EXPECT_EQ(run(seeded, &leaf, 80), ZEL_OK);
+  EXPECT_GT(seeded.Colour(15, 15, 1) - seeded.Colour(15, 15, 2), 60 + 10);
+  EXPECT_EQ(run(plain, nullptr, 80), ZEL_OK);
+  EXPECT_EQ(run(absent, &none, 80), ZEL_OK);
+  EXPECT_TRUE(plain.SameBytes(absent));
+  for (const ZelPoint* point : {&grey, &outside}) {
+    copied.Fill(1);
+    EXPECT_EQ(run(copied, point, 80), ZEL_OK);
+    EXPECT_TRUE(copied.SameBytes(source));
+  }
+  copied.Fill(1);
+  EXPECT_EQ(run(copied, nullptr, 0), ZEL_OK);
+  EXPECT_TRUE(copied.SameBytes(source));
+  EXPECT_EQ(ZelBasicToolFunc_SkyColorful(source.desc(), copied.desc(), &leaf, 80, nullptr, 0), ZEL_OK);
+  EXPECT_TRUE(copied.SameBytes(source));
+  EXPECT_EQ(ZelBasicToolFunc_SkyColorful(nullptr, copied.desc(), nullptr, 80, nullptr, 0), ZEL_REFUSED);
+  for (const int32_t amount : {INT32_MIN, INT32_MAX, 1000}) EXPECT_EQ(run(copied, &leaf, amount), ZEL_OK);
+}
+
+TEST(HueKernels, SaturationsEqualSinglePixels) {
+  std::vector<uint8_t> row(3 * 256), out(256);
+  for (int fixed = 0; fixed < 256; ++fixed) {
+    for (int second = 0; second < 256; ++second) {
+      for (size_t p = 0; p < 256; ++p) {
+        row[3 * p + second % 3] = static_cast<uint8_t>(p);
+        row[3 * p + (second + 1) % 3] = static_cast<uint8_t>(second);
+        row[3 * p + (second + 2) % 3] = static_cast<uint8_t>(std::min<int>(second, static_cast<int>(p)) * fixed / 255);
+      }
+      for (const Kernels* const* level = BuiltKernelLevels(); *level != nullptr; ++level) {
+        const size_t pixels = 256 - second % 9;
+        (*level)->hue.SaturationsOfBytes(row.data(), out.data(), pixels);
+        for (size_t p = 0; p < pixels; ++p) ASSERT_EQ(out[p], PixelSat(row[3 * p], row[3 * p + 1], row[3 * p + 2]));
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace zel::test
