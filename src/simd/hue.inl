@@ -108,7 +108,7 @@ static void SaturationsOfBytes(const uint8_t* in, uint8_t* out, size_t pixels) {
 #if defined(__AVX2__)
   const __m256i pickFirst = EveryThirdByte(0), pickSecond = EveryThirdByte(1), pickThird = EveryThirdByte(2);
   for (; p + 8 <= pixels; p += 8) {
-    const __m256i v = TwoHalves(in + 3 * p, in + 3 * p + 8);
+    const __m256i v = LoadEightPixels(in + 3 * p);
     const __m256i a = _mm256_shuffle_epi8(v, pickFirst), b = _mm256_shuffle_epi8(v, pickSecond),
                   c = _mm256_shuffle_epi8(v, pickThird);
     const __m256i high = _mm256_max_epi32(_mm256_max_epi32(a, b), c), low = _mm256_min_epi32(_mm256_min_epi32(a, b), c);

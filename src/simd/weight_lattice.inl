@@ -6,8 +6,9 @@ static void WeighPixels(const uint8_t* in, uint8_t* out, size_t pixels, size_t s
   size_t p = 0;
 #if defined(__AVX2__)
   if (step == 3) {
+    // The upper half of the eight pixels starts four bytes further.
     const __m256i spread = _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1,  //
-                                            0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
+                                            4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15, -1);
     // From the bytes f0 f1 f2 0 r0 r1 r2 17, with r = 17 - f, of each pixel.
     const __m256i firstShares = _mm256_setr_epi8(4, 0, 4, 0, 4, 0, 4, 0, 12, 8, 12, 8, 12, 8, 12, 8,  //
                                                  4, 0, 4, 0, 4, 0, 4, 0, 12, 8, 12, 8, 12, 8, 12, 8);
@@ -17,12 +18,8 @@ static void WeighPixels(const uint8_t* in, uint8_t* out, size_t pixels, size_t s
                                                  6, -1, 6, -1, 2, -1, 2, -1, 14, -1, 14, -1, 10, -1, 10, -1);
     const __m256i low = _mm256_set1_epi8(15), high = _mm256_set1_epi8((char)0xF0), seventeen = _mm256_set1_epi8(17);
     const __m256i levelSteps = _mm256_set1_epi32(0x00011001), pairSteps = _mm256_set1_epi32(0x01000001);
-    // Both halves are loaded 16 bytes at a time, so the last group reads 4 bytes beyond its own.
-    for (; p + 10 <= pixels; p += 8) {
-      const __m256i v = _mm256_shuffle_epi8(
-          _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_loadu_si128((const __m128i*)(in + 3 * p))),
-                                  _mm_loadu_si128((const __m128i*)(in + 3 * p + 12)), 1),
-          spread);
+    for (; p + 8 <= pixels; p += 8) {
+      const __m256i v = _mm256_shuffle_epi8(LoadEightPixels(in + 3 * p), spread);
       // v / 17 is (v - v / 16) / 16 for every byte.
       const __m256i level = _mm256_and_si256(
           _mm256_srli_epi16(_mm256_sub_epi8(v, _mm256_and_si256(_mm256_srli_epi16(v, 4), low)), 4), low);
