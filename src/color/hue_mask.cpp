@@ -2,33 +2,20 @@
 
 #include <algorithm>
 
-#include "simd/kernels.h"
-
 namespace zel {
 
-namespace {
-
-// One byte of every weight, as the kernels want it.
-struct ByteTable {
-  ByteTable(const uint16_t weights[360], int32_t shift) {
-    for (size_t h = 0; h < kHueWeights; ++h) entries[h] = h < 360 ? static_cast<uint8_t>(weights[h] >> shift) : 0;
-  }
-  uint8_t entries[kHueWeights];
-};
-
-void Weigh(const void* source, const Geometry& geometry, size_t sample, uint8_t* out, size_t pixels,
-           const ByteTable& table) {
-  const HueKernels& kernels = ActiveKernels().hue;
-  if (geometry.bits == 8) {
-    kernels.WeighHuesOfBytes(static_cast<const uint8_t*>(source) + sample, out, pixels, table.entries,
-                             geometry.blueFirst);
-  } else {
-    kernels.WeighHuesOfWords(static_cast<const uint16_t*>(source) + sample, out, pixels, table.entries,
-                             geometry.blueFirst);
-  }
+HueWeights::HueWeights(const uint16_t weights[360], int32_t shift) {
+  for (size_t h = 0; h < kHueWeights; ++h) entries_[h] = h < 360 ? static_cast<uint8_t>(weights[h] >> shift) : 0;
 }
 
-}  // namespace
+void HueWeights::Weigh(const void* source, const Geometry& geometry, size_t sample, uint8_t* out, size_t pixels) const {
+  const HueKernels& kernels = ActiveKernels().hue;
+  if (geometry.bits == 8) {
+    kernels.WeighHuesOfBytes(static_cast<const uint8_t*>(source) + sample, out, pixels, entries_, geometry.blueFirst);
+  } else {
+    kernels.WeighHuesOfWords(static_cast<const uint16_t*>(source) + sample, out, pixels, entries_, geometry.blueFirst);
+  }
+}
 
 bool FillHueMask(const void* source, const Geometry& geometry, void* mask, const Geometry& maskGeometry,
                  const ZelRect* rect, const uint16_t weights[360]) {
@@ -41,23 +28,23 @@ bool FillHueMask(const void* source, const Geometry& geometry, void* mask, const
     return false;
   }
   const Region region = ClampedRegion(rect, geometry.width, geometry.height);
-  const ByteTable low(weights, 0), high(weights, 8);
+  if (region.IsEmpty()) return true;
+  const HueWeights low(weights), high(weights, 8);
   constexpr int32_t kStrip = 256;
   uint8_t lowBytes[kStrip], highBytes[kStrip];
   for (int32_t y = region.top; y < region.bottom; ++y) {
     const size_t sourceRow = geometry.RowOffset(y), maskRow = maskGeometry.RowOffset(y);
     if (maskGeometry.bits == 8 && channels == 1) {
-      if (region.IsEmpty()) break;
-      Weigh(source, geometry, sourceRow + static_cast<size_t>(region.left) * 3,
-            static_cast<uint8_t*>(mask) + maskRow + region.left, region.Width(), low);
+      low.Weigh(source, geometry, sourceRow + static_cast<size_t>(region.left) * 3,
+                static_cast<uint8_t*>(mask) + maskRow + region.left, region.Width());
       continue;
     }
     for (int32_t x = region.left; x < region.right; x += kStrip) {
       const size_t pixels = std::min(kStrip, region.right - x);
       const size_t first = sourceRow + static_cast<size_t>(x) * 3;
       size_t sample = maskRow + static_cast<size_t>(x) * channels;
-      Weigh(source, geometry, first, lowBytes, pixels, low);
-      if (maskGeometry.bits == 16) Weigh(source, geometry, first, highBytes, pixels, high);
+      low.Weigh(source, geometry, first, lowBytes, pixels);
+      if (maskGeometry.bits == 16) high.Weigh(source, geometry, first, highBytes, pixels);
       for (size_t p = 0; p < pixels; ++p) {
         for (int32_t k = 0; k < channels; ++k, ++sample) {
           if (maskGeometry.bits == 8) {

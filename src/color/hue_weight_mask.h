@@ -6,6 +6,9 @@
 
 namespace zel {
 
+// The weights of all hues, up to `ceiling` limited to what a mask of 8 or 16 bits holds.
+void MakeHueWeights(int32_t ceiling, int32_t maskBits, uint16_t weights[360]);
+
 // Weights up to `ceiling`: all of it for hues of 0 to 20 degrees, falling to none at 45 and at 335, none for the other
 // hues and for greys. The ceiling is limited to what a mask sample holds, negative ones to 0. Fills the rectangle
 // (reordered and cut) of the mask, all its channels; the rest of the mask keeps its weights.

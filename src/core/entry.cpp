@@ -20,6 +20,15 @@ int32_t ZeroStrengthCopy(const ImageDesc* source, const ImageDesc* destination, 
   return ZEL_OK;
 }
 
+void CopyOfRefused(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
+  if (!SameImageLayout(source, destination)) return;
+  if (rect != nullptr) {
+    CopyImageRect(*destination, *source, rect);
+  } else {
+    CopySamples(source->data, destination->data, GeometryOf(*source));
+  }
+}
+
 void ReportTime(uint32_t startTick) {
   const uint32_t elapsed = TickCount() - startTick;
   if (ProfileInt("zel_ip.ini", "TavoraDemo", "TimeCalculation", 0) == 0) return;

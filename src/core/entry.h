@@ -15,6 +15,10 @@ inline int32_t ResultOf(bool success) {
 // record cannot be used.
 int32_t ZeroStrengthCopy(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect);
 
+// What a separate destination gets from some functions that refuse: the source, its rectangle or all height x stride
+// samples. Nothing when the records do not agree.
+void CopyOfRefused(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect);
+
 inline bool HasPoint(const ZelPoint* point) {
   return point != nullptr && !(point->x == -1 && point->y == -1);
 }

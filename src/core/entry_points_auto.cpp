@@ -1,6 +1,8 @@
 // The automatic adjustments as exported: arguments checked, one operation called, its answer turned into a result code.
 #include <cstring>
 
+#include "color/color_lattice.h"
+#include "color/colorful.h"
 #include "color/vivid.h"
 #include "core/channel_lut.h"
 #include "core/entry.h"
@@ -16,6 +18,10 @@ namespace {
 // A curve from a _Get1DLut function applied to the rectangle.
 int32_t Apply(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, const uint8_t* block) {
   return ResultOf(ApplyChannelLut(source, destination, rect, block, 3, 8));
+}
+
+ColorfulStyle StyleOf(int32_t mode) {
+  return mode == 1 ? ColorfulStyle::kMasked : ColorfulStyle::kPlain;
 }
 
 }  // namespace
@@ -58,8 +64,21 @@ int32_t ZEL_CALL ZelTavoraFunc_ColorCast(const ImageDesc* source, const ImageDes
   return Apply(source, destination, rect, block);
 }
 
-int32_t ZEL_CALL ZelTavoraFunc_Colorful(const ImageDesc* source, const ImageDesc*, int32_t, int32_t, const ZelRect*) {
-  return source == nullptr ? ZEL_NULL_ARGUMENT : ZEL_REFUSED;
+int32_t ZEL_CALL ZelTavoraFunc_Colorful(const ImageDesc* source, const ImageDesc* destination, int32_t mode,
+                                        int32_t strength, const ZelRect* rect) {
+  if (strength == 0) return ZEL_OK;
+  const uint32_t start = TickCount();
+  uint8_t lattice[ZEL_LUT3D_BYTES];
+  int32_t result = ZelTavoraFunc_Colorful_Get3DLut(source, mode, strength, nullptr, lattice);
+  if (result == ZEL_OK) {
+    result = ZelTavoraFunc_Colorful_Apply3DLut(source, destination, mode, strength, rect, lattice);
+  }
+  if (result != ZEL_OK) {
+    CopyOfRefused(source, destination, rect);
+    return result;
+  }
+  ReportTime(start);
+  return ZEL_OK;
 }
 
 int32_t ZEL_CALL ZelTavoraFunc_Vivid(const ImageDesc* source, const ImageDesc* destination, int32_t mode,
@@ -126,13 +145,17 @@ int32_t ZEL_CALL ZelTavoraFunc_ColorCast_Get1DLut(const ImageDesc* source, uint3
   return ZEL_OK;
 }
 
-int32_t ZEL_CALL ZelTavoraFunc_Colorful_Get3DLut(const ImageDesc* source, int32_t, int32_t, const ZelRect*,
-                                                 uint8_t* lattice) {
+int32_t ZEL_CALL ZelTavoraFunc_Colorful_Get3DLut(const ImageDesc* source, int32_t mode, int32_t strength,
+                                                 const ZelRect* rect, uint8_t* lattice) {
   if (source == nullptr || lattice == nullptr) return ZEL_NULL_ARGUMENT;
-  return ZEL_REFUSED;
+  if (strength == 0) {
+    MakeColorLattice(lattice, 8);
+    return ZEL_OK;
+  }
+  return ResultOf(ColorfulLattice(source, rect, StyleOf(mode), strength, lattice));
 }
 
-int32_t ZEL_CALL ZelTavoraFunc_Colorful_Apply3DLut(const ImageDesc*, const ImageDesc*, int32_t, int32_t, const ZelRect*,
-                                                   const uint8_t*) {
-  return ZEL_REFUSED;
+int32_t ZEL_CALL ZelTavoraFunc_Colorful_Apply3DLut(const ImageDesc* source, const ImageDesc* destination, int32_t mode,
+                                                   int32_t strength, const ZelRect* rect, const uint8_t* lattice) {
+  return ResultOf(ApplyColorful(source, destination, rect, StyleOf(mode), strength, lattice));
 }

@@ -1,0 +1,119 @@
+#include "color/lab.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace zel {
+
+namespace {
+
+constexpr double kLn2 = 0.693147180559945309417232;
+
+double Curve(double t) {
+  return t > 0.008856 ? NearlyCubeRoot(t) : 7.787 * t + 0.13793103;
+}
+
+// `cubeScale` and `lineScale` bring the value back from the white point.
+double Inverse(double f, double cubeScale, double lineScale) {
+  return f > 0.008856 ? f * f * f * cubeScale : (f - 0.13793103) * lineScale;
+}
+
+template <class T>
+T ToSample(double value) {
+  constexpr int32_t kLast = sizeof(T) == 1 ? 255 : 65535;
+  const int32_t sample = static_cast<int32_t>(value * kLast + 0.5);
+  return static_cast<T>(std::min(std::max(sample, 0), kLast));
+}
+
+template <class T>
+void RowToLab(const T* pixel, int32_t pixels, bool blueFirst, const LabPlanes& planes, size_t first) {
+  const int32_t red = blueFirst ? 2 : 0, blue = 2 - red;
+  const auto scaled = [](T v) { return sizeof(T) == 1 ? v / 255.0 : v * 1.5259022e-5; };
+  for (int32_t p = 0; p < pixels; ++p, pixel += 3) {
+    const double r = scaled(pixel[red]), g = scaled(pixel[1]), b = scaled(pixel[blue]);
+    const double x = 0.4124 * r + 0.3576 * g + 0.1805 * b;
+    const double y = 0.2126 * r + 0.7152 * g + 0.0722 * b;
+    const double z = 0.0193 * r + 0.1192 * g + 0.9505 * b;
+    const double fx = Curve(std::min(x * 1.0524465, 1.0));
+    const double fy = Curve(std::min(y, 1.0));
+    const double fz = Curve(std::min(z * 0.9187604, 1.0));
+    planes.l[first + p] = static_cast<float>(116.0 * fy - 16.0);
+    planes.a[first + p] = static_cast<float>(500.0 * (fx - fy));
+    planes.b[first + p] = static_cast<float>(200.0 * (fy - fz));
+  }
+}
+
+template <class T>
+void RowFromLab(const LabPlanes& planes, size_t first, T* pixel, int32_t pixels, bool blueFirst) {
+  const int32_t red = blueFirst ? 2 : 0, blue = 2 - red;
+  for (int32_t p = 0; p < pixels; ++p, pixel += 3) {
+    const double fy = (static_cast<double>(planes.l[first + p]) + 16.0) * 0.00862069;
+    const double fx = fy + static_cast<double>(planes.a[first + p]) * 0.002;
+    const double fz = fy - static_cast<double>(planes.b[first + p]) * 0.005;
+    const double x = Inverse(std::max(fx, 0.0), 0.9501671, 0.12201966);
+    const double y = Inverse(std::max(fy, 0.0), 1.0, 0.12841916);
+    const double z = Inverse(std::max(fz, 0.0), 1.088423, 0.13977437);
+    pixel[red] = ToSample<T>(3.241 * x - 1.5374 * y - 0.4986 * z);
+    pixel[1] = ToSample<T>(-0.9692 * x + 1.876 * y + 0.0416 * z);
+    pixel[blue] = ToSample<T>(0.0556 * x - 0.204 * y + 1.057 * z);
+  }
+}
+
+}  // namespace
+
+// A library's exp and log may differ in the last bit from another's, and then a plane's number now and then by one in
+// single precision, which is enough to move a sample. So both are written out here.
+double NearlyCubeRoot(double t) {
+  // t = m * 2^exponent with m around 1.
+  uint64_t bits;
+  std::memcpy(&bits, &t, sizeof bits);
+  int32_t exponent = static_cast<int32_t>(bits >> 52) - 1023;
+  bits = (bits & 0x000FFFFFFFFFFFFFu) | 0x3FF0000000000000u;
+  double m;
+  std::memcpy(&m, &bits, sizeof m);
+  if (m > 1.4142135) {
+    m *= 0.5;
+    ++exponent;
+  }
+  // ln m = 2 (s + s^3 / 3 + s^5 / 5 ...) with |s| < 0.1716: the first term left out is below 1e-18.
+  const double s = (m - 1.0) / (m + 1.0), z = s * s;
+  double series = 1.0 / 23;
+  for (double term :
+       {1.0 / 21, 1.0 / 19, 1.0 / 17, 1.0 / 15, 1.0 / 13, 1.0 / 11, 1.0 / 9, 1.0 / 7, 1.0 / 5, 1.0 / 3, 1.0}) {
+    series = series * z + term;
+  }
+  const double power = (exponent * kLn2 + 2.0 * s * series) * 0.33333334;
+  // power = whole * ln 2 + rest with |rest| < 0.35, and e^rest by its series; the power lies between -1.6 and 0.
+  const int32_t whole = power > -0.5 * kLn2 ? 0 : power > -1.5 * kLn2 ? -1 : -2;
+  const double rest = power - whole * kLn2;
+  double root = 1.0 / 1307674368000;
+  for (double term : {1.0 / 87178291200, 1.0 / 6227020800, 1.0 / 479001600, 1.0 / 39916800, 1.0 / 3628800, 1.0 / 362880,
+                      1.0 / 40320, 1.0 / 5040, 1.0 / 720, 1.0 / 120, 1.0 / 24, 1.0 / 6, 0.5, 1.0, 1.0}) {
+    root = root * rest + term;
+  }
+  return whole == 0 ? root : whole == -1 ? root * 0.5 : root * 0.25;
+}
+
+void RgbToLabPlanes(const void* samples, const Geometry& geometry, const LabPlanes& planes) {
+  for (int32_t y = 0; y < geometry.height; ++y) {
+    const size_t row = geometry.RowOffset(y), first = static_cast<size_t>(y) * geometry.width;
+    if (geometry.bits == 8) {
+      RowToLab(static_cast<const uint8_t*>(samples) + row, geometry.width, geometry.blueFirst, planes, first);
+    } else {
+      RowToLab(static_cast<const uint16_t*>(samples) + row, geometry.width, geometry.blueFirst, planes, first);
+    }
+  }
+}
+
+void LabPlanesToRgb(const LabPlanes& planes, void* samples, const Geometry& geometry) {
+  for (int32_t y = 0; y < geometry.height; ++y) {
+    const size_t row = geometry.RowOffset(y), first = static_cast<size_t>(y) * geometry.width;
+    if (geometry.bits == 8) {
+      RowFromLab(planes, first, static_cast<uint8_t*>(samples) + row, geometry.width, geometry.blueFirst);
+    } else {
+      RowFromLab(planes, first, static_cast<uint16_t*>(samples) + row, geometry.width, geometry.blueFirst);
+    }
+  }
+}
+
+}  // namespace zel

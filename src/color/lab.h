@@ -1,0 +1,30 @@
+// Lightness and two chroma axes, as the colourful enhancement sees them.
+#ifndef ZEL_COLOR_LAB_H_
+#define ZEL_COLOR_LAB_H_
+
+#include "core/image.h"
+
+namespace zel {
+
+// Three planes of width x height single-precision numbers each, without gaps: L from 0 to 100, a from green to red, b
+// from blue to yellow. Samples are taken as linear light. Everything is computed in double precision by additions,
+// multiplications and divisions alone, so that the numbers are the same everywhere.
+struct LabPlanes {
+  float* l;
+  float* a;
+  float* b;
+};
+
+// Three channels, 8 or 16 bits; the geometry is the caller's promise.
+void RgbToLabPlanes(const void* samples, const Geometry& geometry, const LabPlanes& planes);
+
+// And back, rounded and cut to the samples' range. The change from the curve to its straight part is tested on f, not
+// on its cube, as the enhancement's promised results want it.
+void LabPlanesToRgb(const LabPlanes& planes, void* samples, const Geometry& geometry);
+
+// exp(ln(t) * 0.33333334) for 0.008856 < t <= 1, to within 1e-15 of itself.
+double NearlyCubeRoot(double t);
+
+}  // namespace zel
+
+#endif  // ZEL_COLOR_LAB_H_

@@ -1,0 +1,248 @@
+#include "color/colorful.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "color/color_lattice.h"
+#include "color/hue_saturation.h"
+#include "color/hue_weight_mask.h"
+#include "color/lab.h"
+#include "core/blend.h"
+#include "core/scratch.h"
+#include "support/images.h"
+
+namespace zel::test {
+namespace {
+
+using Lattice = std::vector<uint8_t>;
+
+Lattice Identity() {
+  Lattice lattice(kLatticeSamples);
+  MakeColorLattice(lattice.data(), 8);
+  return lattice;
+}
+
+Lattice EstimatedFor(const TestImage& image, const ZelRect* rect = nullptr) {
+  Lattice lattice(kLatticeSamples);
+  EXPECT_TRUE(EstimateColorfulLattice(image.desc()->data, GeometryOf(*image.desc()), rect, lattice.data()));
+  return lattice;
+}
+
+// The identity with its chroma raised, by the math library and node by node; `closest` receives the smallest distance
+// of a sample from the value where its truncation would change.
+Lattice Raised(double gain, double* closest = nullptr) {
+  Lattice lattice = Identity();
+  const auto curve = [](double t) {
+    t = std::min(t, 1.0);
+    return t > 0.008856 ? std::exp(std::log(t) * 0.33333334) : 7.787 * t + 0.13793103;
+  };
+  const auto inverse = [](double f, double cube, double line) {
+    return f <= 0 ? (0 - 0.13793103) * line : f > 0.008856 ? f * f * f * cube : (f - 0.13793103) * line;
+  };
+  for (size_t i = 0; i < kLatticeSamples; i += 3) {
+    const double r = lattice[i] / 255.0, g = lattice[i + 1] / 255.0, b = lattice[i + 2] / 255.0;
+    const double x = curve((0.4124 * r + 0.3576 * g + 0.1805 * b) * 1.0524465);
+    const double y = curve(0.2126 * r + 0.7152 * g + 0.0722 * b);
+    const double z = curve((0.0193 * r + 0.1192 * g + 0.9505 * b) * 0.9187604);
+    const float l = static_cast<float>(116 * y - 16);
+    const float a0 = static_cast<float>(500 * (x - y)), b0 = static_cast<float>(200 * (y - z));
+    const float a1 = static_cast<float>(a0 * gain), b1 = static_cast<float>(b0 * gain);
+    const double fy = (l + 16.0) * 0.00862069, fx = fy + a1 * 0.002, fz = fy - b1 * 0.005;
+    const double ix = inverse(fx, 0.9501671, 0.12201966), iy = inverse(fy, 1.0, 0.12841916);
+    const double iz = inverse(fz, 1.088423, 0.13977437);
+    const double out[3] = {3.241 * ix - 1.5374 * iy - 0.4986 * iz, -0.9692 * ix + 1.876 * iy + 0.0416 * iz,
+                           0.0556 * ix - 0.204 * iy + 1.057 * iz};
+    for (size_t k = 0; k < 3; ++k) {
+      const double sum = out[k] * 255 + 0.5;
+      lattice[i + k] = static_cast<uint8_t>(std::min(std::max(static_cast<int>(sum), 0), 255));
+      // Nothing changes at 0 and below, nor from 255 up.
+      if (closest != nullptr && sum > 0.5 && sum < 255.5) {
+        *closest = std::min(*closest, std::abs(sum - std::round(sum)));
+      }
+    }
+  }
+  return lattice;
+}
+
+// One pixel whose chroma decides the gain.
+TestImage Grey(int red, int green, int blue, int bits = 8) {
+  TestImage image({40, 30, 3, bits, true, 2});
+  image.FillColour(bits == 8 ? 90 : 90 * 257, bits == 8 ? 90 : 90 * 257, bits == 8 ? 90 : 90 * 257);
+  image.SetColour(13, 7, red, green, blue);
+  return image;
+}
+
+double Chroma(int red, int green, int blue) {
+  const uint8_t pixel[3] = {static_cast<uint8_t>(red), static_cast<uint8_t>(green), static_cast<uint8_t>(blue)};
+  float l, a, b;
+  RgbToLabPlanes(pixel, {1, 1, 3, 8, 3, false}, {&l, &a, &b});
+  return std::sqrt(static_cast<double>(a) * a + static_cast<double>(b) * b);
+}
+
+TEST(Lab, RootsAreThoseOfTheMathLibrary) {
+  for (double t = 0.0088561; t <= 1.0; t += 1.7e-5) {
+    const double expected = std::exp(std::log(t) * 0.33333334);
+    ASSERT_NEAR(NearlyCubeRoot(t), expected, 1e-15) << t;
+  }
+  EXPECT_EQ(NearlyCubeRoot(1.0), 1.0);
+}
+
+TEST(Lab, WhiteIsNeutralAndAxesPointWhereTheyShould) {
+  const uint16_t pixels[6] = {65535, 65535, 65535, 0, 0, 65535};  // white, and red stored blue first
+  float l[2], a[2], b[2];
+  RgbToLabPlanes(pixels, {2, 1, 3, 16, 6, true}, {l, a, b});
+  EXPECT_NEAR(l[0], 100, 1e-4);
+  EXPECT_NEAR(std::hypot(a[0], b[0]), 0, 0.01);
+  EXPECT_GT(a[1], 50);
+  EXPECT_GT(b[1], 50);
+  uint16_t back[6];
+  LabPlanesToRgb({l, a, b}, back, {2, 1, 3, 16, 6, true});
+  for (int k = 0; k < 6; ++k) EXPECT_NEAR(back[k], pixels[k], 60);
+}
+
+TEST(Colorful, GainBringsTheLargestChromaToFull) {
+  // The chroma computed for a grey is small but not 0; black's is.
+  EXPECT_EQ(EstimatedFor(Grey(90, 90, 90)), Raised(1.4));
+  TestImage black({});
+  black.Fill(0);
+  EXPECT_EQ(EstimatedFor(black), Raised(1.0));
+  EXPECT_EQ(EstimatedFor(Grey(0, 255, 0)), Raised(1.0));  // chroma beyond 100
+  const double chroma = Chroma(255, 200, 0);
+  ASSERT_GT(chroma, 72);
+  ASSERT_LT(chroma, 100);
+  EXPECT_EQ(EstimatedFor(Grey(255, 200, 0)), Raised(100 / chroma));
+  EXPECT_EQ(EstimatedFor(Grey(255 * 257, 200 * 257, 0, 16))[3], Raised(100 / chroma)[3]);
+  const ZelRect without{14, 0, 40, 30}, outside{50, 0, 60, 9};
+  EXPECT_EQ(EstimatedFor(Grey(255, 200, 0), &without), Raised(1.4));
+
+  const TestImage image({});
+  Lattice lattice(kLatticeSamples);
+  EXPECT_FALSE(EstimateColorfulLattice(image.desc()->data, GeometryOf(*image.desc()), &outside, lattice.data()));
+  EXPECT_EQ(lattice, Identity());
+}
+
+// Every platform gives the same lattice because only additions, multiplications, divisions and a square root decide it.
+// Here it agrees with the math library's exp and log, and no sample lies where a last bit could tip it.
+TEST(Colorful, LatticesDoNotHangOnLastBits) {
+  double closest = 1;
+  for (int i = 0; i <= 400; i += 5) {
+    Lattice lattice = Identity();
+    RaiseLatticeChroma(lattice.data(), 1.0 + i / 1000.0);
+    ASSERT_EQ(lattice, Raised(1.0 + i / 1000.0, &closest)) << i;
+  }
+  EXPECT_GT(closest, 1e-9);
+}
+
+TEST(Colorful, StrengthFadesAndSaturates) {
+  const TestImage image = Grey(255, 200, 0);
+  const Lattice estimated = EstimatedFor(image), identity = Identity();
+  const auto lattice = [&](int mode, int strength) {
+    Lattice result(kLatticeSamples, 1);
+    EXPECT_EQ(ZelTavoraFunc_Colorful_Get3DLut(image.desc(), mode, strength, nullptr, result.data()), ZEL_OK);
+    return result;
+  };
+  const auto faded = [&](int w) {
+    Lattice result(kLatticeSamples);
+    for (size_t i = 0; i < kLatticeSamples; ++i) {
+      result[i] = static_cast<uint8_t>(std::min(std::max((estimated[i] * w + identity[i] * (127 - w)) >> 7, 0), 255));
+    }
+    return result;
+  };
+  const auto saturated = [&](Lattice first, int saturation) {
+    Lattice second = identity;
+    AdjustLatticeHueSaturation(second.data(), 8, 0, saturation);
+    ComposeColorLattices(first.data(), 8, second.data(), 8);
+    return first;
+  };
+  EXPECT_EQ(lattice(0, 0), identity);
+  EXPECT_EQ(lattice(0, 25), faded(63));
+  EXPECT_EQ(lattice(0, 50), estimated);
+  EXPECT_EQ(lattice(7, 75), faded(190));
+  EXPECT_EQ(lattice(0, 76), saturated(faded(190), 2));
+  EXPECT_EQ(lattice(0, 100), saturated(faded(190), 50));
+  EXPECT_EQ(lattice(1, 50), estimated);
+  EXPECT_EQ(lattice(1, 51), saturated(estimated, 0));
+  EXPECT_EQ(lattice(1, 100), saturated(estimated, 25));
+  EXPECT_EQ(lattice(0, INT32_MAX), saturated(faded(190), 100));
+  lattice(1, INT32_MIN);
+}
+
+TEST(Colorful, KeepsTheImageLaws) {
+  const Lattice lattice = Raised(1.3);
+  for (int mode : {0, 1}) {
+    for (int strength : {30, 60, 90}) {
+      ExpectImageLaws(
+          [=](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
+            return ZelTavoraFunc_Colorful_Apply3DLut(source, destination, mode, strength, rect, lattice.data());
+          },
+          CommonShapes());
+    }
+  }
+}
+
+TEST(Colorful, MaskedStyleMixesTheLatticeIntoReddishHues) {
+  const TestImage source({300, 40, 3, 8, true, 0});
+  const Lattice lattice = EstimatedFor(source);
+  for (int strength : {30, 60, 90}) {
+    const int ceiling = strength == 30 ? 115 : 192, saturation = strength == 30 ? 0 : strength == 60 ? 10 : 55;
+    TestImage out(source), working(source), mapped(source), mask({300, 40, 1, 8, false, 0});
+    mask.Fill(0);
+    ASSERT_TRUE(BuildHueWeightMask(source.desc(), mask.desc(), nullptr, ceiling));
+    if (saturation != 0) ApplyHueSaturation(source.desc(), working.desc(), nullptr, 0, saturation, true);
+    ApplyColorLatticeToImage(source.desc(), mapped.desc(), nullptr, lattice.data(), 8);
+    ASSERT_TRUE(MaskBlend(mapped.desc(), working.desc(), working.desc(), mask.desc(), kMix, nullptr));
+    EXPECT_EQ(ZelTavoraFunc_Colorful_Apply3DLut(source.desc(), out.desc(), 1, strength, nullptr, lattice.data()),
+              ZEL_OK);
+    EXPECT_TRUE(out.SameBytes(working)) << strength;
+  }
+}
+
+TEST(Colorful, OneCallEqualsItsTwoHalves) {
+  const TestImage source({330, 310, 3, 8, false, 5});
+  const ZelRect rect{20, 300, 300, 10};
+  for (int mode : {0, 1}) {
+    for (int strength = 1; strength <= 100; strength += 9) {
+      TestImage once(source), twice(source);
+      Lattice lattice(kLatticeSamples);
+      EXPECT_EQ(ZelTavoraFunc_Colorful(source.desc(), once.desc(), mode, strength, &rect), ZEL_OK);
+      ZelTavoraFunc_Colorful_Get3DLut(source.desc(), mode, strength, nullptr, lattice.data());
+      ZelTavoraFunc_Colorful_Apply3DLut(source.desc(), twice.desc(), mode, strength, &rect, lattice.data());
+      EXPECT_TRUE(once.SameBytes(twice));
+      EXPECT_FALSE(once.SameBytes(source));
+    }
+  }
+}
+
+TEST(Colorful, RefusalsCopyTheSource) {
+  Lattice lattice(kLatticeSamples, 1);
+  const Lattice before = lattice;
+  EXPECT_EQ(ZelTavoraFunc_Colorful_Get3DLut(nullptr, 0, 50, nullptr, lattice.data()), ZEL_NULL_ARGUMENT);
+  EXPECT_EQ(lattice, before);
+  const TestImage grey({37, 23, 1, 8, false, 5}), wide({37, 23, 3, 16, false, 5});
+  EXPECT_EQ(ZelTavoraFunc_Colorful_Get3DLut(grey.desc(), 0, 50, nullptr, nullptr), ZEL_NULL_ARGUMENT);
+  EXPECT_EQ(ZelTavoraFunc_Colorful_Get3DLut(grey.desc(), 0, 50, nullptr, lattice.data()), ZEL_REFUSED);
+  EXPECT_EQ(lattice, Identity());
+  EXPECT_EQ(ZelTavoraFunc_Colorful_Apply3DLut(wide.desc(), wide.desc(), 0, 50, nullptr, nullptr), ZEL_REFUSED);
+
+  for (const TestImage* source : {&grey, &wide}) {
+    const TestImage drawn(source->shape(), 2);
+    TestImage out(drawn);
+    EXPECT_EQ(ZelTavoraFunc_Colorful(source->desc(), out.desc(), 1, 0, nullptr), ZEL_OK);
+    EXPECT_TRUE(out.SameBytes(drawn));
+    EXPECT_EQ(ZelTavoraFunc_Colorful(source->desc(), out.desc(), 1, 50, nullptr), ZEL_REFUSED);
+    EXPECT_TRUE(out.SameBytes(*source));
+    TestImage part(drawn);
+    const ZelRect rect{3, 4, 20, 9};
+    EXPECT_EQ(ZelTavoraFunc_Colorful(source->desc(), part.desc(), 1, 50, &rect), ZEL_REFUSED);
+    EXPECT_EQ(part.Get(3, 4, 0), source->Get(3, 4, 0));
+    EXPECT_EQ(part.Get(2, 4, 0), drawn.Get(2, 4, 0));
+  }
+  EXPECT_EQ(ZelTavoraFunc_Colorful(nullptr, nullptr, 0, 50, nullptr), ZEL_NULL_ARGUMENT);
+  EXPECT_EQ(ZelTavoraFunc_Colorful(wide.desc(), nullptr, 0, 50, nullptr), ZEL_REFUSED);
+}
+
+}  // namespace
+}  // namespace zel::test
