@@ -22,6 +22,8 @@ int Enhance(int argc, char** argv);
 int ListOperations(int argc, char** argv);
 int Help(int argc, char** argv);
 int Sample(int argc, char** argv);
+int Sheet(int argc, char** argv);
+int Compare(int argc, char** argv);
 int SkinSliders(int argc, char** argv);
 
 // Parses with one line and the usage code on a mistake; runs `body` when all is well.

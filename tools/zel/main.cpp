@@ -13,6 +13,8 @@ const std::vector<Command>& Commands() {
       {"ops", "lists the operations", ListOperations},
       {"help", "explains an operation or a command", Help},
       {"sample", "draws a test photograph", Sample},
+      {"compare", "draws before and after with histograms, measures the difference", Compare},
+      {"sheet", "draws the effect of every operation", Sheet},
       {"skin-sliders", "says where the sliders of skin-tone stand", SkinSliders},
   };
   return commands;
