@@ -13,7 +13,7 @@ endif()
 # No fused or widened arithmetic, so that one call gives one result everywhere. 32-bit x86 counts in SSE2 registers.
 add_library(zel_exact INTERFACE)
 target_compile_options(zel_exact INTERFACE -ffp-contract=off)
-if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64|i[3-6]86|x86)$")
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64|i[3-6]86|x86)$" AND NOT EMSCRIPTEN)
   set(ZEL_X86 ON)
   if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     target_compile_options(zel_exact INTERFACE -msse2 -mfpmath=sse -mstackrealign)

@@ -50,7 +50,12 @@ add_library(zel_objects OBJECT ${ZEL_SOURCES} src/simd/dispatch.cpp)
 zel_common(zel_objects)
 target_compile_definitions(zel_objects PRIVATE ZEL_BUILDING $<$<BOOL:${ZEL_X86}>:ZEL_HAS_AVX2>)
 
-add_library(zel SHARED $<TARGET_OBJECTS:zel_objects> ${ZEL_KERNEL_OBJECTS})
+# WebAssembly has no shared libraries: there both are static, under two names.
+set(ZEL_KIND SHARED)
+if(EMSCRIPTEN)
+  set(ZEL_KIND STATIC)
+endif()
+add_library(zel ${ZEL_KIND} $<TARGET_OBJECTS:zel_objects> ${ZEL_KERNEL_OBJECTS})
 target_include_directories(zel PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:include>)
 set_target_properties(zel PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
 if(WIN32)
@@ -66,7 +71,7 @@ elseif(NOT EMSCRIPTEN)
 endif()
 
 add_library(zel_static STATIC $<TARGET_OBJECTS:zel_objects> ${ZEL_KERNEL_OBJECTS})
-set_target_properties(zel_static PROPERTIES OUTPUT_NAME zel EXPORT_NAME static)
+set_target_properties(zel_static PROPERTIES OUTPUT_NAME $<IF:$<BOOL:${EMSCRIPTEN}>,zel_static,zel> EXPORT_NAME static)
 add_library(zel::zel ALIAS zel)
 target_include_directories(zel_static PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
   $<INSTALL_INTERFACE:include>)
