@@ -230,7 +230,8 @@ ZEL_API int32_t ZEL_CALL ZelTavoraFunc_GetSkinToneInitialPercentages(const Image
  * mode      1 or 2, without difference
  * point     a pixel of the skin to change, or none for all skin-like hues (then the typical skin colour is
  * the one that reaches the target). lightness, blueBalance, redBalance   0 to 100 per cent; see
- * ZelTavoraFunc_GetSkinToneInitialPercentages. rect      where the skin is changed.
+ * ZelTavoraFunc_GetSkinToneInitialPercentages. rect      where the skin is changed. Its corners are taken as
+ * given: a reversed one is empty.
  *
  * 8 bits, three channels. Result: ZEL_NULL_ARGUMENT for a null image or a mode other than 1 and 2;
  * ZEL_REFUSED when the point cannot be sampled; ZEL_OK otherwise, also when the image could not be processed
@@ -248,7 +249,8 @@ ZEL_API int32_t ZEL_CALL ZelTavoraFunc_SkinTone(const ImageDesc* source, const I
  * level     0 (copies the source) to 100.
  * rect      where the skin is smoothed. Its corners are taken as given: a reversed one is empty.
  *
- * 8 bits, three channels; others are refused with a copy of the source in a separate destination.
+ * 8 bits, three channels; 16 bits and one channel are refused with a copy of the source in a separate
+ * destination, and so is a point outside the image.
  * Result: ZEL_NULL_ARGUMENT for a null image or a mode other than 1 and 2.
  */
 ZEL_API int32_t ZEL_CALL ZelTavoraFunc_SkinClear(const ImageDesc* source, const ImageDesc* destination, int32_t mode,

@@ -1,4 +1,5 @@
 // The automatic adjustments as exported: arguments checked, one operation called, its answer turned into a result code.
+#include <algorithm>
 #include <cstring>
 
 #include "color/color_lattice.h"
@@ -7,7 +8,12 @@
 #include "core/channel_lut.h"
 #include "core/entry.h"
 #include "core/platform.h"
+#include "retouch/skin_clear.h"
+#include "retouch/skin_flash.h"
+#include "retouch/skin_tone.h"
 #include "selective/color_cast.h"
+#include "selective/region_points.h"
+#include "selective/region_tone.h"
 #include "tone/smart_contrast.h"
 #include "tone/tone_enhancement.h"
 
@@ -22,6 +28,15 @@ int32_t Apply(const ImageDesc* source, const ImageDesc* destination, const ZelRe
 
 ColorfulStyle StyleOf(int32_t mode) {
   return mode == 1 ? ColorfulStyle::kMasked : ColorfulStyle::kPlain;
+}
+
+int32_t Limited(int64_t value) {
+  return static_cast<int32_t>(std::min<int64_t>(std::max<int64_t>(value, INT32_MIN), INT32_MAX));
+}
+
+// Tenths of a pixel for a level; mode 2 starts gently and then catches up with mode 1.
+int32_t SkinClearWidth(int32_t mode, int64_t level) {
+  return Limited(mode == 1 ? 6 * level / 5 : level < 51 ? 4 * level / 5 : (8 * level - 400) / 5 + 40);
 }
 
 }  // namespace
@@ -90,27 +105,44 @@ int32_t ZEL_CALL ZelTavoraFunc_Vivid(const ImageDesc* source, const ImageDesc* d
 }
 
 int32_t ZEL_CALL ZelTavoraFunc_SkinFlash(const ImageDesc* source, const ImageDesc* destination, int32_t mode,
-                                         const ZelPoint*, int32_t, const ZelRect*, uint32_t) {
+                                         const ZelPoint* point, int32_t strength, const ZelRect* rect, uint32_t) {
   if (source == nullptr || destination == nullptr || (mode != 1 && mode != 2)) return ZEL_NULL_ARGUMENT;
-  return ZEL_REFUSED;
+  if (!HasPoint(point)) return ResultOf(SkinFlashCorrect(source, destination, rect, strength, 3.0));
+  if (!IsSkinPoint(source, point)) return ZeroStrengthCopy(source, destination, rect);
+  const int32_t applied = mode == 1 ? strength : Limited(static_cast<int64_t>(strength) * 3 / 4);
+  return ResultOf(SeededToneEnhance(source, destination, *point, applied, rect));
 }
 
-int32_t ZEL_CALL ZelTavoraFunc_GetSkinToneInitialPercentages(const ImageDesc*, uint32_t, const ZelPoint*, int32_t*,
-                                                             int32_t*, int32_t*) {
-  return ZEL_REFUSED;
+int32_t ZEL_CALL ZelTavoraFunc_GetSkinToneInitialPercentages(const ImageDesc* source, uint32_t, const ZelPoint* point,
+                                                             int32_t* lightness, int32_t* blueBalance,
+                                                             int32_t* redBalance) {
+  Rgb skin = kTypicalSkin;
+  if (HasPoint(point) && !SamplePixel(source, point->x, point->y, &skin)) return ZEL_REFUSED;
+  const SkinPercentages percentages = PercentagesOf(skin);
+  if (lightness != nullptr) *lightness = percentages.lightness;
+  if (blueBalance != nullptr) *blueBalance = percentages.blueBalance;
+  if (redBalance != nullptr) *redBalance = percentages.redBalance;
+  return ZEL_OK;
 }
 
 int32_t ZEL_CALL ZelTavoraFunc_SkinTone(const ImageDesc* source, const ImageDesc* destination, int32_t mode,
-                                        const ZelPoint*, int32_t, int32_t, int32_t, const ZelRect*) {
+                                        const ZelPoint* point, int32_t lightness, int32_t blueBalance,
+                                        int32_t redBalance, const ZelRect* rect) {
   if (source == nullptr || destination == nullptr || (mode != 1 && mode != 2)) return ZEL_NULL_ARGUMENT;
-  return ZEL_REFUSED;
+  if (!HasPoint(point)) point = nullptr;
+  Rgb skin = kTypicalSkin;
+  if (point != nullptr && !SamplePixel(source, point->x, point->y, &skin)) return ZEL_REFUSED;
+  // Whether the image could be corrected is not reported.
+  SkinToneCorrect(source, destination, rect, point, skin, ComplementTarget({lightness, blueBalance, redBalance}));
+  return ZEL_OK;
 }
 
 int32_t ZEL_CALL ZelTavoraFunc_SkinClear(const ImageDesc* source, const ImageDesc* destination, int32_t mode,
-                                         const ZelPoint*, int32_t level, const ZelRect* rect) {
+                                         const ZelPoint* point, int32_t level, const ZelRect* rect) {
   if (source == nullptr || destination == nullptr || (mode != 1 && mode != 2)) return ZEL_NULL_ARGUMENT;
-  if (level == 0) return ZeroStrengthCopy(source, destination, rect);
-  return ZEL_REFUSED;
+  const int32_t k = SkinClearWidth(mode, level);
+  if (k == 0) return ZeroStrengthCopy(source, destination, rect);
+  return ResultOf(SkinClearCorrect(source, destination, rect, k, HasPoint(point) ? point : nullptr));
 }
 
 int32_t ZEL_CALL ZelTavoraFunc_AgedPhotoRecovered(const ImageDesc* source, const ImageDesc* destination, int32_t,

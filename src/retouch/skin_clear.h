@@ -1,0 +1,32 @@
+// Smooths skin.
+#ifndef ZEL_RETOUCH_SKIN_CLEAR_H_
+#define ZEL_RETOUCH_SKIN_CLEAR_H_
+
+#include "core/image.h"
+
+namespace zel {
+
+// Everywhere here: `k` is the width of the smoothing in tenths of a pixel; below 3 nothing is blurred. A reversed
+// rectangle is empty, and nothing outside the rectangle is written.
+
+// Lifts the contrast by 10 and mixes the result half and half with its blur, in the skin around `point`, or in all
+// skin-like hues without one. The mask is softened; where it is 0 the mix darkens samples by up to one level. 8 bits,
+// three channels. False when the records differ, with nothing written, and for other images, a point outside the image
+// or want of memory, with the whole source copied into a separate destination.
+bool SkinClearCorrect(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t k,
+                      const ZelPoint* point);
+
+// The steps on bare samples of 8 bits; in place works. `weights` is a mask without gaps between its rows. False, with
+// nothing written, for other depths and channels and without memory.
+//
+// Smoothing mixed into the source; three channels.
+bool SkinClearBlend(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
+                    const uint8_t* weights, int32_t k);
+// Contrast and softening; one or three channels.
+bool SkinClearSmooth(const void* source, void* output, const Geometry& geometry, const ZelRect* rect, int32_t k);
+// 64 parts of the input and 63 of its blur, divided by 128; one or three channels.
+bool SkinClearSoften(const void* input, void* output, const Geometry& geometry, const ZelRect* rect, int32_t k);
+
+}  // namespace zel
+
+#endif  // ZEL_RETOUCH_SKIN_CLEAR_H_

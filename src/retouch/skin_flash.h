@@ -1,0 +1,19 @@
+// Fill flash on skin.
+#ifndef ZEL_RETOUCH_SKIN_FLASH_H_
+#define ZEL_RETOUCH_SKIN_FLASH_H_
+
+#include "core/image.h"
+
+namespace zel {
+
+// Screens the image with itself, which lifts shadows and mid-tones, and mixes that in through a mask of skin-like hues
+// that is blurred by `sigma` pixels. `strength` is in per cent: 100 mixes by 192 of 256, 133 and more by 255; of a
+// negative one the low eight bits of the weight count. A reversed rectangle is empty. Three channels; a 16-bit image
+// succeeds and is not written. False, with nothing written, for anything else, when the records differ and without
+// memory.
+bool SkinFlashCorrect(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t strength,
+                      double sigma);
+
+}  // namespace zel
+
+#endif  // ZEL_RETOUCH_SKIN_FLASH_H_
