@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "core/scratch.h"
+#include "core/formula_map.h"
 #include "simd/kernels.h"
 
 namespace zel {
@@ -17,15 +17,11 @@ void FillIdentity(T* block, int32_t tables, size_t entries) {
   }
 }
 
-// 256 entries to 65536, linearly between them: steps of `scale` for one level. At most 257 * 255 + 255 * 256 in
-// between.
-void Expand(const uint8_t* table, int32_t scale, uint16_t* out) {
+// 256 entries to 65536, linearly between them but on the scale of the bytes, save the last.
+void ExpandUnscaled(const uint8_t* table, uint16_t* out) {
   for (int32_t i = 0; i < 255; ++i) {
     const int32_t step = table[i + 1] - table[i];
-    for (int32_t j = 0; j < 257; ++j) {
-      const int32_t value = scale * table[i] + step * j;
-      *out++ = static_cast<uint16_t>(std::min(std::max(value, 0), 65535));
-    }
+    for (int32_t j = 0; j < 257; ++j) *out++ = static_cast<uint16_t>(std::min(std::max(table[i] + step * j, 0), 65535));
   }
   *out = static_cast<uint16_t>(257 * table[255]);
 }
@@ -38,31 +34,55 @@ bool SameCurves(const void* a, const void* b, const void* c, size_t bytes) {
   return (a == b || std::memcmp(a, b, bytes) == 0) && (a == c || std::memcmp(a, c, bytes) == 0);
 }
 
-// Tables in red, green, blue order at the image's depth, over every row of the region.
-template <class T>
-void MapRegion(const T* source, T* destination, const Geometry& geometry, const Region& region,
-               const T* const tables[3]) {
-  const LutKernels& kernels = ActiveKernels().lut;
-  const T* const bySample[3] = {tables[geometry.blueFirst ? 2 : 0], tables[1], tables[geometry.blueFirst ? 0 : 2]};
-  const bool oneCurve =
-      geometry.channels == 1 ||
-      SameCurves(tables[0], tables[1], tables[2], (sizeof(T) == 1 ? kLutEntries8 : kLutEntries16) * sizeof(T));
-  const size_t pixels = region.Width();
+// Runs `map(in, out, pixels)` over the rows of the region, over all at once where no sample lies between them.
+template <class T, class Map>
+void ForEachRow(const T* source, T* destination, const Geometry& geometry, const Region& region, const Map& map) {
+  if (static_cast<int64_t>(region.Width()) * geometry.channels == geometry.stride) {
+    const size_t offset = geometry.RowOffset(region.top);
+    map(source + offset, destination + offset, static_cast<size_t>(region.Width()) * region.Height());
+    return;
+  }
   for (int32_t y = region.top; y < region.bottom; ++y) {
     const size_t offset = geometry.RowOffset(y) + static_cast<size_t>(region.left) * geometry.channels;
-    if constexpr (sizeof(T) == 1) {
-      if (oneCurve) {
-        kernels.MapBytes(source + offset, destination + offset, pixels * geometry.channels, tables[0]);
-      } else {
-        kernels.MapBytes3(source + offset, destination + offset, pixels, bySample);
-      }
-    } else {
-      if (oneCurve) {
-        kernels.MapWords(source + offset, destination + offset, pixels * geometry.channels, tables[0]);
-      } else {
-        kernels.MapWords3(source + offset, destination + offset, pixels, bySample);
-      }
-    }
+    map(source + offset, destination + offset, static_cast<size_t>(region.Width()));
+  }
+}
+
+// Tables in red, green, blue order at the image's depth.
+void MapRegion(const uint8_t* source, uint8_t* destination, const Geometry& geometry, const Region& region,
+               const uint8_t* const tables[3]) {
+  const LutKernels& kernels = ActiveKernels().lut;
+  const size_t channels = geometry.channels;
+  if (channels == 1 || SameCurves(tables[0], tables[1], tables[2], kLutEntries8)) {
+    ForEachRow(source, destination, geometry, region, [&](const uint8_t* in, uint8_t* out, size_t pixels) {
+      kernels.MapBytes(in, out, pixels * channels, tables[0]);
+    });
+  } else {
+    const uint8_t* const bySample[3] = {tables[geometry.blueFirst ? 2 : 0], tables[1],
+                                        tables[geometry.blueFirst ? 0 : 2]};
+    ForEachRow(source, destination, geometry, region,
+               [&](const uint8_t* in, uint8_t* out, size_t pixels) { kernels.MapBytes3(in, out, pixels, bySample); });
+  }
+}
+
+void MapRegion(const uint16_t* source, uint16_t* destination, const Geometry& geometry, const Region& region,
+               const uint16_t* const tables[3]) {
+  const LutKernels& kernels = ActiveKernels().lut;
+  const size_t channels = geometry.channels;
+  // One table stays in the cache where three do not, but finding out takes as long as mapping a small region.
+  const bool worthComparing =
+      static_cast<int64_t>(region.Width()) * region.Height() >= static_cast<int64_t>(kLutEntries16);
+  const bool same = tables[0] == tables[1] && tables[0] == tables[2];
+  if (channels == 1 || same ||
+      (worthComparing && SameCurves(tables[0], tables[1], tables[2], kLutEntries16 * sizeof(uint16_t)))) {
+    ForEachRow(source, destination, geometry, region, [&](const uint16_t* in, uint16_t* out, size_t pixels) {
+      kernels.MapWords(in, out, pixels * channels, tables[0]);
+    });
+  } else {
+    const uint16_t* const bySample[3] = {tables[geometry.blueFirst ? 2 : 0], tables[1],
+                                         tables[geometry.blueFirst ? 0 : 2]};
+    ForEachRow(source, destination, geometry, region,
+               [&](const uint16_t* in, uint16_t* out, size_t pixels) { kernels.MapWords3(in, out, pixels, bySample); });
   }
 }
 
@@ -88,42 +108,33 @@ bool ApplyChannelLutRaw(const void* source, void* destination, const Geometry& g
   const Region region = ClampedRegion(rect, geometry.width, geometry.height);
   if (region.IsEmpty() || (geometry.channels != 1 && geometry.channels != 3)) return true;
 
-  // Table of red, green and blue, counted in tables of the block.
-  const int32_t used = geometry.channels;
-  const int32_t index[3] = {0, tables >= 2 ? 1 : 0, tables >= 3 ? 2 : 0};
-  if (geometry.bits == 8) {
-    uint8_t reduced[3 * kLutEntries8];
-    const uint8_t* curves[3];
-    for (int32_t k = 0; k < 3; ++k) {
-      if (blockBits == 8) {
-        curves[k] = static_cast<const uint8_t*>(block) + index[k] * kLutEntries8;
-      } else {
-        curves[k] = reduced + index[k] * kLutEntries8;
-        if (k < used && index[k] == k) {
-          Reduce(static_cast<const uint16_t*>(block) + k * kLutEntries16, reduced + k * kLutEntries8);
-        }
-      }
+  // Where the tables of red, green and blue stand in the block.
+  const int32_t index[3] = {0, geometry.channels == 3 && tables >= 2 ? 1 : 0,
+                            geometry.channels == 3 && tables >= 3 ? 2 : 0};
+  const uint8_t* bytes[3] = {};
+  const uint16_t* words[3] = {};
+  for (int32_t k = 0; k < 3; ++k) {
+    if (blockBits == 8) {
+      bytes[k] = static_cast<const uint8_t*>(block) + index[k] * kLutEntries8;
+    } else {
+      words[k] = static_cast<const uint16_t*>(block) + index[k] * kLutEntries16;
     }
-    MapRegion(static_cast<const uint8_t*>(source), static_cast<uint8_t*>(destination), geometry, region, curves);
+  }
+  if (geometry.bits == 8) {
+    uint8_t reduced[3][kLutEntries8];
+    for (int32_t k = 0; k < 3 && blockBits == 16; ++k) {
+      Reduce(words[k], reduced[k]);
+      bytes[k] = reduced[k];
+    }
+    MapRegion(static_cast<const uint8_t*>(source), static_cast<uint8_t*>(destination), geometry, region, bytes);
     return true;
   }
-  Scratch<uint16_t> expanded;
-  const uint16_t* curves[3];
-  if (blockBits == 16) {
-    for (int32_t k = 0; k < 3; ++k) curves[k] = static_cast<const uint16_t*>(block) + index[k] * kLutEntries16;
-  } else {
-    const uint8_t* const bytes = static_cast<const uint8_t*>(block);
-    const bool oneCurve =
-        used == 1 || SameCurves(bytes, bytes + index[1] * kLutEntries8, bytes + index[2] * kLutEntries8, kLutEntries8);
-    if (!expanded.Allocate((oneCurve ? 1 : 3) * kLutEntries16)) return false;
-    for (int32_t k = 0; k < 3; ++k) {
-      curves[k] = expanded.data() + (oneCurve ? 0 : index[k] * kLutEntries16);
-      if (k == 0 || (!oneCurve && index[k] == k)) {
-        Expand(bytes + k * kLutEntries8, 257, expanded.data() + k * kLutEntries16);
-      }
-    }
+  if (blockBits == 8) {
+    const int32_t curves = SameCurves(bytes[0], bytes[1], bytes[2], kLutEntries8) ? 1 : 3;
+    return MapWordsByFormula(source, destination, geometry, rect, curves,
+                             [&bytes](int32_t k, int32_t i) { return Interpolated(bytes[k], i); });
   }
-  MapRegion(static_cast<const uint16_t*>(source), static_cast<uint16_t*>(destination), geometry, region, curves);
+  MapRegion(static_cast<const uint16_t*>(source), static_cast<uint16_t*>(destination), geometry, region, words);
   return true;
 }
 
@@ -155,7 +166,7 @@ bool ComposeChannelLut(void* target, int32_t tables, int32_t targetBits, const v
   if (secondBits == 8) {
     if (!expanded.Allocate((paired ? 3 : 1) * kLutEntries16)) return false;
     for (int32_t k = 0; k < (paired ? 3 : 1); ++k) {
-      Expand(static_cast<const uint8_t*>(second) + k * kLutEntries8, 1, expanded.data() + k * kLutEntries16);
+      ExpandUnscaled(static_cast<const uint8_t*>(second) + k * kLutEntries8, expanded.data() + k * kLutEntries16);
     }
     curves = expanded.data();
   }
