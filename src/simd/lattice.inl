@@ -84,14 +84,13 @@ static inline __m256i UpperWeights(__m256i fractions) {
 static void MapCells(const uint8_t* in, uint8_t* out, size_t pixels, const uint8_t* cells, bool blueFirst) {
   size_t p = 0;
 #if defined(__AVX2__)
-  const char r = blueFirst ? 2 : 0, b = (char)(2 - r);
-  const __m256i spread =
-      _mm256_setr_epi8(r, 1, b, -1, (char)(r + 3), 4, (char)(b + 3), -1, (char)(r + 6), 7, (char)(b + 6), -1,
-                       (char)(r + 9), 10, (char)(b + 9), -1,  //
-                       (char)(r + 4), 5, (char)(b + 4), -1, (char)(r + 7), 8, (char)(b + 7), -1, (char)(r + 10), 11,
-                       (char)(b + 10), -1, (char)(r + 13), 14, (char)(b + 13), -1);
-  const __m256i gather = BothHalves(_mm_setr_epi8(r, 1, b, (char)(r + 4), 5, (char)(b + 4), (char)(r + 8), 9,
-                                                  (char)(b + 8), (char)(r + 12), 13, (char)(b + 12), -1, -1, -1, -1));
+  // Red, green, blue and a zero for each pixel, and back again.
+  const __m256i spread = blueFirst ? _mm256_setr_epi8(2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1,  //
+                                                      6, 5, 4, -1, 9, 8, 7, -1, 12, 11, 10, -1, 15, 14, 13, -1)
+                                   : _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1,  //
+                                                      4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15, -1);
+  const __m256i gather = BothHalves(blueFirst ? _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1)
+                                              : _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
   const __m256i low = _mm256_set1_epi8(15), ones = _mm256_set1_epi16(1), firstByte = _mm256_set1_epi32(255);
   for (; p + 8 <= pixels; p += 8) {
     const __m256i v = _mm256_shuffle_epi8(LoadEightPixels(in + 3 * p), spread);
