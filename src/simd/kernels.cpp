@@ -22,6 +22,7 @@ namespace ZEL_ISA {
 #include "simd/lut.inl"
 #include "simd/unsharp.inl"
 #include "simd/weight_lattice.inl"
+#include "simd/wavelet.inl"
 
 #define ZEL_QUOTED_(x) #x
 #define ZEL_QUOTED(x) ZEL_QUOTED_(x)
@@ -38,6 +39,7 @@ extern const Kernels kKernels = {
     kWeightKernels,
     kLatticeKernels,
     kHueKernels,
+    kWaveletKernels,
 };
 // clang-format on
 

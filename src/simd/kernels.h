@@ -113,6 +113,37 @@ struct HueKernels {
   void (*SaturationsOfBytes)(const uint8_t* in, uint8_t* out, size_t pixels);
 };
 
+// The 9/7 wavelet by lifting (wavelet.inl), on even and odd samples kept apart.
+struct WaveletKernels {
+  // low[i] = in[2 * i * step], high[i] = in[(2 * i + 1) * step]; with doubles the step is 1.
+  void (*SplitBytes)(const uint8_t* in, size_t step, double* low, double* high, size_t pairs);
+  void (*SplitDoubles)(const double* in, double* low, double* high, size_t pairs);
+  // The other way round; bytes are clamped and truncated.
+  void (*JoinBytes)(const double* low, const double* high, uint8_t* out, size_t step, size_t pairs);
+  void (*JoinDoubles)(const double* low, const double* high, double* out, size_t pairs);
+  // out[i] = in[i] * scale
+  void (*ScaleDoubles)(const double* in, double scale, double* out, size_t count);
+  // target[i] = target[i] + c * (before[i] + after[i]); the three are different memory.
+  void (*LiftOnce)(double* target, const double* before, const double* after, double c, size_t count);
+  // LiftOnce of row 4 with c[0], of row 3 with c[1], of row 2 with c[2] and of row 1 with c[3], each between its
+  // neighbours as they are by then. Six different rows.
+  void (*LiftRows)(const double* r0, double* r1, double* r2, double* r3, double* r4, const double* r5, const double* c,
+                   size_t count);
+  // The same four steps along a row of samples even[0], odd[0], even[1], ...: odd samples between their even neighbours
+  // first. The results are scaled on their way out, by scales[0] the even and by scales[1] the odd ones. Three more
+  // pairs are read before the first pair and two behind the last, where the first one does not matter; the inputs are
+  // spoilt. Outputs are other memory than the inputs.
+  void (*LiftThenScale)(double* even, double* odd, const double* c, const double* scales, double* outEven,
+                        double* outOdd, size_t pairs);
+  // The same with the inputs scaled before the steps and kept. The outputs are spoilt two pairs beyond either end.
+  void (*ScaleThenLift)(const double* even, const double* odd, const double* c, const double* scales, double* outEven,
+                        double* outOdd, size_t pairs);
+  // Whether any magnitude is `bound` or more.
+  uint32_t (*AnyReaches)(const double* in, double bound, size_t count);
+  // With c = in[i] * scale and r = |c| + 0.5: out[i] = r < 256 ? sign(c) * table[trunc(r)] : c * back.
+  void (*ShrinkDetails)(const double* in, double scale, const double* table, double back, double* out, size_t count);
+};
+
 struct Kernels {
   const char* level;
   LutKernels lut;
@@ -124,6 +155,7 @@ struct Kernels {
   WeightKernels weight;
   LatticeKernels lattice;
   HueKernels hue;
+  WaveletKernels wavelet;
 };
 
 // The kernels of the best level that this processor has, chosen on the first call.

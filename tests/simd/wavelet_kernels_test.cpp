@@ -1,0 +1,64 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "retouch/wavelet.h"
+#include "simd/kernels.h"
+#include "support/images.h"
+
+namespace zel::test {
+namespace {
+
+// Everything the wavelet kernels write for one count and alignment, in one array to compare.
+std::vector<double> RunAll(const WaveletKernels& kernels, size_t count, size_t shift) {
+  constexpr size_t kRoom = 8, kSize = 96, kRows = 12;
+  std::mt19937 random(static_cast<uint32_t>(count * 8 + shift));
+  std::vector<double> memory(kRows * kSize), table(256), results;
+  for (double& v : memory) v = (static_cast<int>(random() % 100001) - 50000) / 131.0;
+  for (double& v : table) v = random() % 200;
+  std::vector<uint8_t> bytes(8 * kSize), written(8 * kSize, 7);
+  for (uint8_t& b : bytes) b = static_cast<uint8_t>(random());
+  const auto row = [&](size_t i) { return memory.data() + i * kSize + kRoom + shift; };
+  const auto keep = [&](size_t i) { results.insert(results.end(), row(i), row(i) + count); };
+
+  kernels.AnyReaches(row(0), 381.0, count) ? results.push_back(1) : results.push_back(0);
+  kernels.ShrinkDetails(row(0), 0.87, table.data(), 1.15, row(1), count);
+  keep(1);
+  for (const size_t step : {1, 2, 3, 4, 5}) {
+    // Rows are as long as they must be, so that a read too far shows under the sanitizers.
+    const std::vector<uint8_t> exact(bytes.begin(), bytes.begin() + (count > 0 ? (2 * count - 1) * step + 1 : 0));
+    kernels.SplitBytes(exact.data(), step, row(1), row(2), count);
+    keep(1), keep(2);
+    kernels.JoinBytes(row(3), row(4), written.data() + shift, step, count);
+    results.insert(results.end(), written.begin(), written.end());
+  }
+  kernels.JoinDoubles(row(3), row(4), row(5) - shift - kRoom, std::min(count, kSize / 2));
+  kernels.SplitDoubles(row(5) - shift - kRoom, row(1), row(2), std::min(count, kSize / 2));
+  keep(1), keep(2), keep(5);
+  kernels.LiftRows(row(0), row(1), row(2), row(3), row(4), row(6), kForwardSteps, count);
+  for (size_t i = 0; i < 7; ++i) keep(i);
+  kernels.ScaleThenLift(row(7), row(8), kInverseSteps, kInverseScales, row(9), row(10), count);
+  keep(9), keep(10);
+  kernels.LiftThenScale(row(7), row(8), kForwardSteps, kForwardScales, row(9), row(10), count);
+  keep(9), keep(10);
+  return results;
+}
+
+TEST(WaveletKernels, EveryLevelGivesTheSameBits) {
+  for (size_t count = 0; count <= 70; ++count) {
+    for (size_t shift = 0; shift < 4; ++shift) {
+      const std::vector<double> expected = RunAll(scalar::kKernels.wavelet, count, shift);
+      for (const Kernels* const* level = BuiltKernelLevels(); *level != nullptr; ++level) {
+        const std::vector<double> actual = RunAll((*level)->wavelet, count, shift);
+        ASSERT_EQ(actual.size(), expected.size());
+        ASSERT_EQ(std::memcmp(actual.data(), expected.data(), expected.size() * sizeof(double)), 0)
+            << (*level)->level << ", " << count << " values, shift " << shift;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace zel::test
