@@ -21,8 +21,8 @@ namespace ZEL_ISA {
 #include "simd/lattice.inl"
 #include "simd/lut.inl"
 #include "simd/unsharp.inl"
-#include "simd/weight_lattice.inl"
 #include "simd/wavelet.inl"
+#include "simd/weight_lattice.inl"
 
 #define ZEL_QUOTED_(x) #x
 #define ZEL_QUOTED(x) ZEL_QUOTED_(x)
