@@ -37,7 +37,8 @@ TEST(Wavelet, ReconstructsEverySignal) {
       const Split back(pairs, [&](ptrdiff_t i) { return middle[i % 2 * pairs + i / 2]; });
       LiftInverse97(kernels, &back.low[kRoom], &back.high[kRoom], &out.low[kRoom], &out.high[kRoom], pairs);
       for (ptrdiff_t i = 0; i < 2 * pairs; ++i) {
-        ASSERT_NEAR((i % 2 != 0 ? out.high : out.low)[kRoom + i / 2], sample(i), 1e-9 * 255) << pairs << " pairs, " << i;
+        ASSERT_NEAR((i % 2 != 0 ? out.high : out.low)[kRoom + i / 2], sample(i), 1e-9 * 255)
+            << pairs << " pairs, " << i;
       }
     }
   }
