@@ -16,6 +16,26 @@ int32_t Rounded(double value) {
   return static_cast<int32_t>(value + 0.5);
 }
 
+// Weights up to 64 stay whole: a sum of two bytes times 64 is the most that a signed 16-bit product holds. Greater ones
+// are split so that the coarse sum over all taps stays below 2^16; the fine sum is folded before it would not. The
+// centre is summed first.
+void SplitForBytes(BlurWeights* weights) {
+  const int32_t fineBits = weights->shift - 7, reach = weights->reach;
+  int32_t most = 0;  // of the fine sum so far
+  weights->firstCoarse = reach;
+  for (int32_t i = 0; i <= reach; ++i) {
+    const int32_t k = i == 0 ? reach : i - 1;
+    const int32_t coarse = weights->taps[k] > 64 ? weights->taps[k] >> fineBits : 0;
+    const int32_t fine = weights->taps[k] - (coarse << fineBits);
+    if (coarse > 0) weights->firstCoarse = std::min(weights->firstCoarse, k);
+    const int32_t share = (k == reach ? 255 : 2 * 255) * fine;
+    weights->fold[k] = most + share > 65535;
+    most = weights->fold[k] ? (1 << fineBits) - 1 + share : most + share;
+    weights->coarse[k] = 0x01010101u * static_cast<uint32_t>(coarse);
+    weights->fine[k] = 0x01010101u * static_cast<uint32_t>(fine);
+  }
+}
+
 template <class T>
 bool Blur(const T* source, T* destination, const Geometry& geometry, const Region& region, const BlurWeights& weights) {
   BlurredRows<T> rows;
@@ -72,6 +92,7 @@ bool MakeBlurWeights(double sigma, BlurWeights* weights) {
   const double power = 1 << weights->shift;
   weights->reach = length / 2;
   for (int32_t k = 0; k <= weights->reach; ++k) weights->taps[k] = Rounded(kernel[k] * power / sum);
+  SplitForBytes(weights);
   return true;
 }
 

@@ -36,12 +36,20 @@ struct BlendKernels {
   void (*PullBytes)(const uint8_t* effect, const uint8_t* base, uint8_t* out, size_t count, int32_t w);
 };
 
-// A symmetric kernel of 2 * reach + 1 taps. The weights are not negative and sum to about 2^shift, at most 2^11.
+// A symmetric kernel of 2 * reach + 1 taps. The weights are not negative and sum to about 2^shift.
 constexpr int32_t kMaxBlurReach = 60;
 struct BlurWeights {
   int32_t reach;                    // 1 to kMaxBlurReach
   int32_t shift;                    // 10 or 11
   int32_t taps[kMaxBlurReach + 1];  // from the outermost to the centre
+
+  // The same for sums of bytes in 16 bits: taps[k] = (coarse[k] << (shift - 7)) + fine[k], each at most 127 and given
+  // four times, in every byte of the word. The outermost taps up to firstCoarse have no coarse part. Where fold[k] is
+  // set, the fine sum must be folded into the coarse one before tap k, or it would pass 65535.
+  int32_t firstCoarse;
+  uint32_t coarse[kMaxBlurReach + 1];
+  uint32_t fine[kMaxBlurReach + 1];
+  bool fold[kMaxBlurReach + 1];
 };
 
 // Weighted sums over rows (blur.inl). `out` is none of the rows.

@@ -1,6 +1,10 @@
 // Taking apart pixels of three bytes.
 
 #if defined(__AVX2__)
+static inline __m256i LoadVector(const void* in) {
+  return _mm256_loadu_si256((const __m256i*)in);
+}
+
 // Sixteen bytes from each of two places.
 static inline __m256i LoadHalves(const void* lower, const void* upper) {
   return _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_loadu_si128((const __m128i*)lower)),
