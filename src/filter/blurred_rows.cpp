@@ -6,9 +6,6 @@ namespace zel {
 
 namespace {
 
-// Rows of a block: enough to pay for loading a tile of the ring, few enough to keep the ring small.
-constexpr int32_t kBlockRows = 16;
-
 auto SumOf(const BlurKernels& kernels, const uint8_t*) {
   return kernels.SumBytes;
 }
@@ -29,18 +26,24 @@ bool BlurredRows<T>::Start(const T* source, const Geometry& geometry, const Regi
   rowSamples_ = static_cast<size_t>(region.Width()) * geometry.channels;
   blockTop_ = region.top;
   blockRows_ = 0;
-  ringRows_ = std::min(2 * weights.reach + kBlockRows, geometry.height);
+  ringRows_ = std::min(2 * weights.reach + kMaxBlockRows, geometry.height);
   filteredEnd_ = std::max(region.top - weights.reach, 0);
-  return ring_.Allocate(rowSamples_ * ringRows_) &&
-         line_.Allocate(rowSamples_ + static_cast<size_t>(2 * weights.reach) * geometry.channels);
+  if (!ring_.Allocate(rowSamples_ * ringRows_)) return false;
+  if (!line_.Allocate(rowSamples_ + static_cast<size_t>(2 * weights.reach) * geometry.channels)) return false;
+  for (int32_t k = 0; k <= 2 * weights.reach; ++k) shifted_[k] = line_.data() + k * geometry.channels;
+  return true;
 }
 
 template <class T>
 int32_t BlurredRows<T>::NextBlock() {
   blockTop_ += blockRows_;
-  blockRows_ = std::min(kBlockRows, region_.bottom - blockTop_);
+  blockRows_ = std::min(kMaxBlockRows, region_.bottom - blockTop_);
   const int32_t below = std::min(weights_.reach, geometry_.height - (blockTop_ + blockRows_));
   while (filteredEnd_ < blockTop_ + blockRows_ + below) FilterRow(filteredEnd_++);
+  for (int32_t k = 0; k < blockRows_ + 2 * weights_.reach; ++k) {
+    const int64_t y = static_cast<int64_t>(blockTop_) - weights_.reach + k;
+    rows_[k] = Row(static_cast<int32_t>(std::min<int64_t>(std::max<int64_t>(y, 0), geometry_.height - 1)));
+  }
   return blockRows_;
 }
 
@@ -58,19 +61,12 @@ void BlurredRows<T>::FilterRow(int32_t y) {
   T* out = end;
   for (int32_t i = behind; i < reach; ++i) out = std::copy(end - channels, end, out);
 
-  const T* taps[2 * kMaxBlurReach + 1];
-  for (int32_t k = 0; k <= 2 * reach; ++k) taps[k] = line_.data() + k * channels;
-  SumOf(ActiveKernels().blur, source_)(taps, weights_, Row(y), rowSamples_);
+  SumOf(ActiveKernels().blur, source_)(shifted_, 0, weights_, Row(y), rowSamples_);
 }
 
 template <class T>
 void BlurredRows<T>::Sum(int32_t i, size_t first, size_t count, T* out) const {
-  const T* taps[2 * kMaxBlurReach + 1];
-  const int64_t top = static_cast<int64_t>(blockTop_) + i - weights_.reach;
-  for (int32_t k = 0; k <= 2 * weights_.reach; ++k) {
-    taps[k] = Row(static_cast<int32_t>(std::min<int64_t>(std::max<int64_t>(top + k, 0), geometry_.height - 1))) + first;
-  }
-  SumOf(ActiveKernels().blur, source_)(taps, weights_, out, count);
+  SumOf(ActiveKernels().blur, source_)(rows_ + i, first, weights_, out, count);
 }
 
 template class BlurredRows<uint8_t>;

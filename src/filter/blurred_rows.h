@@ -11,6 +11,8 @@ namespace zel {
 // Columns worth summing at a time, so that the rows of a block stay in the first-level cache.
 constexpr size_t kBlurTile = 768;
 
+constexpr int32_t kMaxBlockRows = 16;
+
 // Walks the rows of a region from top to bottom in blocks. A block is first blurred along its rows, those within reach
 // above and below it included; any part of it can then be summed along the columns. Only a ring of such rows is kept.
 //
@@ -59,8 +61,10 @@ class BlurredRows {
   size_t rowSamples_ = 0;
   int32_t blockTop_ = 0, blockRows_ = 0;
   int32_t ringRows_ = 0, filteredEnd_ = 0;
-  Scratch<T> ring_;  // rows blurred along themselves, row y in slot y % ringRows_
-  Scratch<T> line_;  // one source row with its surroundings
+  Scratch<T> ring_;                                   // rows blurred along themselves, row y in slot y % ringRows_
+  Scratch<T> line_;                                   // one source row with its surroundings
+  const T* shifted_[2 * kMaxBlurReach + 1];           // the line, seen from each tap
+  const T* rows_[2 * kMaxBlurReach + kMaxBlockRows];  // the block's rows in the ring and those within reach
 };
 
 }  // namespace zel

@@ -32,30 +32,30 @@ static void WeighWords(const uint16_t* in, int32_t weight, int32_t* sums, size_t
   for (size_t i = 0; i < count; ++i) sums[i] = in[i] * weight;
 }
 
-static void SumBytesFlat(const uint8_t* const* rows, const BlurWeights& weights, size_t from, uint8_t* out,
+static void SumBytesFlat(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out,
                          size_t count) {
   int32_t sums[kSumStrip];
-  for (size_t first = from; first < count; first += kSumStrip) {
-    const size_t n = count - first < kSumStrip ? count - first : (size_t)kSumStrip;
-    WeighBytes(rows[weights.reach] + first, weights.taps[weights.reach], sums, n);
+  for (size_t done = 0; done < count; done += kSumStrip) {
+    const size_t n = count - done < kSumStrip ? count - done : (size_t)kSumStrip, at = first + done;
+    WeighBytes(rows[weights.reach] + at, weights.taps[weights.reach], sums, n);
     for (int32_t k = 0; k < weights.reach; ++k) {
-      AddBytes(rows[k] + first, rows[2 * weights.reach - k] + first, weights.taps[k], sums, n);
+      AddBytes(rows[k] + at, rows[2 * weights.reach - k] + at, weights.taps[k], sums, n);
     }
-    StoreByteSums(sums, weights.shift, out + first, n);
+    StoreByteSums(sums, weights.shift, out + done, n);
   }
 }
 
-static void SumWordsFlat(const uint16_t* const* rows, const BlurWeights& weights, size_t from, uint16_t* out,
+static void SumWordsFlat(const uint16_t* const* rows, size_t first, const BlurWeights& weights, uint16_t* out,
                          size_t count) {
   // The weights sum to little more than 2048 at most, so that every sum stays below 2^28.
   int32_t sums[kSumStrip];
-  for (size_t first = from; first < count; first += kSumStrip) {
-    const size_t n = count - first < kSumStrip ? count - first : (size_t)kSumStrip;
-    WeighWords(rows[weights.reach] + first, weights.taps[weights.reach], sums, n);
+  for (size_t done = 0; done < count; done += kSumStrip) {
+    const size_t n = count - done < kSumStrip ? count - done : (size_t)kSumStrip, at = first + done;
+    WeighWords(rows[weights.reach] + at, weights.taps[weights.reach], sums, n);
     for (int32_t k = 0; k < weights.reach; ++k) {
-      AddWords(rows[k] + first, rows[2 * weights.reach - k] + first, weights.taps[k], sums, n);
+      AddWords(rows[k] + at, rows[2 * weights.reach - k] + at, weights.taps[k], sums, n);
     }
-    StoreWordSums(sums, weights.shift, out + first, n);
+    StoreWordSums(sums, weights.shift, out + done, n);
   }
 }
 
@@ -67,88 +67,146 @@ struct ByteSums {
   __m256i coarseLow, coarseHigh, fineLow, fineHigh;
 };
 
-static inline void FoldFine(ByteSums* sums, __m128i fineBits, __m256i rest) {
-  sums->coarseLow = _mm256_add_epi16(sums->coarseLow, _mm256_srl_epi16(sums->fineLow, fineBits));
-  sums->coarseHigh = _mm256_add_epi16(sums->coarseHigh, _mm256_srl_epi16(sums->fineHigh, fineBits));
-  sums->fineLow = _mm256_and_si256(sums->fineLow, rest);
-  sums->fineHigh = _mm256_and_si256(sums->fineHigh, rest);
+struct Folding {
+  __m128i fineBits;
+  __m256i rest;
+};
+
+static inline void Fold(ByteSums* sums, const Folding& by) {
+  sums->coarseLow = _mm256_add_epi16(sums->coarseLow, _mm256_srl_epi16(sums->fineLow, by.fineBits));
+  sums->coarseHigh = _mm256_add_epi16(sums->coarseHigh, _mm256_srl_epi16(sums->fineHigh, by.fineBits));
+  sums->fineLow = _mm256_and_si256(sums->fineLow, by.rest);
+  sums->fineHigh = _mm256_and_si256(sums->fineHigh, by.rest);
 }
 
-static inline __m256i SumThirtyTwoBytes(const uint8_t* const* rows, const BlurWeights& weights, size_t i) {
-  const __m128i fineBits = _mm_cvtsi32_si128(weights.shift - 7);
-  const __m256i rest = _mm256_set1_epi16((short)((1 << (weights.shift - 7)) - 1));
-  const int32_t reach = weights.reach;
-  const __m256i zero = _mm256_setzero_si256();
-  const __m256i centre = LoadVector(rows[reach] + i);
-  const __m256i centreLow = _mm256_unpacklo_epi8(centre, zero), centreHigh = _mm256_unpackhi_epi8(centre, zero);
+static inline ByteSums WeighCentre(const uint8_t* centre, __m256i coarse, __m256i fine) {
+  const __m256i zero = _mm256_setzero_si256(), bytes = LoadVector(centre);
+  const __m256i low = _mm256_unpacklo_epi8(bytes, zero), high = _mm256_unpackhi_epi8(bytes, zero);
+  return {_mm256_mullo_epi16(low, coarse), _mm256_mullo_epi16(high, coarse), _mm256_mullo_epi16(low, fine),
+          _mm256_mullo_epi16(high, fine)};
+}
+
+static inline void AddFine(ByteSums* sums, const uint8_t* a, const uint8_t* b, __m256i fine) {
+  const __m256i va = LoadVector(a), vb = LoadVector(b);
+  sums->fineLow = _mm256_add_epi16(sums->fineLow, _mm256_maddubs_epi16(_mm256_unpacklo_epi8(va, vb), fine));
+  sums->fineHigh = _mm256_add_epi16(sums->fineHigh, _mm256_maddubs_epi16(_mm256_unpackhi_epi8(va, vb), fine));
+}
+
+static inline void AddBoth(ByteSums* sums, const uint8_t* a, const uint8_t* b, __m256i coarse, __m256i fine) {
+  const __m256i va = LoadVector(a), vb = LoadVector(b);
+  const __m256i low = _mm256_unpacklo_epi8(va, vb), high = _mm256_unpackhi_epi8(va, vb);
+  sums->fineLow = _mm256_add_epi16(sums->fineLow, _mm256_maddubs_epi16(low, fine));
+  sums->fineHigh = _mm256_add_epi16(sums->fineHigh, _mm256_maddubs_epi16(high, fine));
+  sums->coarseLow = _mm256_add_epi16(sums->coarseLow, _mm256_maddubs_epi16(low, coarse));
+  sums->coarseHigh = _mm256_add_epi16(sums->coarseHigh, _mm256_maddubs_epi16(high, coarse));
+}
+
+static inline void StoreSums(ByteSums* sums, const Folding& by, uint8_t* out) {
+  Fold(sums, by);
+  const __m256i low = _mm256_srli_epi16(sums->coarseLow, 7), high = _mm256_srli_epi16(sums->coarseHigh, 7);
+  _mm256_storeu_si256((__m256i*)out, _mm256_packus_epi16(low, high));
+}
+
+// Sums of bytes at i and at j, 32 each.
+static inline void SumTwiceThirtyTwo(const uint8_t* const* rows, const BlurWeights& weights, size_t first, size_t i,
+                                     size_t j, uint8_t* out) {
+  const int32_t reach = weights.reach, fineBits = weights.shift - 7;
+  const Folding by = {_mm_cvtsi32_si128(fineBits), _mm256_set1_epi16((short)((1 << fineBits) - 1))};
+  const uint8_t* const centre = rows[reach] + first;
   const __m256i c = _mm256_set1_epi16((short)(weights.coarse[reach] & 255));
   const __m256i f = _mm256_set1_epi16((short)(weights.fine[reach] & 255));
-  ByteSums sums = {_mm256_mullo_epi16(centreLow, c), _mm256_mullo_epi16(centreHigh, c),
-                   _mm256_mullo_epi16(centreLow, f), _mm256_mullo_epi16(centreHigh, f)};
-  int32_t k = 0;
-  for (; k < weights.firstCoarse; ++k) {
-    if (weights.fold[k]) FoldFine(&sums, fineBits, rest);
-    const __m256i a = LoadVector(rows[k] + i), b = LoadVector(rows[2 * reach - k] + i);
-    const __m256i fine = _mm256_set1_epi32((int32_t)weights.fine[k]);
-    sums.fineLow = _mm256_add_epi16(sums.fineLow, _mm256_maddubs_epi16(_mm256_unpacklo_epi8(a, b), fine));
-    sums.fineHigh = _mm256_add_epi16(sums.fineHigh, _mm256_maddubs_epi16(_mm256_unpackhi_epi8(a, b), fine));
-  }
-  for (; k < reach; ++k) {
-    if (weights.fold[k]) FoldFine(&sums, fineBits, rest);
-    const __m256i a = LoadVector(rows[k] + i), b = LoadVector(rows[2 * reach - k] + i);
-    const __m256i low = _mm256_unpacklo_epi8(a, b), high = _mm256_unpackhi_epi8(a, b);
-    const __m256i fine = _mm256_set1_epi32((int32_t)weights.fine[k]);
-    const __m256i coarse = _mm256_set1_epi32((int32_t)weights.coarse[k]);
-    sums.fineLow = _mm256_add_epi16(sums.fineLow, _mm256_maddubs_epi16(low, fine));
-    sums.fineHigh = _mm256_add_epi16(sums.fineHigh, _mm256_maddubs_epi16(high, fine));
-    sums.coarseLow = _mm256_add_epi16(sums.coarseLow, _mm256_maddubs_epi16(low, coarse));
-    sums.coarseHigh = _mm256_add_epi16(sums.coarseHigh, _mm256_maddubs_epi16(high, coarse));
-  }
-  FoldFine(&sums, fineBits, rest);
-  return _mm256_packus_epi16(_mm256_srli_epi16(sums.coarseLow, 7), _mm256_srli_epi16(sums.coarseHigh, 7));
-}
-
-// Sixteen sums of words, as signed 16-bit products: 32768 is taken from every sample, and what that takes from the sum,
-// 32768 times the sum of the weights, is where the sum starts.
-static inline __m256i SumSixteenWords(const uint16_t* const* rows, const BlurWeights& weights, __m256i start,
-                                      __m128i shift, size_t i) {
-  const int32_t reach = weights.reach;
-  const __m256i half = _mm256_set1_epi16(-32768);
-  const __m256i centre = _mm256_xor_si256(LoadVector(rows[reach] + i), half);
-  const __m256i w = _mm256_set1_epi32(weights.taps[reach]);  // the upper half of each pair counts 0
-  __m256i low = _mm256_add_epi32(start, _mm256_madd_epi16(_mm256_unpacklo_epi16(centre, half), w));
-  __m256i high = _mm256_add_epi32(start, _mm256_madd_epi16(_mm256_unpackhi_epi16(centre, half), w));
+  ByteSums one = WeighCentre(centre + i, c, f), two = WeighCentre(centre + j, c, f);
   for (int32_t k = 0; k < reach; ++k) {
-    const __m256i a = _mm256_xor_si256(LoadVector(rows[k] + i), half);
-    const __m256i b = _mm256_xor_si256(LoadVector(rows[2 * reach - k] + i), half);
-    const __m256i weight = _mm256_set1_epi16((short)weights.taps[k]);
-    low = _mm256_add_epi32(low, _mm256_madd_epi16(_mm256_unpacklo_epi16(a, b), weight));
-    high = _mm256_add_epi32(high, _mm256_madd_epi16(_mm256_unpackhi_epi16(a, b), weight));
+    if (weights.fold[k]) {
+      Fold(&one, by);
+      Fold(&two, by);
+    }
+    const uint8_t* const a = rows[k] + first;
+    const uint8_t* const b = rows[2 * reach - k] + first;
+    const __m256i fine = _mm256_set1_epi32((int32_t)weights.fine[k]);
+    if (k < weights.firstCoarse) {
+      AddFine(&one, a + i, b + i, fine);
+      AddFine(&two, a + j, b + j, fine);
+    } else {
+      const __m256i coarse = _mm256_set1_epi32((int32_t)weights.coarse[k]);
+      AddBoth(&one, a + i, b + i, coarse, fine);
+      AddBoth(&two, a + j, b + j, coarse, fine);
+    }
   }
-  return _mm256_packus_epi32(_mm256_srl_epi32(low, shift), _mm256_srl_epi32(high, shift));
-}
-#endif
-
-static void SumBytes(const uint8_t* const* rows, const BlurWeights& weights, uint8_t* out, size_t count) {
-  size_t i = 0;
-#if defined(__AVX2__)
-  for (; i + 32 <= count; i += 32) _mm256_storeu_si256((__m256i*)(out + i), SumThirtyTwoBytes(rows, weights, i));
-#endif
-  SumBytesFlat(rows, weights, i, out, count);
+  StoreSums(&one, by, out + i);
+  StoreSums(&two, by, out + j);
 }
 
-static void SumWords(const uint16_t* const* rows, const BlurWeights& weights, uint16_t* out, size_t count) {
-  size_t i = 0;
-#if defined(__AVX2__)
-  int32_t total = weights.taps[weights.reach];
-  for (int32_t k = 0; k < weights.reach; ++k) total += 2 * weights.taps[k];
-  const __m256i start = _mm256_set1_epi32(total * 32768);
+// Sixteen sums of words in 32 bits, by signed 16-bit products: 32768 is taken from every sample, and what that takes
+// from the sum, 32768 times the sum of the weights, is where the sum starts.
+struct WordSums {
+  __m256i low, high;
+};
+
+static inline void AddWordPair(WordSums* sums, const uint16_t* a, const uint16_t* b, __m256i weight) {
+  const __m256i half = _mm256_set1_epi16(-32768);
+  const __m256i va = _mm256_xor_si256(LoadVector(a), half), vb = _mm256_xor_si256(LoadVector(b), half);
+  sums->low = _mm256_add_epi32(sums->low, _mm256_madd_epi16(_mm256_unpacklo_epi16(va, vb), weight));
+  sums->high = _mm256_add_epi32(sums->high, _mm256_madd_epi16(_mm256_unpackhi_epi16(va, vb), weight));
+}
+
+static inline void StoreSums(const WordSums& sums, __m128i shift, uint16_t* out) {
+  const __m256i low = _mm256_srl_epi32(sums.low, shift), high = _mm256_srl_epi32(sums.high, shift);
+  _mm256_storeu_si256((__m256i*)out, _mm256_packus_epi32(low, high));
+}
+
+// Sums of words at i and at j, 16 each.
+static inline void SumTwiceSixteen(const uint16_t* const* rows, const BlurWeights& weights, __m256i start, size_t first,
+                                   size_t i, size_t j, uint16_t* out) {
+  const int32_t reach = weights.reach;
   const __m128i shift = _mm_cvtsi32_si128(weights.shift);
-  for (; i + 16 <= count; i += 16) {
-    _mm256_storeu_si256((__m256i*)(out + i), SumSixteenWords(rows, weights, start, shift, i));
+  WordSums one = {start, start}, two = {start, start};
+  // The centre counts twice with the weights w and 0.
+  const uint16_t* const centre = rows[reach] + first;
+  const __m256i w = _mm256_set1_epi32(weights.taps[reach]);
+  AddWordPair(&one, centre + i, centre + i, w);
+  AddWordPair(&two, centre + j, centre + j, w);
+  for (int32_t k = 0; k < reach; ++k) {
+    const uint16_t* const a = rows[k] + first;
+    const uint16_t* const b = rows[2 * reach - k] + first;
+    const __m256i weight = _mm256_set1_epi16((short)weights.taps[k]);
+    AddWordPair(&one, a + i, b + i, weight);
+    AddWordPair(&two, a + j, b + j, weight);
+  }
+  StoreSums(one, shift, out + i);
+  StoreSums(two, shift, out + j);
+}
+#endif
+
+// A last vector that is not full starts earlier and sums some samples again, which no row notices.
+static void SumBytes(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out, size_t count) {
+#if defined(__AVX2__)
+  if (count >= 32) {
+    for (size_t i = 0; i < count; i += 64) {
+      const size_t at = i + 32 <= count ? i : count - 32, next = i + 64 <= count ? i + 32 : count - 32;
+      SumTwiceThirtyTwo(rows, weights, first, at, next, out);
+    }
+    return;
   }
 #endif
-  SumWordsFlat(rows, weights, i, out, count);
+  SumBytesFlat(rows, first, weights, out, count);
+}
+
+static void SumWords(const uint16_t* const* rows, size_t first, const BlurWeights& weights, uint16_t* out,
+                     size_t count) {
+#if defined(__AVX2__)
+  if (count >= 16) {
+    int32_t total = weights.taps[weights.reach];
+    for (int32_t k = 0; k < weights.reach; ++k) total += 2 * weights.taps[k];
+    const __m256i start = _mm256_set1_epi32(total * 32768);
+    for (size_t i = 0; i < count; i += 32) {
+      const size_t at = i + 16 <= count ? i : count - 16, next = i + 32 <= count ? i + 16 : count - 16;
+      SumTwiceSixteen(rows, weights, start, first, at, next, out);
+    }
+    return;
+  }
+#endif
+  SumWordsFlat(rows, first, weights, out, count);
 }
 
 static const BlurKernels kBlurKernels = {SumBytes, SumWords};

@@ -54,9 +54,10 @@ struct BlurWeights {
 
 // Weighted sums over rows (blur.inl). `out` is none of the rows.
 struct BlurKernels {
-  // out[i] = min(sum over k of taps[k <= reach ? k : 2 * reach - k] * rows[k][i] >> shift, 255, or 65535 for words).
-  void (*SumBytes)(const uint8_t* const* rows, const BlurWeights& weights, uint8_t* out, size_t count);
-  void (*SumWords)(const uint16_t* const* rows, const BlurWeights& weights, uint16_t* out, size_t count);
+  // out[i] = min(sum over k of taps[k <= reach ? k : 2 * reach - k] * rows[k][first + i] >> shift, 255), or 65535 for
+  // words.
+  void (*SumBytes)(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out, size_t count);
+  void (*SumWords)(const uint16_t* const* rows, size_t first, const BlurWeights& weights, uint16_t* out, size_t count);
 };
 
 // Neighbourhoods (convolve.inl). `out` is none of the rows.
