@@ -45,11 +45,11 @@ preset() {
   [ $done = 1 ] || note 1 "$name: no tests" "$log"
 }
 
-groups=(build tool test packaging windows)
+groups=(build tool test fuzz packaging windows)
 [ "$mode" != --all ] || groups+=(platforms)
 scripts/install.sh "${groups[@]}" || exit 1
 
-presets=(release clang asan windows-x64 windows-x86)
+presets=(release clang asan fuzz windows-x64 windows-x86)
 [ "$mode" != --all ] || presets+=(gcc-O0 gcc-O2 x86 aarch64 wasm wasm-simd)
 for name in "${presets[@]}"; do
   preset "$name"

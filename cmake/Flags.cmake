@@ -10,6 +10,11 @@ if(ZEL_SANITIZE)
   add_link_options(-fsanitize=${ZEL_SANITIZE})
 endif()
 
+if(ZEL_FUZZ)
+  # Edges alone: tracing comparisons too would halve the speed, and the targets need no magic numbers found.
+  add_compile_options(-fsanitize-coverage=inline-8bit-counters,pc-table)
+endif()
+
 # No fused or widened arithmetic, so that one call gives one result everywhere. 32-bit x86 counts in SSE2 registers.
 add_library(zel_exact INTERFACE)
 target_compile_options(zel_exact INTERFACE -ffp-contract=off)
