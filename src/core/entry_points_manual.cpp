@@ -10,6 +10,7 @@
 #include "filter/unsharp_mask.h"
 #include "retouch/denoise.h"
 #include "selective/color_cast.h"
+#include "selective/light_correct.h"
 #include "selective/region_colorful.h"
 #include "selective/region_points.h"
 #include "selective/region_tone.h"
@@ -93,7 +94,7 @@ int32_t ZEL_CALL ZelBasicToolFunc_ColorCorrect(const ImageDesc* source, const Im
 int32_t ZEL_CALL ZelBasicToolFunc_LightCorrect(const ImageDesc* source, const ImageDesc* destination,
                                                int32_t strength) {
   if (strength == 0) return ZeroStrengthCopy(source, destination, nullptr);
-  return ZEL_REFUSED;
+  return ResultOf(LightCorrect(source, destination, strength));
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_ColorCastManual(const ImageDesc* source, const ImageDesc* destination,
