@@ -99,7 +99,7 @@ struct Picture {
 };
 
 // The level that all but a share of the channel's samples stay below.
-double HighLevel(const int32_t* histogram, double share) {
+int32_t HighLevel(const int32_t* histogram, double share) {
   double sum = 0.0;
   for (int32_t level = 255; level > 0; --level) {
     sum += histogram[level];
@@ -117,6 +117,7 @@ double SixteenthRoot(double v) {
   return std::sqrt(std::sqrt(std::sqrt(std::sqrt(v))));
 }
 
+constexpr double kShares[] = {0.0005, 0.001, 0.003, 0.01};  // of the pixels, the brightest first
 constexpr int32_t kMeasures = 6;
 
 // The light as six simple measures see it, all of them led by the brightest pixels. False when memory ran out.
@@ -132,7 +133,6 @@ bool Measure(const Picture& picture, LightColour* found) {
     ++histogram[2][s.blue];
   });
   const double count = picture.Count();
-  constexpr double kShares[] = {0.0005, 0.001, 0.003, 0.01};
   for (double share : kShares) sums.Top(std::max(count * share, 1.0), found++);
 
   double channel[2][3];
@@ -140,7 +140,7 @@ bool Measure(const Picture& picture, LightColour* found) {
     double power = 0.0;
     for (int32_t i = 0; i < 256; ++i) power += histogram[k][i] * SixteenthPower(picture.light[i]);
     channel[0][k] = SixteenthRoot(power / count);
-    channel[1][k] = picture.light[static_cast<int32_t>(HighLevel(histogram[k], count * 0.002))];
+    channel[1][k] = picture.light[HighLevel(histogram[k], count * 0.002)];
   }
   *found++ = {channel[0][0], channel[0][1], channel[0][2]};
   *found++ = {channel[1][0], channel[1][1], channel[1][2]};
@@ -182,17 +182,16 @@ double Refine(const Picture& picture, const Tint& tint, double asked, LightColou
   BrightnessSums sums;
   if (!sums.Allocate()) return 0.0;
   const LightColour light = LightOf(tint);
-  const double most = std::max(light.red, std::max(light.green, light.blue));
-  // Neutral again under these gains, which leave room above.
+  // Gains that make it neutral and leave room above.
   const double least = std::min(light.red, std::min(light.green, light.blue));
   const LightColour gain = {least / light.red, least / light.green, least / light.blue};
+  const double gains[3] = {gain.red, gain.green, gain.blue};
   uint8_t balanced[3][256];
-  for (int32_t i = 0; i < 256; ++i) {
-    balanced[0][i] = static_cast<uint8_t>(LevelOfLight(picture.light[i] * gain.red) * 255.0 + 0.5);
-    balanced[1][i] = static_cast<uint8_t>(LevelOfLight(picture.light[i] * gain.green) * 255.0 + 0.5);
-    balanced[2][i] = static_cast<uint8_t>(LevelOfLight(picture.light[i] * gain.blue) * 255.0 + 0.5);
+  for (int32_t k = 0; k < 3; ++k) {
+    for (int32_t i = 0; i < 256; ++i) {
+      balanced[k][i] = static_cast<uint8_t>(LevelOfLight(picture.light[i] * gains[k]) * 255.0 + 0.5);
+    }
   }
-  (void)most;
   picture.ForEach([&](const Sample& s) {
     const LightColour seen = picture.Of(s);
     const double r = seen.red * gain.red, g = seen.green * gain.green, b = seen.blue * gain.blue;

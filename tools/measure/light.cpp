@@ -1,12 +1,12 @@
 // How well ZelBasicToolFunc_LightCorrect finds the light: photographs under known tints, beside three simple methods.
 //   zel_measure_light [--clip] [--save FOLDER] PHOTOGRAPH-OR-FOLDER...
+#include <vips/vips.h>
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <functional>
 #include <numeric>
-#include <vips/vips.h>
 
 #include "core/reduce.h"
 #include "photographs.h"
@@ -21,11 +21,16 @@ struct Tint {
   Rgb gains;  // in linear light
 };
 
-const Tint kTints[] = {{"none", {1.00, 1.00, 1.00}},        {"warm", {1.00, 0.86, 0.68}},
-                       {"warm, strong", {1.00, 0.70, 0.42}}, {"cool", {0.76, 0.90, 1.00}},
-                       {"cool, strong", {0.55, 0.80, 1.00}}, {"green", {0.84, 1.00, 0.84}},
-                       {"green, strong", {0.68, 1.00, 0.68}}, {"magenta", {1.00, 0.84, 0.98}},
-                       {"magenta, strong", {1.00, 0.68, 0.94}}, {"yellow", {1.00, 0.97, 0.72}},
+const Tint kTints[] = {{"none", {1.00, 1.00, 1.00}},
+                       {"warm", {1.00, 0.86, 0.68}},
+                       {"warm, strong", {1.00, 0.70, 0.42}},
+                       {"cool", {0.76, 0.90, 1.00}},
+                       {"cool, strong", {0.55, 0.80, 1.00}},
+                       {"green", {0.84, 1.00, 0.84}},
+                       {"green, strong", {0.68, 1.00, 0.68}},
+                       {"magenta", {1.00, 0.84, 0.98}},
+                       {"magenta, strong", {1.00, 0.68, 0.94}},
+                       {"yellow", {1.00, 0.97, 0.72}},
                        {"yellow, strong", {1.00, 0.95, 0.48}}};
 
 // With `clip` the luminance of grey is kept, so that bright samples run into white as in an over-exposed picture.

@@ -1,10 +1,10 @@
 #include "photographs.h"
 
+#include <vips/vips.h>
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <vips/vips.h>
 
 namespace zel::measure {
 
@@ -143,8 +143,8 @@ std::vector<Photograph> LoadPhotographs(int count, char** paths) {
 bool SavePng(const Photograph& photograph, const std::string& path) {
   std::vector<uint8_t> rgb(photograph.samples);
   for (size_t i = 0; i < rgb.size(); i += 3) std::swap(rgb[i], rgb[i + 2]);
-  VipsImage* const image = vips_image_new_from_memory(rgb.data(), rgb.size(), photograph.width, photograph.height, 3,
-                                                      VIPS_FORMAT_UCHAR);
+  VipsImage* const image =
+      vips_image_new_from_memory(rgb.data(), rgb.size(), photograph.width, photograph.height, 3, VIPS_FORMAT_UCHAR);
   if (image == nullptr) return false;
   const bool done = vips_image_write_to_file(image, path.c_str(), nullptr) == 0;
   g_object_unref(image);
