@@ -44,65 +44,44 @@ std::vector<int> Walk(const std::vector<uint8_t>& lattice, const int colour[3]) 
 }
 
 TEST(ColorLattice, MapsAsTheWalkDoesAtEveryKernelLevel) {
+  // All fractions, each in some cube, and the ends.
+  std::vector<uint8_t> in;
+  for (int i = 0; i < 17 * 17 * 17; ++i) {
+    for (int v : {i % 17, i / 17 % 17, i / 289})
+      in.push_back(static_cast<uint8_t>(i % 31 == 0 ? 255 : v + i % 15 * 17));
+  }
+  const size_t pixels = in.size() / 3;
   std::mt19937 random(1);
+  std::vector<uint16_t> wideIn;
+  for (uint8_t v : in) wideIn.push_back(static_cast<uint16_t>(v * 257 + (v == 255 ? 0 : random() % 257)));
   const std::vector<uint8_t> lattice = RandomLattice(2);
-  for (size_t level = 0; level < KernelLevel::Count(); ++level) {
-    const KernelLevel active(level);
-    for (int64_t regionPixels : {int64_t{1}, int64_t{1} << 40}) {
-      const LatticeMap map(lattice.data(), regionPixels);
-      for (size_t count = 0; count <= 70; ++count) {
-        for (bool blueFirst : {false, true}) {
-          const size_t start = count % 7, samples = 3 * count;
-          std::vector<uint8_t> in(start + samples), out(start + samples + 1, 77);
-          std::vector<uint16_t> wideIn(in.size()), wideOut(out.size(), 777);
-          for (size_t i = 0; i < in.size(); ++i) {
-            in[i] = static_cast<uint8_t>(random() % 4 == 0 ? random() % 2 * 255 : random());
-            wideIn[i] = static_cast<uint16_t>(in[i] * 257 + (in[i] == 255 ? 0 : random() % 257));
-          }
-          map.MapBytes(in.data() + start, out.data() + start, count, blueFirst);
-          map.MapWords(wideIn.data() + start, wideOut.data() + start, count, blueFirst);
-          for (size_t p = 0; p < count; ++p) {
-            const uint8_t* pixel = &in[start + 3 * p];
-            const int colour[3] = {pixel[blueFirst ? 2 : 0], pixel[1], pixel[blueFirst ? 0 : 2]};
-            const std::vector<int> expected = Walk(lattice, colour);
-            for (size_t k = 0; k < 3; ++k) {
-              const size_t i = start + 3 * p + (blueFirst ? 2 - k : k);
-              ASSERT_EQ(out[i], expected[k]) << count << " pixels at level " << level;
-              ASSERT_EQ(wideOut[i], expected[k] * 257);
-            }
-          }
-          ASSERT_EQ(out[start + samples], 77);
-          ASSERT_EQ(wideOut[start + samples], 777);
+  for (bool blueFirst : {false, true}) {
+    std::vector<uint8_t> expected(in.size()), out(in.size());
+    std::vector<uint16_t> wideExpected(in.size()), wideOut(in.size());
+    for (size_t i = 0; i < in.size(); i += 3) {
+      const size_t red = i + (blueFirst ? 2 : 0), blue = i + (blueFirst ? 0 : 2);
+      const int colour[3] = {in[red], in[i + 1], in[blue]};
+      const std::vector<int> mapped = Walk(lattice, colour);
+      expected[red] = static_cast<uint8_t>(mapped[0]);
+      expected[i + 1] = static_cast<uint8_t>(mapped[1]);
+      expected[blue] = static_cast<uint8_t>(mapped[2]);
+      for (size_t k = i; k < i + 3; ++k) wideExpected[k] = static_cast<uint16_t>(expected[k] * 257);
+    }
+    for (size_t level = 0; level < KernelLevel::Count(); ++level) {
+      const KernelLevel active(level);
+      for (int64_t regionPixels : {int64_t{1}, int64_t{1} << 40}) {
+        const LatticeMap map(lattice.data(), regionPixels);
+        map.MapBytes(in.data(), out.data(), pixels, blueFirst);
+        map.MapWords(wideIn.data(), wideOut.data(), pixels, blueFirst);
+        ASSERT_EQ(out, expected) << "level " << level;
+        ASSERT_EQ(wideOut, wideExpected) << "level " << level;
+        for (size_t count = 0; count <= 70; ++count) {
+          std::vector<uint8_t> part(in.begin(), in.begin() + static_cast<ptrdiff_t>(3 * count + 1));
+          map.MapBytes(part.data(), part.data(), count, blueFirst);
+          ASSERT_TRUE(std::equal(part.begin(), part.end() - 1, expected.begin())) << count << " pixels";
+          ASSERT_EQ(part.back(), in[3 * count]);
         }
       }
-    }
-  }
-}
-
-// All fractions in one cube, all indices, and the division of words, which the walks above only sample.
-TEST(LatticeKernels, AgreeOnEveryFraction) {
-  const std::vector<uint8_t> lattice = RandomLattice(6);
-  std::vector<uint8_t> in, plain, fast;
-  for (int i = 0; i < 17 * 17 * 17; ++i) {
-    const int shift = i % 15 * 17;
-    for (int v : {i % 17, i / 17 % 17, i / 289}) in.push_back(static_cast<uint8_t>(v + shift));
-  }
-  plain.resize(in.size());
-  fast.resize(in.size());
-  const LatticeMap few(lattice.data(), 1), many(lattice.data(), 1 << 30);
-  few.MapBytes(in.data(), plain.data(), in.size() / 3, false);
-  for (size_t level = 0; level < KernelLevel::Count(); ++level) {
-    const KernelLevel active(level);
-    many.MapBytes(in.data(), fast.data(), in.size() / 3, false);
-    EXPECT_EQ(plain, fast) << "level " << level;
-    std::vector<uint16_t> words(65536), back(65536);
-    std::vector<uint8_t> bytes(65536);
-    for (size_t v = 0; v < 65536; ++v) words[v] = static_cast<uint16_t>(v);
-    ActiveKernels().lattice.DivideBy257(words.data(), bytes.data(), 65536);
-    ActiveKernels().lattice.MultiplyBy257(bytes.data(), back.data(), 65536);
-    for (size_t v = 0; v < 65536; ++v) {
-      ASSERT_EQ(bytes[v], v / 257);
-      ASSERT_EQ(back[v], v / 257 * 257);
     }
   }
 }

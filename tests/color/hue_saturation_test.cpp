@@ -14,22 +14,23 @@ namespace {
 
 using Colour = std::array<int, 3>;
 
-Colour Adjusted(Colour c, int32_t hue, int32_t saturation) {
-  uint8_t pixel[3] = {static_cast<uint8_t>(c[0]), static_cast<uint8_t>(c[1]), static_cast<uint8_t>(c[2])};
-  AdjustHueSaturationPixel(pixel, pixel, hue, saturation);
+template <class T, class Adjust, class... Settings>
+Colour Through(Adjust adjust, Colour c, const Settings&... settings) {
+  T pixel[3] = {static_cast<T>(c[0]), static_cast<T>(c[1]), static_cast<T>(c[2])};
+  adjust(pixel, pixel, settings...);
   return {pixel[0], pixel[1], pixel[2]};
+}
+
+Colour Adjusted(Colour c, int32_t hue, int32_t saturation) {
+  return Through<uint8_t>(AdjustHueSaturationPixel, c, hue, saturation);
 }
 
 Colour Adjusted16(Colour c, int32_t hue, int32_t saturation) {
-  uint16_t pixel[3] = {static_cast<uint16_t>(c[0]), static_cast<uint16_t>(c[1]), static_cast<uint16_t>(c[2])};
-  AdjustHueSaturationPixel16(pixel, pixel, hue, saturation);
-  return {pixel[0], pixel[1], pixel[2]};
+  return Through<uint16_t>(AdjustHueSaturationPixel16, c, hue, saturation);
 }
 
 Colour Ranged(Colour c, const RangeSettings& settings) {
-  uint8_t pixel[3] = {static_cast<uint8_t>(c[0]), static_cast<uint8_t>(c[1]), static_cast<uint8_t>(c[2])};
-  AdjustRangesPixel(pixel, pixel, settings);
-  return {pixel[0], pixel[1], pixel[2]};
+  return Through<uint8_t>(AdjustRangesPixel, c, settings);
 }
 
 TEST(HueSaturation, KeepsTheImageLaws) {
@@ -94,11 +95,8 @@ TEST(HueSaturation, DirectSixteenBitFormIsRightForDarkColoursOnly) {
 TEST(HueSaturation, LatticeHoldsTheDirectResult) {
   const TestImage source({37, 23, 3, 8, true, 3});
   TestImage nodes(source), direct(source), mapped(source);
-  for (int y = 0; y < 23; ++y) {
-    for (int x = 0; x < 37; ++x) {
-      for (int k = 0; k < 3; ++k) nodes.Set(x, y, k, source.Get(x, y, k) / 17 * 17);
-    }
-  }
+  for (int i = 0; i < 37 * 23 * 3; ++i)
+    nodes.Set(i / 3 % 37, i / 111, i % 3, source.Get(i / 3 % 37, i / 111, i % 3) / 17 * 17);
   ASSERT_TRUE(ApplyHueSaturation(nodes.desc(), direct.desc(), nullptr, 33, -20, false));
   ASSERT_TRUE(ApplyHueSaturation(nodes.desc(), mapped.desc(), nullptr, 33, -20, true));
   EXPECT_TRUE(direct.SameBytes(mapped));

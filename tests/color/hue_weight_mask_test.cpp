@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
+#include <algorithm>
 #include <vector>
 
 #include "color/rgb_to_hsl.h"
@@ -45,52 +45,41 @@ TEST(HueWeightMask, WeighsReddishHues) {
 }
 
 TEST(HueWeightMask, RefusesWhatDoesNotFit) {
-  const TestImage source({}), grey({37, 23, 1});
-  TestImage mask({37, 23, 1}), narrow({36, 23, 1}), four({37, 23, 4});
+  const TestImage source({}), grey({37, 23, 1}), mask({37, 23, 1}), narrow({36, 23, 1}), four({37, 23, 4});
+  for (const TestImage* unfit : {&narrow, &four}) {
+    EXPECT_FALSE(BuildHueWeightMask(source.desc(), unfit->desc(), nullptr, 255));
+  }
+  EXPECT_FALSE(BuildHueWeightMask(grey.desc(), mask.desc(), nullptr, 255));
   EXPECT_FALSE(BuildHueWeightMask(nullptr, mask.desc(), nullptr, 255));
   EXPECT_FALSE(BuildHueWeightMask(source.desc(), nullptr, nullptr, 255));
-  EXPECT_FALSE(BuildHueWeightMask(grey.desc(), mask.desc(), nullptr, 255));
-  EXPECT_FALSE(BuildHueWeightMask(source.desc(), narrow.desc(), nullptr, 255));
-  EXPECT_FALSE(BuildHueWeightMask(source.desc(), four.desc(), nullptr, 255));
 }
 
-// A table in which every hue is told from its neighbours by the low or the high byte.
+template <class T>
+void AddAllOrders(std::vector<T>* samples, int a, int b, int c) {
+  int colour[3] = {a, b, c};
+  std::sort(colour, colour + 3);
+  do {
+    for (int v : colour) samples->push_back(static_cast<T>(v));
+  } while (std::next_permutation(colour, colour + 3));
+}
+
 TEST(HueKernels, FindTheIntegerHueAtEveryLevel) {
+  // Two tables tell every hue by its low and its high byte.
   uint8_t low[kHueWeights] = {}, high[kHueWeights] = {};
   for (int h = 0; h <= kGreyHue; ++h) {
     low[h] = static_cast<uint8_t>(h);
     high[h] = static_cast<uint8_t>(h >> 8);
   }
-  // All colours with one sample 0 reach every difference over every chroma; the rest is drawn, with near-greys.
+  // All colours with a sample of 0 have every difference over every chroma; near-greys; and quotients one step below a
+  // whole number, the closest that a rounding could reach.
   std::vector<uint8_t> bytes;
   std::vector<uint16_t> words;
-  const auto add = [&](int r, int g, int b, bool wide) {
-    for (int v : {r, g, b}) wide ? words.push_back(static_cast<uint16_t>(v)) : bytes.push_back(static_cast<uint8_t>(v));
-  };
-  for (int high8 = 0; high8 < 256; ++high8) {
-    for (int middle = 0; middle <= high8; ++middle) {
-      const int c[3] = {high8, middle, 0};
-      for (int first = 0; first < 3; ++first) {
-        add(c[first], c[(first + 1) % 3], c[(first + 2) % 3], false);
-        add(c[(first + 2) % 3], c[(first + 1) % 3], c[first], false);
-      }
-    }
-  }
-  std::mt19937 random(7);
-  for (int i = 0; i < 200000; ++i) {
-    const uint32_t near = random() % 4 == 0 ? 3 : 256, base = random() % (257 - near);
-    add(static_cast<int>(base + random() % near), static_cast<int>(base + random() % near),
-        static_cast<int>(base + random() % near), false);
-  }
-  // Quotients one step below a whole number: the closest that a rounding could reach.
+  for (int i = 0; i < 65536; ++i) AddAllOrders(&bytes, i >> 8, i & 255, 0);
+  for (int i = 0; i < 25000; ++i) AddAllOrders(&bytes, i / 100, i / 100 + i % 5, i / 100 + i % 100 / 20);
   for (int delta = 1; delta < 65536; delta += 1 + delta / 300) {
-    for (int degrees = 1; degrees <= 60; ++degrees) {
-      const int difference = static_cast<int>((static_cast<int64_t>(degrees) * delta - 1) / 60);
-      const int base = static_cast<int>(random() % static_cast<uint32_t>(65536 - delta));
-      const int c[3] = {base + delta, base + difference, base};
-      const uint32_t first = random() % 3;
-      add(c[first], c[(first + 1) % 3], c[(first + 2) % 3], true);
-      add(c[(first + 2) % 3], c[(first + 1) % 3], c[first], true);
+    for (int64_t degrees = 1; degrees <= 60; ++degrees) {
+      const int difference = static_cast<int>((degrees * delta - 1) / 60), base = (65535 - delta) / (delta % 3 + 1);
+      AddAllOrders(&words, base, base + difference, base + delta);
     }
   }
   const auto check = [&](const auto& samples, auto kernel, auto hueSat) {
@@ -112,16 +101,13 @@ TEST(HueKernels, FindTheIntegerHueAtEveryLevel) {
     const HueKernels& kernels = ActiveKernels().hue;
     check(bytes, kernels.WeighHuesOfBytes, PixelHueSat);
     check(words, kernels.WeighHuesOfWords, PixelHueSat16);
+    std::vector<uint8_t> all(70), part(71);
+    kernels.WeighHuesOfWords(words.data(), all.data(), 70, low, false);
     for (size_t pixels = 0; pixels <= 70; ++pixels) {
-      std::vector<uint8_t> in(bytes.end() - 3 * pixels, bytes.end()), out(pixels + 1, 77);
-      std::vector<uint16_t> wide(words.end() - 3 * pixels, words.end());
-      kernels.WeighHuesOfBytes(in.data(), out.data(), pixels, low, true);
-      for (size_t p = 0; p < pixels; ++p) {
-        const HueSat c = PixelHueSat(in[3 * p + 2], in[3 * p + 1], in[3 * p]);
-        ASSERT_EQ(out[p], low[c.saturation == 0 ? kGreyHue : c.hue]);
-      }
-      kernels.WeighHuesOfWords(wide.data(), out.data(), pixels, high, false);
-      ASSERT_EQ(out[pixels], 77);
+      part[pixels] = 77;
+      kernels.WeighHuesOfWords(words.data(), part.data(), pixels, low, false);
+      ASSERT_TRUE(std::equal(part.begin(), part.begin() + static_cast<ptrdiff_t>(pixels), all.begin()));
+      ASSERT_EQ(part[pixels], 77);
     }
   }
 }
