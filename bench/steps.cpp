@@ -9,6 +9,7 @@
 #include "photo.h"
 #include "registration.h"
 #include "selective/picked_colour_mask.h"
+#include "selective/region_colorful.h"
 #include "selective/region_hue_mask.h"
 #include "tone/contrast_brightness.h"
 #include "tone/gamma.h"
@@ -66,6 +67,8 @@ void PickedTone(const Canvas& c, const ZelPoint& point) {
 void RaisedRegion(const Canvas& c, ColourRegion region, int32_t tolerance) {
   const float gamma[3] = {1.1f, 1.1f, 1.1f};
   BuildRegionHueMask(c.source, c.mask, nullptr, region, tolerance, 192);
+  uint32_t histogram[101];
+  MeasureSaturation(c.source->data, GeometryOf(*c.source), c.mask->data, 96, histogram);
   ApplyHueSaturation(c.source, c.destination, nullptr, 0, 80, true);
   GammaCorrect(c.destination, c.destination, nullptr, gamma);
   GaussianBlur(c.destination, c.destination, nullptr, 0.5);

@@ -28,38 +28,24 @@ int64_t Threshold(int32_t amount) {
   return amount < 85 ? 96 : 96 + (85 - static_cast<int64_t>(amount)) * 48 / 15;
 }
 
-// Spares what is saturated already, and counts the saturations of what stays in the mask.
-void MeasureArea(const uint8_t* source, const Geometry& geometry, uint8_t* mask, int64_t threshold,
-                 uint32_t histogram[101]) {
-  std::fill(histogram, histogram + 101, 0u);
-  const HueKernels& kernels = ActiveKernels().hue;
-  constexpr int32_t kStrip = 256;
-  uint8_t saturations[kStrip];
-  for (int32_t y = 0; y < geometry.height; ++y) {
-    for (int32_t x = 0; x < geometry.width; x += kStrip) {
-      const int32_t pixels = std::min(kStrip, geometry.width - x);
-      uint8_t* const weights = mask + static_cast<size_t>(y) * geometry.width + x;
-      if (threshold > 0 && IsUnmasked(weights, pixels)) continue;
-      kernels.SaturationsOfBytes(source + geometry.RowOffset(y) + static_cast<size_t>(x) * 3, saturations, pixels);
-      for (int32_t p = 0; p < pixels; ++p) {
-        const int32_t s = saturations[p];
-        int32_t m = weights[p];
-        if (m < threshold) continue;
-        if (s > 75) weights[p] = static_cast<uint8_t>(m = (100 - s) * m * 4 / 100);
-        if (m >= threshold) ++histogram[s];
-      }
-    }
+// A lattice that only adds saturation.
+struct SaturationLattice {
+  explicit SaturationLattice(int64_t increase) {
+    MakeColorLattice(nodes, 8);
+    const int64_t limited = std::min<int64_t>(std::max<int64_t>(increase, -100), 100);
+    AdjustLatticeHueSaturation(nodes, 8, 0, static_cast<int32_t>(limited));
   }
-}
+  uint8_t nodes[kLatticeSamples];
+};
 
 // The colour change of the rectangle's pixels, as it is wanted before the blur.
 class RaisedColour final : public BlurredRows<uint8_t>::RowChange {
  public:
-  RaisedColour(const Geometry& geometry, const Region& region, int64_t increase)
-      : geometry_(geometry), region_(region) {
-    MakeColorLattice(lattice_, 8);
-    AdjustLatticeHueSaturation(lattice_, 8, 0,
-                               static_cast<int32_t>(std::min<int64_t>(std::max<int64_t>(increase, -100), 100)));
+  RaisedColour(const Region& region, bool blueFirst, int64_t increase)
+      : region_(region),
+        blueFirst_(blueFirst),
+        lattice_(increase),
+        map_(lattice_.nodes, static_cast<int64_t>(region.Width()) * region.Height()) {
     // The gamma operation leaves its table in a row of all levels.
     const float gamma = static_cast<float>(ToSingle(1.0 + static_cast<double>(increase) * static_cast<double>(0.001f)));
     const float gammas[3] = {gamma, gamma, gamma};
@@ -70,22 +56,24 @@ class RaisedColour final : public BlurredRows<uint8_t>::RowChange {
   void Change(int32_t y, int32_t left, uint8_t* samples, int32_t) const override {
     if (y < region_.top || y >= region_.bottom) return;
     uint8_t* const own = samples + static_cast<size_t>(region_.left - left) * 3;
-    const Geometry row{region_.Width(), 1, 3, 8, region_.Width() * 3, geometry_.blueFirst};
-    ApplyColorLattice(own, own, row, nullptr, lattice_, 8);
-    ActiveKernels().lut.MapBytes(own, own, static_cast<size_t>(row.stride), curve_);
+    const size_t pixels = region_.Width();
+    map_.MapBytes(own, own, pixels, blueFirst_);
+    ActiveKernels().lut.MapBytes(own, own, 3 * pixels, curve_);
   }
 
  private:
-  Geometry geometry_;
   Region region_;
-  uint8_t lattice_[kLatticeSamples], curve_[256];
+  bool blueFirst_;
+  SaturationLattice lattice_;
+  LatticeMap map_;
+  uint8_t curve_[256];
 };
 
 bool MixRaisedColour(const uint8_t* source, uint8_t* destination, const Geometry& geometry, const Region& region,
                      const uint8_t* mask, int64_t increase) {
   BlurWeights kernel;
   MakeBlurWeights(0.5, &kernel);
-  const RaisedColour raised(geometry, region, increase);
+  const RaisedColour raised(region, geometry.blueFirst, increase);
   BlurredRows<uint8_t> rows;
   if (!rows.Start(source, geometry, region, kernel, &raised)) return false;
   static_assert(kBlurTile % 3 == 0, "tiles hold whole pixels");
@@ -118,12 +106,36 @@ bool Enhance(const ImageDesc* source, const ImageDesc* destination, int32_t amou
   const Region region = GivenRegion(rect, geometry.width, geometry.height);
   if (region.IsEmpty()) return true;
   uint32_t histogram[101];
-  MeasureArea(source->data, geometry, mask.data(), Threshold(amount), histogram);
+  MeasureSaturation(source->data, geometry, mask.data(), Threshold(amount), histogram);
   return MixRaisedColour(source->data, destination->data, geometry, region, mask.data(),
                          SaturationIncrease(histogram, amount));
 }
 
 }  // namespace
+
+void MeasureSaturation(const uint8_t* source, const Geometry& geometry, uint8_t* mask, int64_t threshold,
+                       uint32_t histogram[101]) {
+  // Neighbours count in different tables, so that equal ones need not wait for each other; 101 is for all others.
+  uint32_t counts[4][102] = {};
+  const HueKernels& kernels = ActiveKernels().hue;
+  constexpr int32_t kStrip = 256;
+  uint8_t saturations[kStrip];
+  for (int32_t y = 0; y < geometry.height; ++y) {
+    for (int32_t x = 0; x < geometry.width; x += kStrip) {
+      const int32_t pixels = std::min(kStrip, geometry.width - x);
+      uint8_t* const weights = mask + static_cast<size_t>(y) * static_cast<size_t>(geometry.width) + x;
+      if (threshold > 0 && IsUnmasked(weights, pixels)) continue;
+      kernels.SaturationsOfBytes(source + geometry.RowOffset(y) + static_cast<size_t>(x) * 3, saturations, pixels);
+      for (int32_t p = 0; p < pixels; ++p) {
+        const int32_t s = saturations[p];
+        int32_t m = weights[p];
+        if (s > 75 && m >= threshold) weights[p] = static_cast<uint8_t>(m = (100 - s) * m * 4 / 100);
+        ++counts[p & 3][m >= threshold ? s : 101];
+      }
+    }
+  }
+  for (int32_t s = 0; s <= 100; ++s) histogram[s] = counts[0][s] + counts[1][s] + counts[2][s] + counts[3][s];
+}
 
 int64_t SaturationIncrease(const uint32_t histogram[101], int32_t amount) {
   uint64_t count = 0;

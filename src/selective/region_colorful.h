@@ -19,6 +19,12 @@ bool SeededColourfulEnhance(const ImageDesc* source, const ImageDesc* destinatio
 bool RegionColourfulEnhance(const ImageDesc* source, const ImageDesc* destination, ColourRegion region, int32_t amount,
                             const ZelRect* rect);
 
+// Looks at the pixels of an 8-bit three-channel image whose weight in the mask (rows without gaps) reaches `threshold`:
+// lowers the weight where the saturation is above 75 per cent already, and counts the saturations of those whose weight
+// still reaches it.
+void MeasureSaturation(const uint8_t* source, const Geometry& geometry, uint8_t* mask, int64_t threshold,
+                       uint32_t histogram[101]);
+
 // How much saturation to add, in per cent, for `amount` and the saturations of the area: counts of 0 to 100 per cent.
 int64_t SaturationIncrease(const uint32_t histogram[101], int32_t amount);
 
