@@ -45,13 +45,8 @@ uint8_t* At(Photo* canvas, int x, int y) {
   return &canvas->samples[(static_cast<size_t>(y) * static_cast<size_t>(canvas->width) + static_cast<size_t>(x)) * 3];
 }
 
-// Sample k (blue, green, red) of the upright pixel (x, y), 8 bits, over paper where it is transparent.
-int Upright8(const Photo& photo, int x, int y, int k) {
-  const bool sideways = photo.orientation >= 5;
-  if (sideways) std::swap(x, y);
-  const int o = photo.orientation;
-  if (o == 2 || o == 3 || o == 7 || o == 8) x = photo.width - 1 - x;
-  if (o == 3 || o == 4 || o == 6 || o == 7) y = photo.height - 1 - y;
+// Sample k (blue, green, red) of a pixel, 8 bits, over paper where it is transparent.
+int Sample8(const Photo& photo, int x, int y, int k) {
   const size_t pixel = static_cast<size_t>(y) * static_cast<size_t>(photo.width) + static_cast<size_t>(x);
   const auto sample = [&](const std::vector<uint8_t>& plane, size_t at) -> int {
     if (photo.bits == 8) return plane[at];
@@ -112,9 +107,9 @@ void Paste(Photo* canvas, const Photo& picture, int left, int top) {
   }
 }
 
-Photo Reduced(const Photo& photo, int maxWidth, int maxHeight) {
-  const bool sideways = photo.orientation >= 5;
-  const int width = sideways ? photo.height : photo.width, height = sideways ? photo.width : photo.height;
+Photo Reduced(Photo photo, int maxWidth, int maxHeight) {
+  TurnUpright(&photo);
+  const int width = photo.width, height = photo.height;
   Photo small;
   const double factor = std::min({1.0, double(maxWidth) / width, double(maxHeight) / height});
   small.width = std::max(1, static_cast<int>(width * factor));
@@ -129,7 +124,7 @@ Photo Reduced(const Photo& photo, int maxWidth, int maxHeight) {
       for (int k = 0; k < 3; ++k) {
         int64_t sum = 0;
         for (int v = top; v < bottom; ++v) {
-          for (int u = left; u < right; ++u) sum += Upright8(photo, u, v, k);
+          for (int u = left; u < right; ++u) sum += Sample8(photo, u, v, k);
         }
         const int64_t count = int64_t{bottom - top} * (right - left);
         At(&small, x, y)[k] = static_cast<uint8_t>((sum + count / 2) / count);

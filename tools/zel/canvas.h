@@ -26,7 +26,7 @@ void Paste(Photo* canvas, const Photo& picture, int left, int top);
 
 // An upright copy with 8 bits and three channels, alpha over paper, made smaller by averaging until it fits; never
 // larger.
-Photo Reduced(const Photo& photo, int maxWidth, int maxHeight);
+Photo Reduced(Photo photo, int maxWidth, int maxHeight);
 
 }  // namespace tool
 

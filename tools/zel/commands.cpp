@@ -5,6 +5,7 @@
 
 #include "batch.h"
 #include "failure.h"
+#include "recipe.h"
 #include "sample.h"
 
 namespace tool {
@@ -24,7 +25,50 @@ void SplitSize(const std::string& text, int* width, int* height) {
   }
 }
 
+struct EnhanceArguments {
+  BatchOptions batch;
+  std::vector<std::string> words;
+  std::string format, maxPixels, recipe, savedRecipe;
+};
+
+void AddEnhanceOptions(CLI::App* app, EnhanceArguments* a) {
+  app->add_option("words", a->words, "photographs, then operations with their settings")
+      ->type_name("IN... OPERATION...");
+  app->add_option("-o,--output", a->batch.output,
+                  "a file, a folder, a pattern with {stem} {ext} {dir} {n}, or - for standard output")
+      ->type_name("OUT");
+  app->add_option("--recipe", a->recipe, "take the operations of this file first")->type_name("FILE");
+  app->add_option("--save-recipe", a->savedRecipe, "write the operations to this file")->type_name("FILE");
+  app->add_option("--format", a->format, "png, jpg, tif or ppm, whatever the output is called")->type_name("NAME");
+  app->add_flag("--overwrite", a->batch.overwrite, "replace files that exist");
+  app->add_option("-j,--jobs", a->batch.jobs, "photographs in work at once; 0: one per processor")
+      ->check(CLI::Range(0, 1024))
+      ->type_name("N");
+  app->add_flag("--resume", a->batch.resume, "keep a journal and skip what it says is done and unchanged");
+  app->add_option("--journal", a->batch.journal, "journal of --resume; .zel-journal beside the results")
+      ->type_name("FILE");
+  app->add_flag("--dry-run", a->batch.dryRun, "only say what would be done");
+  app->add_flag("--json", a->batch.json, "one line per photograph for programs");
+  app->add_flag("--strip", a->batch.write.strip, "store no metadata and no colour profile");
+  app->add_option("--quality", a->batch.write.quality, "of JPEG, 1 to 100; 95")
+      ->check(CLI::Range(1, 100))
+      ->type_name("N");
+  app->add_option("--max-pixels", a->maxPixels, "refuse larger pictures; 300M")->type_name("N");
+}
+
 }  // namespace
+
+std::vector<OptionText> EnhanceOptions() {
+  CLI::App app;
+  EnhanceArguments arguments;
+  AddEnhanceOptions(&app, &arguments);
+  std::vector<OptionText> texts;
+  for (const CLI::Option* option : app.get_options()) {
+    const std::string name = option->get_name(false, true);
+    if (name[0] == '-' && name != "-h,--help") texts.push_back({name, option->get_description()});
+  }
+  return texts;
+}
 
 double ParsePixels(const std::string& text) {
   char* end = nullptr;
@@ -53,39 +97,23 @@ int Parse(CLI::App* app, int argc, char** argv, const std::function<int()>& body
 
 int Enhance(int argc, char** argv) {
   CLI::App app(kEnhanceHelp);
-  BatchOptions options;
-  std::vector<std::string> words;
-  std::string format, maxPixels;
-  app.add_option("words", words, "photographs, then operations with their settings")->type_name("IN... OPERATION...");
-  app.add_option("-o,--output", options.output,
-                 "a file, a folder, a pattern with {stem} {ext} {dir} {n}, or - for standard output")
-      ->type_name("OUT")
-      ->required();
-  app.add_option("--format", format, "png, jpg, tif or ppm, whatever the output is called")->type_name("NAME");
-  app.add_flag("--overwrite", options.overwrite, "replace files that exist");
-  app.add_option("-j,--jobs", options.jobs, "photographs in work at once; 0: one per processor")
-      ->check(CLI::Range(0, 1024))
-      ->type_name("N");
-  app.add_flag("--resume", options.resume, "keep a journal and skip what it says is done and unchanged");
-  app.add_option("--journal", options.journal, "journal of --resume; .zel-journal beside the results")
-      ->type_name("FILE");
-  app.add_flag("--dry-run", options.dryRun, "only say what would be done");
-  app.add_flag("--json", options.json, "one line per photograph for programs");
-  app.add_flag("--strip", options.write.strip, "store no metadata and no colour profile");
-  app.add_option("--quality", options.write.quality, "of JPEG, 1 to 100; 95")
-      ->check(CLI::Range(1, 100))
-      ->type_name("N");
-  app.add_option("--max-pixels", maxPixels, "refuse larger pictures; 300M")->type_name("N");
+  EnhanceArguments arguments;
+  AddEnhanceOptions(&app, &arguments);
   return Parse(&app, argc, argv, [&] {
-    if (!format.empty() && (options.format = FormatNamed(format)) == Format::None) {
-      throw UsageError("--format " + format + " must be one of png, jpg, tif, ppm");
+    BatchOptions& options = arguments.batch;
+    if (!arguments.format.empty() && (options.format = FormatNamed(arguments.format)) == Format::None) {
+      throw UsageError("--format " + arguments.format + " must be one of png, jpg, tif, ppm");
     }
-    if (!maxPixels.empty()) options.limits.maxPixels = ParsePixels(maxPixels);
-    if (options.output.empty()) throw UsageError("-o needs a name");
+    if (!arguments.maxPixels.empty()) options.limits.maxPixels = ParsePixels(arguments.maxPixels);
     if (options.jobs == 0) options.jobs = static_cast<int>(std::thread::hardware_concurrency());
-    const Chain chain = ParseWords(words, &options.inputs);
-    if (options.inputs.empty()) throw UsageError("no photograph is given; zel IN... -o OUT OPERATION");
+    Chain chain;
+    if (!arguments.recipe.empty()) chain = ReadRecipe(arguments.recipe);
+    for (Step& step : ParseWords(arguments.words, &options.inputs)) chain.push_back(std::move(step));
     if (chain.empty()) throw UsageError("no operation is given; zel ops lists them");
+    if (!arguments.savedRecipe.empty()) SaveRecipe(chain, arguments.savedRecipe, options.overwrite);
+    if (!arguments.savedRecipe.empty() && options.inputs.empty()) return kAllDone;
+    if (options.inputs.empty()) throw UsageError("no photograph is given; zel IN... -o OUT OPERATION");
+    if (options.output.empty()) throw UsageError("no output is given; zel IN... -o OUT OPERATION");
     StartImages(argv[0]);
     return RunBatch(chain, options);
   });

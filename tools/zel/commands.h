@@ -26,6 +26,15 @@ int Sheet(int argc, char** argv);
 int Compare(int argc, char** argv);
 int SkinSliders(int argc, char** argv);
 
+int Manual(int argc, char** argv);
+int Completion(int argc, char** argv);
+
+struct OptionText {
+  std::string name, meaning;  // "-o,--output"
+};
+// The options of the first form, zel IN... -o OUT, with their explanations.
+std::vector<OptionText> EnhanceOptions();
+
 // Parses with one line and the usage code on a mistake; runs `body` when all is well.
 int Parse(CLI::App* app, int argc, char** argv, const std::function<int()>& body);
 

@@ -16,6 +16,8 @@ const std::vector<Command>& Commands() {
       {"compare", "draws before and after with histograms, measures the difference", Compare},
       {"sheet", "draws the effect of every operation", Sheet},
       {"skin-sliders", "says where the sliders of skin-tone stand", SkinSliders},
+      {"man", "prints the manual page", Manual},
+      {"completion", "prints the completion for bash", Completion},
   };
   return commands;
 }

@@ -51,12 +51,22 @@ std::string VipsMessage() {
   return text.empty() ? "unknown fault" : text;
 }
 
-// Keeps only what the tool promises to read and write; anything rarer is a larger door for crafted files.
-void BlockUnneededLoaders() {
+// What the tool promises to read; anything rarer is a larger door for crafted files.
+constexpr const char* kLoaders[] = {"VipsForeignLoadPng", "VipsForeignLoadJpeg", "VipsForeignLoadTiff",
+                                    "VipsForeignLoadPpm"};
+
+void BlockOtherLoaders() {
   vips_operation_block_set("VipsForeignLoad", TRUE);
-  for (const char* name : {"VipsForeignLoadPng", "VipsForeignLoadJpeg", "VipsForeignLoadTiff", "VipsForeignLoadPpm"}) {
-    vips_operation_block_set(name, FALSE);
+  for (const char* name : kLoaders) vips_operation_block_set(name, FALSE);
+}
+
+bool IsReadable(const vips::VSource& source) {
+  const char* found = vips_foreign_find_load_source(source.get_source());
+  vips_error_clear();
+  for (const char* name : kLoaders) {
+    if (found && std::string(found).rfind(name, 0) == 0) return true;
   }
+  return false;
 }
 
 struct Descriptor {
@@ -147,6 +157,28 @@ Photo FromVips(const vips::VImage& image) {
   return photo;
 }
 
+// Written here because the image library stamps the time into the header, and one picture shall give one file.
+std::vector<uint8_t> EncodePpm(const Photo& photo) {
+  const std::string header = std::string(photo.channels == 1 ? "P5\n" : "P6\n") + std::to_string(photo.width) + " " +
+                             std::to_string(photo.height) + (photo.bits == 16 ? "\n65535\n" : "\n255\n");
+  std::vector<uint8_t> bytes(header.size() + photo.samples.size());
+  std::copy(header.begin(), header.end(), bytes.begin());
+  uint8_t* out = bytes.data() + header.size();
+  const size_t count = photo.samples.size() / static_cast<size_t>(photo.bits / 8);
+  for (size_t i = 0; i < count; ++i) {
+    const size_t from = photo.channels == 1 ? i : i - i % 3 + (2 - i % 3);
+    if (photo.bits == 8) {
+      *out++ = photo.samples[from];
+      continue;
+    }
+    uint16_t wide;
+    std::memcpy(&wide, &photo.samples[2 * from], 2);
+    *out++ = static_cast<uint8_t>(wide >> 8);
+    *out++ = static_cast<uint8_t>(wide & 255);
+  }
+  return bytes;
+}
+
 void To8Bits(Photo* photo) {
   for (std::vector<uint8_t>* plane : {&photo->samples, &photo->alpha}) {
     const auto* wide = reinterpret_cast<const uint16_t*>(plane->data());
@@ -170,7 +202,7 @@ void StartImages(const char* program) {
   g_log_set_handler(
       "VIPS", static_cast<GLogLevelFlags>(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_INFO),
       [](const gchar*, GLogLevelFlags, const gchar*, gpointer) {}, nullptr);
-  BlockUnneededLoaders();
+  BlockOtherLoaders();
   vips_cache_set_max(0);
   vips_concurrency_set(1);
 }
@@ -196,10 +228,7 @@ Photo ReadPhoto(const std::string& path, const ReadLimits& limits) {
   OpenInput(path, &file);
   try {
     const vips::VSource source = vips::VSource::new_from_descriptor(file.fd);
-    if (!vips_foreign_find_load_source(source.get_source())) {
-      vips_error_clear();
-      throw Failure("is not a PNG, JPEG, TIFF or PPM picture");
-    }
+    if (!IsReadable(source)) throw Failure("is not a PNG, JPEG, TIFF or PPM picture");
     const vips::VImage image = vips::VImage::new_from_source(
         source, "", vips::VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL)->set("fail_on", VIPS_FAIL_ON_ERROR));
     CheckHeader(image, limits);
@@ -221,6 +250,8 @@ std::vector<uint8_t> EncodePhoto(Photo photo, Format format, const WriteOptions&
     photo.alpha.clear();
     notes->push_back("this format holds no alpha channel; PNG or TIFF keep it");
   }
+  if (options.strip || format == Format::Ppm) TurnUpright(&photo);
+  if (format == Format::Ppm) return EncodePpm(photo);
   const bool hasAlpha = !photo.alpha.empty();
   const int bands = photo.channels + (hasAlpha ? 1 : 0);
   std::vector<uint8_t> joined(photo.samples.size() + photo.alpha.size());
@@ -243,9 +274,6 @@ std::vector<uint8_t> EncodePhoto(Photo photo, Format format, const WriteOptions&
     if (photo.metadata && !options.strip) {
       image = image.copy(vips::VImage::option()->set("xres", photo.metadata->xres)->set("yres", photo.metadata->yres));
       CopyFields(photo.metadata->fields.get_image(), image.get_image());
-    } else if (photo.orientation > 1) {
-      image.set(VIPS_META_ORIENTATION, photo.orientation);
-      image = image.autorot();
     }
     vips::VOption* save = vips::VImage::option()->set("strip", options.strip);
     const char* suffix = ".png";
@@ -256,8 +284,6 @@ std::vector<uint8_t> EncodePhoto(Photo photo, Format format, const WriteOptions&
       suffix = ".tif";
       save->set("compression", VIPS_FOREIGN_TIFF_COMPRESSION_DEFLATE)
           ->set("predictor", VIPS_FOREIGN_TIFF_PREDICTOR_HORIZONTAL);
-    } else if (format == Format::Ppm) {
-      suffix = ".ppm";
     }
     void* bytes = nullptr;
     size_t size = 0;
@@ -271,6 +297,34 @@ std::vector<uint8_t> EncodePhoto(Photo photo, Format format, const WriteOptions&
   }
 }
 
+void TurnUpright(Photo* photo) {
+  const int o = photo->orientation;
+  if (o <= 1 || o > 8) return;
+  const bool sideways = o >= 5, flipX = o == 2 || o == 3 || o == 7 || o == 8,
+             flipY = o == 3 || o == 4 || o == 6 || o == 7;
+  const size_t bytes = static_cast<size_t>(photo->bits / 8);
+  const int width = sideways ? photo->height : photo->width, height = sideways ? photo->width : photo->height;
+  for (std::vector<uint8_t>* plane : {&photo->samples, &photo->alpha}) {
+    if (plane->empty()) continue;
+    const size_t size = plane == &photo->alpha ? bytes : bytes * static_cast<size_t>(photo->channels);
+    std::vector<uint8_t> turned(plane->size());
+    uint8_t* out = turned.data();
+    for (int y = 0; y < height; ++y) {
+      for (int x = 0; x < width; ++x, out += size) {
+        int u = sideways ? y : x, v = sideways ? x : y;
+        if (flipX) u = photo->width - 1 - u;
+        if (flipY) v = photo->height - 1 - v;
+        const size_t pixel = static_cast<size_t>(v) * static_cast<size_t>(photo->width) + static_cast<size_t>(u);
+        std::memcpy(out, &(*plane)[pixel * size], size);
+      }
+    }
+    *plane = std::move(turned);
+  }
+  photo->width = width;
+  photo->height = height;
+  photo->orientation = 1;
+}
+
 void GreyToColour(Photo* photo) {
   const size_t bytes = static_cast<size_t>(photo->bits / 8), pixels = photo->Pixels();
   std::vector<uint8_t> colour(pixels * 3 * bytes);
@@ -282,15 +336,19 @@ void GreyToColour(Photo* photo) {
 }
 
 bool ColourToGrey(Photo* photo) {
-  const size_t bytes = static_cast<size_t>(photo->bits / 8), pixels = photo->Pixels();
-  const uint8_t* s = photo->samples.data();
-  for (size_t i = 0; i < pixels; ++i, s += 3 * bytes) {
-    if (std::memcmp(s, s + bytes, bytes) != 0 || std::memcmp(s, s + 2 * bytes, bytes) != 0) return false;
-  }
-  for (size_t i = 0; i < pixels; ++i) {
-    std::memmove(&photo->samples[i * bytes], &photo->samples[3 * i * bytes], bytes);
-  }
-  photo->samples.resize(pixels * bytes);
+  const size_t count = photo->Pixels() * 3;
+  const auto reduce = [&](auto* s, int tolerance) {
+    for (size_t i = 0; i < count; i += 3) {
+      const auto [least, most] = std::minmax({s[i], s[i + 1], s[i + 2]});
+      if (most - least > tolerance) return false;
+    }
+    for (size_t i = 0; i < count; i += 3) s[i / 3] = s[i + 1];
+    return true;
+  };
+  const bool grey = photo->bits == 8 ? reduce(photo->samples.data(), 2)
+                                     : reduce(reinterpret_cast<uint16_t*>(photo->samples.data()), 2 * 257);
+  if (!grey) return false;
+  photo->samples.resize(photo->samples.size() / 3);
   photo->channels = 1;
   return true;
 }

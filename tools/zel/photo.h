@@ -57,7 +57,10 @@ std::vector<uint8_t> EncodePhoto(Photo photo, Format format, const WriteOptions&
 // killed. Without `overwrite` an existing file is a Failure. "-" writes standard output.
 void WriteFile(const std::string& path, const void* bytes, size_t count, bool overwrite);
 
-// Makes three equal channels of one; and one of three when all are equal.
+// Turns the samples so that orientation 1 shows them as before.
+void TurnUpright(Photo* photo);
+
+// Makes three equal channels of one; and one of three when no pixel has colour beyond rounding, 2 of 255.
 void GreyToColour(Photo* photo);
 bool ColourToGrey(Photo* photo);
 

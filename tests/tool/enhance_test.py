@@ -1,0 +1,243 @@
+"""zel IN -o OUT OPERATION: pictures, settings, messages and exit codes."""
+import hashlib
+import os
+import resource
+import struct
+import subprocess
+import unittest
+import zlib
+
+from support import ToolTest, ppm, samples
+
+GRADIENT = ppm(16, 8, [[(16 * x + 2 * y + 40 * c) % 256 for x in range(16) for c in range(3)] for y in range(8)])
+DEEP = ppm(16, 8, [[(4099 * x + 517 * y + 9001 * c) % 65536 for x in range(16) for c in range(3)] for y in range(8)], 65535)
+
+
+def png(width, height, bands, data, bits=8):
+    def chunk(kind, body):
+        return struct.pack(">I", len(body)) + kind + body + struct.pack(">I", zlib.crc32(kind + body))
+    kind = {1: 0, 2: 4, 3: 2, 4: 6}[bands]
+    row = width * bands * bits // 8
+    raw = b"".join(b"\0" + data[y * row:(y + 1) * row] for y in range(height))
+    header = struct.pack(">IIBBBBB", width, height, bits, kind, 0, 0, 0)
+    return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(raw)) + chunk(b"IEND", b"")
+
+
+def png_samples(data):
+    """Samples of a PNG whose rows carry any of the five filters."""
+    at, body, header = 8, b"", None
+    while at < len(data):
+        size, kind = struct.unpack(">I4s", data[at:at + 8])
+        if kind == b"IHDR":
+            header = struct.unpack(">IIBBBBB", data[at + 8:at + 21])
+        if kind == b"IDAT":
+            body += data[at + 8:at + 8 + size]
+        at += 12 + size
+    width, height, bits, kind = header[:4]
+    step = {0: 1, 2: 3, 4: 2, 6: 4}[kind] * bits // 8
+    raw, row, out = zlib.decompress(body), width * step, []
+    above = [0] * row
+    for y in range(height):
+        filtered, line = raw[y * (row + 1):(y + 1) * (row + 1)], []
+        for x in range(row):
+            a, b = line[x - step] if x >= step else 0, above[x]
+            c = above[x - step] if x >= step else 0
+            p = a + b - c
+            paeth = min((abs(p - a), 0, a), (abs(p - b), 1, b), (abs(p - c), 2, c))[2]
+            line.append((filtered[x + 1] + (0, a, b, (a + b) // 2, paeth)[filtered[0]]) % 256)
+        out += line
+        above = line
+    return header, out
+
+
+def with_orientation(jpeg, orientation):
+    entry = struct.pack("<HHIHH", 0x112, 3, 1, orientation, 0)
+    exif = b"Exif\0\0II*\0\x08\0\0\0\x01\0" + entry + b"\0\0\0\0"
+    return jpeg[:2] + b"\xff\xe1" + struct.pack(">H", len(exif) + 2) + exif + jpeg[2:]
+
+
+class Formats(ToolTest):
+    def test_no_change_keeps_every_sample_in_every_lossless_format(self):
+        for source in (GRADIENT, DEEP):
+            self.write("in.ppm", source)
+            for suffix in ("png", "tif", "ppm"):
+                self.zel("in.ppm", "-o", f"out.{suffix}", "--overwrite", "gamma", "gamma=1")
+                self.assertEqual(self.pixels(f"out.{suffix}"), samples(source))
+
+    def test_alpha_is_carried_untouched(self):
+        for bits in (8, 16):
+            for bands in (2, 4):
+                data = bytes((37 * i + i * i // 7) % 256 for i in range(8 * 4 * bands * bits // 8))
+                self.write("in.png", png(8, 4, bands, data, bits))
+                self.zel("in.png", "-o", "out.png", "--overwrite", "contrast", "brightness=40")
+                header, out = png_samples(self.read("out.png"))
+                size, step = bits // 8, bands * bits // 8
+                self.assertEqual(header[2:4], (bits, 4 if bands == 2 else 6))
+                for i in range(0, len(data), step):
+                    self.assertEqual(bytes(out[i + step - size:i + step]), data[i + step - size:i + step])
+                self.assertNotEqual(bytes(out), data)
+
+    def test_grey_stays_grey_unless_the_operation_colours_it(self):
+        self.write("in.pgm", ppm(8, 8, [[20 * x + y for x in range(8)] for y in range(8)]))
+        for chain, bands in ((["hue-saturation", "saturation=20"], 1), (["denoise"], 1), (["temperature", "temperature=-60"], 3)):
+            out, _ = self.zel("in.pgm", "-o", "-", "--format", "ppm", *chain)
+            self.assertEqual(len(samples(out)), 64 * bands, chain)
+
+    def test_operations_of_8_bits_add_their_change_to_16_bits(self):
+        self.write("in.ppm", DEEP)
+        out, errors = self.zel("in.ppm", "-o", "-", "--format", "ppm", "sharpen", "amount=0", "gamma", "gamma=1",
+                               "sharpen", "amount=40", "rect=0,0,8,8")
+        self.assertEqual(errors, "zel: note: in.ppm: works with 8 of the 16 bits: sharpen\n")
+        before, after = samples(DEEP), samples(out)
+        self.assertNotEqual(before, after)
+        for y in range(8):
+            self.assertEqual(before[48 * y + 27:48 * y + 48], after[48 * y + 27:48 * y + 48])
+
+    def test_metadata_is_kept_or_stripped_and_coordinates_are_those_of_the_upright_picture(self):
+        self.zel("sample", "s.jpg", "--size", "96x64")
+        self.write("turned.jpg", with_orientation(self.read("s.jpg"), 6))
+        self.zel("turned.jpg", "-o", "kept.jpg", "contrast")
+        self.assertIn(b"Exif", self.read("kept.jpg"))
+        self.zel("turned.jpg", "-o", "plain.png", "--strip", "contrast")
+        self.assertEqual(png_samples(self.read("plain.png"))[0][:2], (64, 96))
+        # PPM holds no orientation, so its pixels are those of the upright picture.
+        self.zel("turned.jpg", "-o", "dark.ppm", "levels", "shadow=254", "rect=0,0,10,20")
+        shown = self.pixels("dark.ppm")
+        self.assertEqual(shown[3 * (64 * 15 + 5):][:3], [0, 0, 0])
+        self.assertNotEqual(shown[3 * (64 * 85 + 5):][:3], [0, 0, 0])
+
+    def test_formats_that_hold_less_say_so(self):
+        self.write("in.png", png(8, 4, 4, bytes(range(8 * 4 * 4))))
+        self.assertIn("no alpha channel", self.zel("in.png", "-o", "out.jpg", "contrast")[1])
+        self.write("deep.ppm", DEEP)
+        self.assertIn("8 of the 16 bits", self.zel("deep.ppm", "-o", "deep.jpg", "gamma")[1])
+
+    def test_sample_has_the_same_pixels_everywhere(self):
+        data, _ = self.zel("sample", "-", "--format", "ppm", "--size", "160x120")
+        self.assertEqual(hashlib.sha256(bytes(samples(data))).hexdigest()[:16], "5a46c44cb6ecd03e")
+
+
+class Settings(ToolTest):
+    def setUp(self):
+        super().setUp()
+        self.write("in.ppm", GRADIENT)
+
+    def test_mistakes_are_one_line_and_nothing_is_written(self):
+        self.write("a.json", b'{"operations": [{"name": "blur", "radios": 3}]}')
+        out = ["in.ppm", "-o", "out.png"]
+        for message, arguments in {
+            "did you mean contrast?": [*out, "contrst"],
+            "in.ppm is no operation; zel ops lists them (photographs stand": [*out, "contrast", "in.ppm"],
+            "contrast has no parameter strength; it has contrast, brightness, rect": [*out, "contrast", "strength=3"],
+            "contrast=101 must be a whole number from -100 to 100": [*out, "contrast", "contrast=101"],
+            "contrast=1.5 must be": [*out, "contrast", "contrast=1.5"],
+            "radius=nan must be": [*out, "blur", "radius=nan"],
+            "gamma=1,2 must be one number or three": [*out, "gamma", "gamma=1,2"],
+            "style=loud must be one of auto, light": [*out, "tone", "style=loud"],
+            "rect=1,2,3 must be left,top,right,bottom": [*out, "contrast", "rect=1,2,3"],
+            "contrast is given twice": [*out, "contrast", "contrast=1", "contrast=2"],
+            "stands before the first operation": ["in.ppm", "strength=3", "-o", "out.png", "contrast"],
+            "no operation is given": out,
+            "no photograph is given": ["-o", "out.png", "contrast"],
+            "no output is given": ["in.ppm", "contrast"],
+            "cannot tell the format of out.gif": ["in.ppm", "-o", "out.gif", "contrast"],
+            "standard output needs --format": ["in.ppm", "-o", "-", "contrast"],
+            "need a folder": ["in.ppm", "in.ppm", "-o", "out.png", "contrast"],
+            "would both become": ["in.ppm", "in.ppm", "-o", "o/", "contrast"],
+            "may hold {stem}": ["in.ppm", "-o", "{name}.png", "contrast"],
+            "--max-pixels lots must be": [*out, "--max-pixels", "lots", "contrast"],
+            "blur has no parameter radios; it has radius, rect": [*out, "--recipe", "a.json"],
+            "recipe none.json cannot be read": [*out, "--recipe", "none.json"],
+        }.items():
+            self.refuses(2, message, *arguments)
+        self.assertEqual(self.names(), ["a.json", "in.ppm"])
+
+    def test_places_outside_the_picture_are_failures(self):
+        self.refuses(3, "the point 16,0 lies outside the picture of 16 x 8", "in.ppm", "-o", "o.png", "sky-tone", "at=16,0")
+        self.refuses(3, "the rectangle 20,0,30,8 lies outside", "in.ppm", "-o", "o.png", "contrast", "rect=20,0,30,8")
+
+    def test_a_recipe_does_what_the_words_do(self):
+        chain = ["contrast", "contrast=20", "levels", "shadow=10,20,30", "blur", "radius=1.5", "rect=0%,0%,50%,100%"]
+        self.zel("in.ppm", "-o", "words.ppm", "--save-recipe", "look.json", *chain)
+        self.zel("in.ppm", "-o", "recipe.ppm", "--recipe", "look.json")
+        self.assertEqual(self.read("words.ppm"), self.read("recipe.ppm"))
+        self.zel("--save-recipe", "look2.json", *chain)
+        self.assertEqual(self.read("look.json"), self.read("look2.json"))
+
+    def test_every_operation_explains_itself_and_its_examples_are_valid(self):
+        listing = self.zel("ops")[0].decode()
+        names = [line.split()[0] for line in listing.splitlines() if line.startswith("  ") and line[2] not in " "]
+        self.assertGreaterEqual(len(names), 28)
+        for name in names:
+            text = self.zel("help", name)[0].decode()
+            example = text.rsplit("Example\n", 1)[1].split()[4:]
+            self.zel("in.ppm", "-o", "out.png", "--dry-run", *example)
+            self.assertIn("Depth", text)
+
+
+class HostileFiles(ToolTest):
+    def test_files_that_are_no_photographs(self):
+        self.zel("sample", "good.png", "--size", "200x150")
+        good = self.read("good.png")
+        self.zel("good.png", "-o", "good.jpg", "contrast")
+        self.write("empty.png", b"")
+        self.write("text.jpg", b"hello, world\n")
+        self.write("cut.png", good[:len(good) // 2])
+        self.write("cut.jpg", self.read("good.jpg")[:4000])
+        self.write("cut.ppm", ppm(100, 100, [[0] * 300] * 100)[:500])
+        self.write("bomb.png", png(8, 8, 1, bytes(64)).replace(struct.pack(">II", 8, 8), struct.pack(">II", 60000, 60000)))
+        self.write("bomb.ppm", b"P6 60000 60000 255\n123")
+        self.write("gif.png", b"GIF89a\x01\0\x01\0\0\0\0,\0\0\0\0\x01\0\x01\0\0\x02\x02D\x01\0;")
+        self.write("vector.png", b"<svg xmlns='http://www.w3.org/2000/svg' width='9' height='9'/>")
+        os.mkdir(self.path("folder.png"))
+        before = self.names()
+        for name, message in {
+            "none.png": "No such file", "empty.png": "is empty", "text.jpg": "is not a PNG", "cut.png": "is damaged",
+            "cut.jpg": "is damaged", "cut.ppm": "is damaged", "bomb.ppm": "more than the limit of 300.0",
+            "gif.png": "is not a PNG", "vector.png": "is not a PNG", "folder.png": "is a folder"}.items():
+            self.refuses(3, message, name, "-o", "out.png", "contrast")
+        self.zel("bomb.png", "-o", "out.png", "contrast", code=3)
+        self.refuses(3, "more than the limit", "good.png", "-o", "out.png", "--max-pixels", "20k", "contrast")
+        self.assertEqual(self.names(), before)
+        self.write("wrong.jpg", good)  # a PNG by content: read as what it is
+        self.zel("wrong.jpg", "-o", "right.png", "contrast")
+        self.assertEqual(self.pixels("right.png"), self.pixels("good.png"))
+
+    def test_results_appear_complete_or_not_at_all(self):
+        self.zel("sample", "in.png", "--size", "200x150")
+        source = self.read("in.png")
+        self.refuses(3, "is itself the output", "in.png", "-o", "./in.png", "contrast", "contrast=20")
+        self.assertEqual(self.read("in.png"), source)
+        self.refuses(3, "No space left on device", "in.png", "-o", "/dev/full", "--format", "png", "contrast")
+        self.refuses(3, "o.png cannot be written", "in.png", "-o", "/proc/o.png", "contrast")
+        limit = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (1000, 1000))
+        for arguments in (["in.png", "-o", "new.png"], ["in.png", "-o", "in.png", "--overwrite"]):
+            result = self.run_zel(*arguments, "contrast", "contrast=20", preexec_fn=limit)
+            self.assertNotEqual(result.returncode, 0)
+            self.assertEqual(self.names(), ["in.png"])
+            self.assertEqual(self.read("in.png"), source)
+        self.zel("in.png", "-o", "in.png", "--overwrite", "contrast", "contrast=20")
+        self.assertNotEqual(self.read("in.png"), source)
+        self.assertEqual(self.names(), ["in.png"])
+
+    def test_standard_input_and_output(self):
+        out, _ = self.zel("-", "-o", "-", "--format", "ppm", "gamma", stdin=GRADIENT)
+        self.assertEqual(samples(out), samples(GRADIENT))
+        self.refuses(3, "is not a PNG", "-", "-o", "-", "--format", "ppm", "gamma", stdin=b"")
+
+
+class Reference(ToolTest):
+    def test_manual_page_is_clean_troff_and_completion_is_valid_bash(self):
+        manual, _ = self.zel("man")
+        checked = subprocess.run(["bash", "-c", "command -v groff >/dev/null || exit 0; groff -man -ww -Tutf8 2>&1 >/dev/null"],
+                                 input=manual, capture_output=True)
+        self.assertEqual(checked.stdout, b"")
+        script = self.zel("completion")[0].decode() + """
+            complete_line() { COMP_LINE=$1; COMP_POINT=${#1}; COMPREPLY=(); _zel 2>/dev/null; echo "${COMPREPLY[*]}"; }
+            complete_line 'zel smart-c'; complete_line 'zel a.png -o b.png tone style=sh'; complete_line 'zel --dry'"""
+        out = subprocess.run(["bash", "-u"], input=script.encode(), capture_output=True, cwd=self.folder.name)
+        self.assertEqual(out.stdout.decode().split("\n")[:3], ["smart-contrast", "shadows", "--dry-run"])
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,20 @@
+// A chain of operations in a file: {"operations": [{"name": "contrast", "contrast": 30}, ...]}.
+#ifndef ZEL_TOOL_RECIPE_H_
+#define ZEL_TOOL_RECIPE_H_
+
+#include <string>
+
+#include "chain.h"
+
+namespace tool {
+
+// Throws UsageError for text that is no recipe, an unknown key (it lists the valid ones) or a value out of range.
+Chain ParseRecipe(const std::string& text);
+std::string RecipeText(const Chain& chain);
+
+Chain ReadRecipe(const std::string& path);
+void SaveRecipe(const Chain& chain, const std::string& path, bool overwrite);
+
+}  // namespace tool
+
+#endif  // ZEL_TOOL_RECIPE_H_
