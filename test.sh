@@ -45,6 +45,16 @@ preset() {
   [ $done = 1 ] || note 1 "$name: no tests" "$log"
 }
 
+# check NAME COMMAND...: one check of its own.
+check() {
+  local name=$1 log=build/log/$1.log result
+  shift
+  "$@" >"$log" 2>&1
+  result=$?
+  [ $result != 77 ] || result=skip
+  note $result "$name" "$log"
+}
+
 groups=(build tool test fuzz packaging windows)
 [ "$mode" != --all ] || groups+=(platforms)
 scripts/install.sh "${groups[@]}" || exit 1
@@ -54,6 +64,11 @@ presets=(release clang asan fuzz windows-x64 windows-x86)
 for name in "${presets[@]}"; do
   preset "$name"
 done
+preset tsan -R threads
+if [ "$mode" = --all ]; then
+  check large build/release/stress large
+  check valgrind valgrind -q --error-exitcode=1 --leak-check=full build/release/golden --every 40 tests/golden/digests.txt
+fi
 
 echo "$passed passed, $failed failed, $skipped skipped"
 [ $failed = 0 ]
