@@ -16,7 +16,7 @@ constexpr int32_t kDetailEntries = 256;
 // counting can leave out whatever more details than that are known to reach.
 class DetailCounts {
  public:
-  explicit DetailCounts(uint64_t area = 0) : area_(area), cut_(area < 2048 ? 1 : area >> 11) {}
+  explicit DetailCounts(uint64_t area = 0) : cut_(area < 2048 ? 1 : area >> 11) {}
 
   // Counts in[i] * scale. Rounded magnitudes from 255 on are counted as one.
   void Add(const WaveletKernels& kernels, const double* in, double scale, size_t count);
@@ -27,7 +27,7 @@ class DetailCounts {
  private:
   void Count(int32_t magnitude);
 
-  uint64_t area_, cut_;
+  uint64_t cut_;
   uint64_t counts_[kDetailEntries] = {};
   uint64_t reached_ = 0;  // sum of the counts from floor_ on
   int32_t floor_ = 1;     // magnitudes below it are not counted any more
