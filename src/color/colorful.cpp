@@ -21,26 +21,6 @@ constexpr double kFullChroma = 100.0;
 constexpr double kMostGain = 1.4;
 constexpr int32_t kStrip = 256;  // pixels whose working rows stay in the first-level cache
 
-// The largest a * a + b * b; the search ends where the chroma is full.
-double LargestSquaredChroma(const void* samples, const Geometry& geometry) {
-  float l[kStrip], a[kStrip], b[kStrip];
-  double largest = 0.0;
-  for (int32_t y = 0; y < geometry.height; ++y) {
-    for (int32_t x = 0; x < geometry.width; x += kStrip) {
-      Geometry strip = geometry;
-      strip.width = std::min(kStrip, geometry.width - x);
-      strip.height = 1;
-      const size_t first = geometry.RowOffset(y) + static_cast<size_t>(x) * 3;
-      RgbToLabPlanes(static_cast<const uint8_t*>(samples) + first * (geometry.bits / 8), strip, {l, a, b});
-      for (int32_t i = 0; i < strip.width; ++i) {
-        largest = std::max(largest, static_cast<double>(a[i]) * a[i] + static_cast<double>(b[i]) * b[i]);
-      }
-      if (largest >= kFullChroma * kFullChroma) return largest;
-    }
-  }
-  return largest;
-}
-
 int32_t Cut(int64_t value) {
   return static_cast<int32_t>(std::min<int64_t>(std::max<int64_t>(value, INT32_MIN), INT32_MAX));
 }
@@ -106,11 +86,11 @@ bool EstimateColorfulLattice(const void* samples, const Geometry& geometry, cons
   if (samples == nullptr || geometry.channels != 3 || !geometry.DescribesMemory()) return false;
   double squaredChroma;
   if (rect == nullptr && (geometry.width <= kMeasuredSize || geometry.height <= kMeasuredSize)) {
-    squaredChroma = LargestSquaredChroma(samples, geometry);
+    squaredChroma = LargestSquaredChroma(samples, geometry, kFullChroma * kFullChroma);
   } else {
     SampledCopy copy;
     if (!PointSample(samples, geometry, rect, kMeasuredSize, &copy)) return false;
-    squaredChroma = LargestSquaredChroma(copy.pixels.data(), copy.geometry);
+    squaredChroma = LargestSquaredChroma(copy.pixels.data(), copy.geometry, kFullChroma * kFullChroma);
   }
   const double chroma = std::sqrt(squaredChroma);
   const bool leave = chroma >= kFullChroma || chroma == 0.0;

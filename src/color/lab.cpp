@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/rounding.h"
+
 namespace zel {
 
 namespace {
@@ -25,21 +27,72 @@ T ToSample(double value) {
   return static_cast<T>(std::min(std::max(sample, 0), kLast));
 }
 
+// Relative to the white point, at most 1 each.
+struct Xyz {
+  double x, y, z;
+};
+
+template <class T>
+Xyz XyzOf(T red, T green, T blue) {
+  const auto scaled = [](T v) { return sizeof(T) == 1 ? v / 255.0 : v * 1.5259022e-5; };
+  const double r = scaled(red), g = scaled(green), b = scaled(blue);
+  const double x = 0.4124 * r + 0.3576 * g + 0.1805 * b;
+  const double y = 0.2126 * r + 0.7152 * g + 0.0722 * b;
+  const double z = 0.0193 * r + 0.1192 * g + 0.9505 * b;
+  return {std::min(x * 1.0524465, 1.0), std::min(y, 1.0), std::min(z * 0.9187604, 1.0)};
+}
+
+struct Lab {
+  float l, a, b;
+};
+
+Lab LabOf(const Xyz& c) {
+  const double fx = Curve(c.x), fy = Curve(c.y), fz = Curve(c.z);
+  return {static_cast<float>(116.0 * fy - 16.0), static_cast<float>(500.0 * (fx - fy)),
+          static_cast<float>(200.0 * (fy - fz))};
+}
+
+// Tells without a root that a pixel's chroma cannot be the largest: the curve at 1025 places, between which it rises.
+class ChromaBound {
+ public:
+  ChromaBound() {
+    for (int32_t i = 0; i < kSteps + 2; ++i) curve_[i] = Curve(std::min(static_cast<double>(i) / kSteps, 1.0));
+  }
+  double Square(const Xyz& c) const {
+    const int32_t x = Step(c.x), y = Step(c.y), z = Step(c.z);
+    // The hundredth covers all roundings and the curve's tiny fall where its two parts meet.
+    const double a = 500.0 * std::max(curve_[x + 1] - curve_[y], curve_[y + 1] - curve_[x]) + 0.01;
+    const double b = 200.0 * std::max(curve_[y + 1] - curve_[z], curve_[z + 1] - curve_[y]) + 0.01;
+    return a * a + b * b;
+  }
+
+ private:
+  static constexpr int32_t kSteps = 1024;
+  static int32_t Step(double t) { return static_cast<int32_t>(t * kSteps); }
+  double curve_[kSteps + 2];
+};
+
+template <class T>
+double LargestInRow(const T* pixel, int32_t pixels, bool blueFirst, const ChromaBound& bound, double largest) {
+  const int32_t red = blueFirst ? 2 : 0, blue = 2 - red;
+  for (int32_t p = 0; p < pixels; ++p, pixel += 3) {
+    const Xyz c = XyzOf(pixel[red], pixel[1], pixel[blue]);
+    if (bound.Square(c) <= largest) continue;
+    const Lab lab = LabOf(c);
+    const double labA = ToSingle(lab.a), labB = ToSingle(lab.b);
+    largest = std::max(largest, labA * labA + labB * labB);
+  }
+  return largest;
+}
+
 template <class T>
 void RowToLab(const T* pixel, int32_t pixels, bool blueFirst, const LabPlanes& planes, size_t first) {
   const int32_t red = blueFirst ? 2 : 0, blue = 2 - red;
-  const auto scaled = [](T v) { return sizeof(T) == 1 ? v / 255.0 : v * 1.5259022e-5; };
   for (int32_t p = 0; p < pixels; ++p, pixel += 3) {
-    const double r = scaled(pixel[red]), g = scaled(pixel[1]), b = scaled(pixel[blue]);
-    const double x = 0.4124 * r + 0.3576 * g + 0.1805 * b;
-    const double y = 0.2126 * r + 0.7152 * g + 0.0722 * b;
-    const double z = 0.0193 * r + 0.1192 * g + 0.9505 * b;
-    const double fx = Curve(std::min(x * 1.0524465, 1.0));
-    const double fy = Curve(std::min(y, 1.0));
-    const double fz = Curve(std::min(z * 0.9187604, 1.0));
-    planes.l[first + p] = static_cast<float>(116.0 * fy - 16.0);
-    planes.a[first + p] = static_cast<float>(500.0 * (fx - fy));
-    planes.b[first + p] = static_cast<float>(200.0 * (fy - fz));
+    const Lab lab = LabOf(XyzOf(pixel[red], pixel[1], pixel[blue]));
+    planes.l[first + p] = lab.l;
+    planes.a[first + p] = lab.a;
+    planes.b[first + p] = lab.b;
   }
 }
 
@@ -92,6 +145,19 @@ double NearlyCubeRoot(double t) {
     root = root * rest + term;
   }
   return whole == 0 ? root : whole == -1 ? root * 0.5 : root * 0.25;
+}
+
+double LargestSquaredChroma(const void* samples, const Geometry& geometry, double enough) {
+  const ChromaBound bound;
+  double largest = 0.0;
+  for (int32_t y = 0; y < geometry.height && largest < enough; ++y) {
+    const size_t row = geometry.RowOffset(y);
+    largest = geometry.bits == 8 ? LargestInRow(static_cast<const uint8_t*>(samples) + row, geometry.width,
+                                                geometry.blueFirst, bound, largest)
+                                 : LargestInRow(static_cast<const uint16_t*>(samples) + row, geometry.width,
+                                                geometry.blueFirst, bound, largest);
+  }
+  return largest;
 }
 
 void RgbToLabPlanes(const void* samples, const Geometry& geometry, const LabPlanes& planes) {

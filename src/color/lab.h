@@ -22,6 +22,9 @@ void RgbToLabPlanes(const void* samples, const Geometry& geometry, const LabPlan
 // on its cube, as the enhancement's promised results want it.
 void LabPlanesToRgb(const LabPlanes& planes, void* samples, const Geometry& geometry);
 
+// The largest a * a + b * b among the pixels; the search ends with the first one that reaches `enough`.
+double LargestSquaredChroma(const void* samples, const Geometry& geometry, double enough);
+
 // exp(ln(t) * 0.33333334) for 0.008856 < t <= 1, to within 1e-15 of itself.
 double NearlyCubeRoot(double t);
 

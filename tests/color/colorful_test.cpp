@@ -103,6 +103,22 @@ TEST(Lab, WordsAndOrdersAreRead) {
   for (int k = 0; k < 6; ++k) EXPECT_NEAR(back[k], pixels[k], 60);
 }
 
+TEST(Lab, LargestChromaIsThatOfAllPixels) {
+  for (int bits : {8, 16}) {
+    for (uint32_t seed = 1; seed <= 20; ++seed) {
+      const TestImage image({64, 9, 3, bits, true, 0}, seed);
+      const Geometry geometry = GeometryOf(*image.desc());
+      std::vector<float> l(64 * 9), a(l), b(l);
+      RgbToLabPlanes(image.desc()->data, geometry, {l.data(), a.data(), b.data()});
+      double largest = 0;
+      for (size_t i = 0; i < l.size(); ++i) {
+        largest = std::max(largest, static_cast<double>(a[i]) * a[i] + static_cast<double>(b[i]) * b[i]);
+      }
+      EXPECT_EQ(LargestSquaredChroma(image.desc()->data, geometry, 1e9), largest);
+    }
+  }
+}
+
 TEST(Colorful, GainBringsTheLargestChromaToFull) {
   // The chroma computed for a grey is small but not 0; black's is.
   EXPECT_EQ(EstimatedFor(Grey(90, 90, 90)), Raised(1.4));
