@@ -32,8 +32,13 @@ bool PointSample(const void* source, const Geometry& geometry, const ZelRect* re
   for (int32_t y = 0; y < reduced.height; ++y) {
     const uint8_t* pixel = bytes + geometry.RowOffset(region.top + y * step) * (geometry.bits / 8) +
                            static_cast<size_t>(region.left) * pixelBytes;
-    for (int32_t x = 0; x < reduced.width; ++x, pixel += step * pixelBytes, out += pixelBytes) {
-      std::memcpy(out, pixel, pixelBytes);
+    if (step == 1) {
+      std::memcpy(out, pixel, reduced.width * pixelBytes);
+      out += reduced.width * pixelBytes;
+      continue;
+    }
+    for (int32_t x = 0; x < reduced.width; ++x, pixel += step * pixelBytes) {
+      for (size_t i = 0; i < pixelBytes; ++i) *out++ = pixel[i];
     }
   }
   return true;

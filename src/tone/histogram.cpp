@@ -48,27 +48,47 @@ int32_t BinThrough(const uint8_t* curve, uint16_t sample) {
   return Interpolated(curve, sample) / 257;
 }
 
+// Calls count(x, y, pixel) for the grid's pixels; returns how many.
+template <class T, class CountPixel>
+int64_t VisitGrid(const T* samples, const Geometry& geometry, const Grid& grid, const CountPixel& count) {
+  const int64_t columns = (grid.right - grid.left) / grid.columnStep + 1;
+  const int64_t rows = (grid.bottom - grid.top) / grid.rowStep + 1;
+  for (int64_t row = 0; row < rows; ++row) {
+    const int32_t y = static_cast<int32_t>(grid.top + row * grid.rowStep);
+    const T* const start = samples + geometry.RowOffset(y) + static_cast<size_t>(grid.left) * geometry.channels;
+    for (int64_t column = 0; column < columns; ++column) {
+      const int64_t x = column * grid.columnStep;
+      count(static_cast<int32_t>(grid.left + x), y, start + x * geometry.channels);
+    }
+  }
+  return columns * rows;
+}
+
 template <class T>
 int64_t Count(const T* samples, const Geometry& geometry, const Grid& grid, const AppliedCurves* through,
               float* block) {
-  const bool swapped = geometry.channels == 3 && geometry.blueFirst;
-  int64_t visited = 0;
-  // Positions in 64 bits: a step beyond the right edge may leave 32.
-  for (int64_t y = grid.top; y <= grid.bottom; y += grid.rowStep) {
-    const T* const row = samples + geometry.RowOffset(static_cast<int32_t>(y));
-    const bool curvedRow = through != nullptr && y >= through->region.top && y < through->region.bottom;
-    for (int64_t x = grid.left; x <= grid.right; x += grid.columnStep) {
-      const bool curved = curvedRow && x >= through->region.left && x < through->region.right;
-      for (int32_t k = 0; k < geometry.channels; ++k) {
-        const T sample = row[x * geometry.channels + k];
-        const int32_t table = swapped ? 2 - k : k;
-        const int32_t bin = curved ? BinThrough(through->block + table * kLutEntries8, sample) : Bin(sample);
-        block[table * kBins + bin] += 1.0f;
+  const int32_t channels = geometry.channels;
+  // Tables by sample rather than by colour.
+  const int32_t first = channels == 3 && geometry.blueFirst ? 2 : 0;
+  float* const bins[3] = {block + first * kBins, block + kBins, block + (2 - first) * kBins};
+  if (through == nullptr) {
+    return VisitGrid(samples, geometry, grid, [&](int32_t, int32_t, const T* pixel) {
+      bins[0][Bin(pixel[0])] += 1.0f;
+      if (channels == 3) {
+        bins[1][Bin(pixel[1])] += 1.0f;
+        bins[2][Bin(pixel[2])] += 1.0f;
       }
-      ++visited;
-    }
+    });
   }
-  return visited;
+  const Region& region = through->region;
+  const uint8_t* const curves[3] = {through->block + first * kLutEntries8, through->block + kLutEntries8,
+                                    through->block + (2 - first) * kLutEntries8};
+  return VisitGrid(samples, geometry, grid, [&](int32_t x, int32_t y, const T* pixel) {
+    const bool curved = x >= region.left && x < region.right && y >= region.top && y < region.bottom;
+    for (int32_t k = 0; k < channels; ++k) {
+      bins[k][curved ? BinThrough(curves[k], pixel[k]) : Bin(pixel[k])] += 1.0f;
+    }
+  });
 }
 
 // The indices of one channel by the walk over its cumulative shares.
