@@ -18,12 +18,12 @@ uint64_t LowPassSize(uint64_t width, uint64_t height, int32_t levels) {
   return total;
 }
 
-void BuildTables(const int32_t* maxima, int32_t strength, DetailTables& tables) {
+void BuildTables(const DetailCounts* counts, int32_t strength, DetailTables& tables) {
   const int32_t modes[kQuadrants] = {1, 1, 2};
   const double scales[kQuadrants] = {kInverseScales[0], kInverseScales[1], kInverseScales[1]};
   for (int32_t q = 0; q < kQuadrants; ++q) {
     uint8_t curve[kDetailEntries];
-    BuildDetailCurve(maxima[q], strength, modes[q], curve);
+    BuildDetailCurve(counts[q].RobustMaximum(), strength, modes[q], curve);
     for (int32_t k = 0; k < kDetailEntries; ++k) tables[q][k] = curve[k] * scales[q];
   }
 }
@@ -38,34 +38,94 @@ void CopyPlane(const Channel& channel) {
   }
 }
 
-// Stores the low-pass plane of a layer in `below` and finds the robust maxima of its details.
-void MeasureLevel(const Layer& layer, const Layer& below, WaveletStrip* strip, int32_t* maxima) {
-  const uint64_t area = static_cast<uint64_t>(below.width) * below.height;
-  DetailCounts counts[kQuadrants] = {DetailCounts(area), DetailCounts(area), DetailCounts(area)};
-  for (ptrdiff_t left = 0; left < below.width; left += WaveletStrip::kPairs) {
-    strip->Measure(layer, left, below.plane, counts);
+// One channel on its way down through the levels and up again. Levels take turns strip by strip: what one has written
+// is read by the next while it is still in the cache.
+class Pyramid {
+ public:
+  // Memory for planes of this padded size.
+  bool Allocate(uint64_t width, uint64_t height, int32_t levels);
+  void Denoise(const Channel& channel, int32_t strength);
+
+ private:
+  struct Level {
+    Layer layer;
+    ptrdiff_t done;  // pairs of columns
+    DetailCounts counts[kQuadrants];
+    DetailTables tables;
+  };
+
+  void Measure(int32_t level, ptrdiff_t columns);
+  void Rebuild(int32_t level, ptrdiff_t columns);
+
+  int32_t count_ = 0;
+  Scratch<double> planes_;
+  Scratch<Level> levels_;  // of the one after the last there is only the layer, what remains
+  WaveletStrip strip_;
+};
+
+bool Pyramid::Allocate(uint64_t width, uint64_t height, int32_t levels) {
+  count_ = levels;
+  // All levels together are less than twice as high as the first one.
+  const uint64_t size = LowPassSize(width, height, levels) + 2 * height * WaveletStrip::kCarried;
+  if (size > PTRDIFF_MAX / sizeof(double) || !planes_.Allocate(static_cast<size_t>(size))) return false;
+  if (!levels_.Allocate(static_cast<size_t>(levels) + 1) || !strip_.Allocate()) return false;
+  double* memory = planes_.data();
+  for (int32_t l = 0; l <= levels; ++l) {
+    Layer layer;
+    layer.width = static_cast<ptrdiff_t>(width >> l);
+    layer.height = static_cast<ptrdiff_t>(height >> l);
+    if (l > 0) {
+      layer.plane = memory;
+      memory += layer.width * layer.height;
+    }
+    layer.carried = memory;
+    memory += layer.height * WaveletStrip::kCarried;
+    levels_[l].layer = layer;
   }
-  for (int32_t q = 0; q < kQuadrants; ++q) maxima[q] = counts[q].RobustMaximum();
+  return true;
 }
 
-void RebuildLevel(const Layer& layer, const Layer& below, const int32_t* maxima, int32_t strength,
-                  WaveletStrip* strip) {
-  DetailTables tables;
-  BuildTables(maxima, strength, tables);
-  for (ptrdiff_t left = 0; left < below.width; left += WaveletStrip::kPairs) {
-    strip->Rebuild(layer, left, below.plane, tables);
+// Measures the strips for which `columns` columns of the layer suffice and, with what they give, the levels below.
+void Pyramid::Measure(int32_t level, ptrdiff_t columns) {
+  if (level == count_) return;
+  Level& here = levels_[level];
+  const Layer& below = levels_[level + 1].layer;
+  while (here.done < below.width) {
+    const ptrdiff_t end = std::min(here.done + WaveletStrip::kPairs, below.width);
+    if (std::min(2 * (end + WaveletStrip::kReach), here.layer.width) > columns) return;
+    strip_.Measure(here.layer, here.done, below.plane, here.counts);
+    here.done = end;
+    Measure(level + 1, end);
   }
 }
 
-void DenoiseChannel(const Channel& channel, Layer* layers, int32_t levels, int32_t strength, WaveletStrip* strip) {
-  if (levels == 0) {
-    CopyPlane(channel);
-    return;
+// Rebuilds strips until at least `columns` columns of the layer, or all, are done.
+void Pyramid::Rebuild(int32_t level, ptrdiff_t columns) {
+  if (level == count_) return;
+  Level& here = levels_[level];
+  const Layer& below = levels_[level + 1].layer;
+  while (2 * here.done < std::min(columns, here.layer.width)) {
+    const ptrdiff_t end = std::min(here.done + WaveletStrip::kPairs, below.width);
+    Rebuild(level + 1, end + static_cast<ptrdiff_t>(kLiftMargin));
+    strip_.Rebuild(here.layer, here.done, below.plane, here.tables);
+    here.done = end;
   }
-  int32_t maxima[kMostLevels][kQuadrants];
-  layers[0].channel = channel;
-  for (int32_t l = 0; l < levels; ++l) MeasureLevel(layers[l], layers[l + 1], strip, maxima[l]);
-  for (int32_t l = levels - 1; l >= 0; --l) RebuildLevel(layers[l], layers[l + 1], maxima[l], strength >> l, strip);
+}
+
+void Pyramid::Denoise(const Channel& channel, int32_t strength) {
+  levels_[0].layer.channel = channel;
+  for (int32_t l = 0; l < count_; ++l) {
+    const Layer& below = levels_[l + 1].layer;
+    const DetailCounts none(static_cast<uint64_t>(below.width) * below.height);
+    std::fill_n(levels_[l].counts, static_cast<int32_t>(kQuadrants), none);
+    levels_[l].done = 0;
+  }
+  Measure(0, levels_[0].layer.width);
+  for (int32_t l = 0; l < count_; ++l) {
+    BuildTables(levels_[l].counts, strength >> l, levels_[l].tables);
+    levels_[l].done = 0;
+  }
+  Rebuild(0, levels_[0].layer.width);
 }
 
 }  // namespace
@@ -98,25 +158,16 @@ bool WaveletDenoisePlanes(const uint8_t* source, uint8_t* destination, const Geo
   const int32_t levels = DetailLevels(geometry.width, geometry.height, strength);
   const uint64_t width = PaddedSize(geometry.width, levels), height = PaddedSize(geometry.height, levels);
 
-  const uint64_t size = LowPassSize(width, height, levels);
-  if (size > PTRDIFF_MAX / sizeof(double)) return false;
-  Scratch<double> planes(static_cast<size_t>(size));
-  WaveletStrip strip;
-  if (!planes || !strip.Allocate(height)) return false;
-
-  Layer layers[kMostLevels + 1];
-  double* plane = planes.data();
-  for (int32_t level = 0; level <= levels; ++level) {
-    layers[level].width = static_cast<ptrdiff_t>(width >> level);
-    layers[level].height = static_cast<ptrdiff_t>(height >> level);
-    if (level == 0) continue;
-    layers[level].plane = plane;
-    plane += layers[level].width * layers[level].height;
-  }
+  Pyramid pyramid;
+  if (levels > 0 && !pyramid.Allocate(width, height, levels)) return false;
   for (size_t offset = 0; offset < 3; ++offset) {
-    // In place the pass before may have changed it.
-    const uint8_t lastByte = source[geometry.SampleCount() - 1];
-    DenoiseChannel({source, destination, geometry, offset, lastByte}, layers, levels, strength, &strip);
+    // In place the pass before may have changed the last byte.
+    const Channel channel = {source, destination, geometry, offset, source[geometry.SampleCount() - 1]};
+    if (levels > 0) {
+      pyramid.Denoise(channel, strength);
+    } else {
+      CopyPlane(channel);
+    }
   }
   return true;
 }

@@ -9,8 +9,8 @@ namespace {
 
 // Details that a strip needs on either side for the inverse transform, and samples for those details, in pairs.
 constexpr ptrdiff_t kMargin = kLiftMargin;
-constexpr ptrdiff_t kReach = 2 * kMargin;
-constexpr ptrdiff_t kAhead = 6;
+constexpr ptrdiff_t kReach = WaveletStrip::kReach;
+constexpr ptrdiff_t kAhead = 6;  // rows from asking for one to reading it
 constexpr ptrdiff_t kLine = WaveletStrip::kPairs + 2 * kReach + 8;
 constexpr ptrdiff_t kRowLength = 2 * (WaveletStrip::kPairs + 2 * kMargin);
 
@@ -22,7 +22,7 @@ size_t Channel::InMemory(size_t x, size_t y, size_t count) const {
   return first < total ? std::min(count, (total - first + step - 1) / step) : 0;
 }
 
-bool WaveletStrip::Allocate(uint64_t height) {
+bool WaveletStrip::Allocate() {
   kernels_ = &ActiveKernels().wavelet;
   constexpr size_t kRings = 2 * ColumnLift::kRows * kRowLength;
   constexpr size_t kCacheLine = 64 / sizeof(double);
@@ -35,8 +35,7 @@ bool WaveletStrip::Allocate(uint64_t height) {
   lastRow_ = memory + 2 * kLine;
   forwardRows_ = lastRow_ + kRowLength;
   inverseRows_ = forwardRows_ + ColumnLift::kRows * kRowLength;
-  const uint64_t carried = height * 2 * kReach;
-  return carried <= PTRDIFF_MAX && carried_.Allocate(static_cast<size_t>(carried));
+  return true;
 }
 
 void WaveletStrip::Begin(const Layer& layer, ptrdiff_t left) {
@@ -46,21 +45,16 @@ void WaveletStrip::Begin(const Layer& layer, ptrdiff_t left) {
   wide_ = pairs_ + 2 * kMargin;
 }
 
-// Asks for row y of the strip ahead of its turn: rows lie too far apart for the processor to see it coming.
-void WaveletStrip::PrefetchRow(ptrdiff_t y) const {
-  const char* p;
-  size_t bytes;
+// The memory that row y of the strip lies in.
+WaveletStrip::Span WaveletStrip::SpanOf(ptrdiff_t y) const {
   if (layer_->plane != nullptr) {
-    p = reinterpret_cast<const char*>(layer_->plane + y * layer_->width + 2 * left_);
-    bytes = 2 * pairs_ * sizeof(double);
-  } else {
-    const Geometry& geometry = layer_->channel.geometry;
-    const ptrdiff_t x = std::min<ptrdiff_t>(2 * left_, geometry.width - 1);
-    p = reinterpret_cast<const char*>(layer_->channel.source) +
-        geometry.RowOffset(std::min<int32_t>(y, geometry.height - 1)) + x * geometry.channels;
-    bytes = std::min<ptrdiff_t>(2 * pairs_, geometry.width - x) * geometry.channels;
+    return {reinterpret_cast<const char*>(layer_->plane + y * layer_->width + 2 * left_), 2 * pairs_ * sizeof(double)};
   }
-  for (size_t i = 0; i < bytes; i += 64) __builtin_prefetch(p + i);
+  const Geometry& geometry = layer_->channel.geometry;
+  const ptrdiff_t x = std::min<ptrdiff_t>(2 * left_, geometry.width - 1);
+  const int32_t row = static_cast<int32_t>(std::min<ptrdiff_t>(y, geometry.height - 1));
+  return {reinterpret_cast<const char*>(layer_->channel.source) + geometry.RowOffset(row) + x * geometry.channels,
+          static_cast<size_t>(std::min<ptrdiff_t>(2 * pairs_, geometry.width - x) * geometry.channels)};
 }
 
 // Reads row y of the strip and kReach pairs on either side. The pairs on the left come from what the strip before it
@@ -68,8 +62,11 @@ void WaveletStrip::PrefetchRow(ptrdiff_t y) const {
 void WaveletStrip::LoadRow(ptrdiff_t y) {
   const Layer& layer = *layer_;
   const ptrdiff_t first = 2 * left_, end = std::min(2 * (left_ + pairs_ + kReach), layer.width);
-  PrefetchRow(std::min(y + kAhead, layer.height - 1));
-  double* const carry = carried_.data() + y * 2 * kReach;
+  // Rows lie too far apart for the processor to see them coming. (A function that only asks for memory would be taken
+  // for one without effect and dropped.)
+  const Span ahead = SpanOf(std::min(y + kAhead, layer.height - 1));
+  for (size_t i = 0; i < ahead.bytes; i += 64) __builtin_prefetch(ahead.begin + i);
+  double* const carry = layer.carried + y * kCarried;
   if (left_ > 0) {
     std::memcpy(low_ - kReach, carry, kReach * sizeof(double));
     std::memcpy(high_ - kReach, carry + kReach, kReach * sizeof(double));
@@ -172,6 +169,8 @@ void WaveletStrip::Rebuild(const Layer& layer, ptrdiff_t left, const double* low
     // Low-pass values are mirrored about even samples: the one at either end of the row is not repeated on the left,
     // but is on the right.
     const double* const in = low + y * half;
+    const double* const ahead = low + std::min<ptrdiff_t>(y + kAhead / 2, height / 2 - 1) * half + left;
+    for (ptrdiff_t i = 0; i < pairs_; i += 8) __builtin_prefetch(ahead + i);
     const ptrdiff_t begin = std::max<ptrdiff_t>(left - kMargin, 0), end = std::min(left + pairs_ + kMargin, half);
     double* const outLowLow = outLow + kMargin - left;
     kernels_->ScaleDoubles(in + begin, kInverseScales[0], outLowLow + begin, end - begin);

@@ -1,5 +1,5 @@
 // One level of the two-dimensional transform, taken a strip of columns at a time so that all rows in flight stay in the
-// nearest cache. Detail values are never stored: they are computed once to be measured and once more to be shrunk,
+// nearest caches. Detail values are never stored: they are computed once to be measured and once more to be shrunk,
 // which costs less than moving them through memory.
 #ifndef ZEL_RETOUCH_WAVELET_STRIP_H_
 #define ZEL_RETOUCH_WAVELET_STRIP_H_
@@ -30,6 +30,8 @@ struct Layer {
   ptrdiff_t width = 0, height = 0;
   double* plane = nullptr;
   Channel channel;
+  // What a strip leaves to the next one: WaveletStrip::kCarried values for each row.
+  double* carried = nullptr;
 };
 
 // The three quadrants of details: right of the low-pass plane, below it, and diagonally.
@@ -40,11 +42,14 @@ using DetailTables = double[kQuadrants][kDetailEntries];
 
 class WaveletStrip {
  public:
-  // Pairs of columns in a strip: all rows in flight together take some 80 KB.
-  static constexpr ptrdiff_t kPairs = 256;
+  // Pairs of columns in a strip: all rows in flight together take some 50 KB.
+  static constexpr ptrdiff_t kPairs = 128;
 
-  // Memory for layers up to this height.
-  bool Allocate(uint64_t height);
+  // Pairs of columns that must be there on the right of a strip, and values that are carried in each row.
+  static constexpr ptrdiff_t kReach = 2 * kLiftMargin;
+  static constexpr ptrdiff_t kCarried = 2 * kReach;
+
+  bool Allocate();
 
   // Transforms the strip that starts at pair `left`, stores its low-pass values in `low` (half as wide and high as the
   // layer) and counts its details. Strips are taken from left to right.
@@ -55,16 +60,21 @@ class WaveletStrip {
   void Rebuild(const Layer& layer, ptrdiff_t left, const double* low, const DetailTables& tables);
 
  private:
+  struct Span {
+    const char* begin;
+    size_t bytes;
+  };
+
   void Begin(const Layer& layer, ptrdiff_t left);
   template <class Consumer>
   void Transform(const Consumer& consumer);
-  void PrefetchRow(ptrdiff_t y) const;
+  Span SpanOf(ptrdiff_t y) const;
   void LoadRow(ptrdiff_t y);
   void StoreRow(ptrdiff_t y, const double* row);
   double& At(ptrdiff_t x) { return (x & 1 ? high_ : low_)[(x >> 1) - left_]; }
 
   const WaveletKernels* kernels_ = nullptr;
-  Scratch<double> memory_, carried_;
+  Scratch<double> memory_;
   double *low_ = nullptr, *high_ = nullptr;  // even and odd samples of a row, from the strip's first pair on
   double *forwardRows_ = nullptr, *inverseRows_ = nullptr, *lastRow_ = nullptr;
 

@@ -127,7 +127,7 @@ struct WaveletKernels {
   // low[i] = in[2 * i * step], high[i] = in[(2 * i + 1) * step]; with doubles the step is 1.
   void (*SplitBytes)(const uint8_t* in, size_t step, double* low, double* high, size_t pairs);
   void (*SplitDoubles)(const double* in, double* low, double* high, size_t pairs);
-  // The other way round; bytes are clamped and truncated.
+  // The other way round; bytes are clamped and truncated. Those between them may be written again as they were.
   void (*JoinBytes)(const double* low, const double* high, uint8_t* out, size_t step, size_t pairs);
   void (*JoinDoubles)(const double* low, const double* high, double* out, size_t pairs);
   // out[i] = in[i] * scale

@@ -2,9 +2,11 @@
 // expressions of the plain loops for each value; only the order of the values differs.
 
 #if defined(__AVX2__)
-// Values i - 1 of a sequence, from its values i and those of the vector before.
-static inline __m256d OneBack(__m256d before, __m256d now) {
-  return _mm256_shuffle_pd(_mm256_permute2f128_pd(before, now, 0x21), now, 0x5);
+// Values i - 1 of a sequence, from its values i. What this leaves in `turned` serves the next vector of the sequence.
+static inline __m256d OneBack(__m256d* turned, __m256d now) {
+  const __m256d before = *turned;
+  *turned = _mm256_permute4x64_pd(now, 0x93);
+  return _mm256_blend_pd(*turned, before, 1);
 }
 
 // target + c * (a + b)
@@ -36,8 +38,10 @@ static void SplitBytes(const uint8_t* in, size_t step, double* low, double* high
     const __m256i even = _mm256_setr_epi64x(even0, even1, even0, even1);
     const __m256i odd = _mm256_setr_epi64x(odd0, odd1, odd0, odd1);
     // The second load ends 16 bytes behind sample 4 of the eight; nothing behind the last sample of all is touched.
-    for (; 2 * i * step + 4 * step + 16 <= (2 * pairs - 1) * step + 1 && i < pairs; i += 4) {
-      const uint8_t* const p = in + 2 * i * step;
+    const size_t behind = (15 + 4 * step) / (2 * step) + 1;
+    const size_t end = pairs > behind ? pairs - behind : 0;
+    const uint8_t* p = in;
+    for (; i < end; i += 4, p += 8 * step) {
       const __m256i bytes = _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_loadu_si128((const __m128i*)p)),
                                                     _mm_loadu_si128((const __m128i*)(p + 4 * step)), 1);
       _mm256_storeu_pd(low + i, PickedBytes(bytes, even));
@@ -63,23 +67,45 @@ static inline uint8_t TruncatedByte(double v) {
   return (uint8_t)(int32_t)(raised < 255.0 ? raised : 255.0);
 }
 
+#if defined(__AVX2__)
+// Eight pairs as 16 bytes in order. Values are far from the limits of 32 bits; packing clamps to 0..255.
+static inline __m128i JoinedBytes(const double* low, const double* high) {
+  const __m256i even =
+      _mm256_set_m128i(_mm256_cvttpd_epi32(_mm256_loadu_pd(low + 4)), _mm256_cvttpd_epi32(_mm256_loadu_pd(low)));
+  const __m256i odd =
+      _mm256_set_m128i(_mm256_cvttpd_epi32(_mm256_loadu_pd(high + 4)), _mm256_cvttpd_epi32(_mm256_loadu_pd(high)));
+  const __m256i words = _mm256_packs_epi32(_mm256_unpacklo_epi32(even, odd), _mm256_unpackhi_epi32(even, odd));
+  return _mm_packus_epi16(_mm256_castsi256_si128(words), _mm256_extracti128_si256(words, 1));
+}
+
+// Puts the bytes that `places` picks where `kept` is clear.
+static inline void PutBytes(uint8_t* out, __m128i bytes, __m128i places, __m128i kept) {
+  const __m128i others = _mm_and_si128(_mm_loadu_si128((const __m128i*)out), kept);
+  _mm_storeu_si128((__m128i*)out, _mm_or_si128(others, _mm_shuffle_epi8(bytes, places)));
+}
+#endif
+
 static void JoinBytes(const double* low, const double* high, uint8_t* out, size_t step, size_t pairs) {
   size_t i = 0;
 #if defined(__AVX2__)
-  for (; i + 4 <= pairs; i += 4) {
-    // Far from the limits of 32 bits; packing clamps to 0..255.
-    const __m128i even = _mm256_cvttpd_epi32(_mm256_loadu_pd(low + i));
-    const __m128i odd = _mm256_cvttpd_epi32(_mm256_loadu_pd(high + i));
-    const __m128i words = _mm_packs_epi32(_mm_unpacklo_epi32(even, odd), _mm_unpackhi_epi32(even, odd));
-    uint64_t bytes;
-    _mm_storel_epi64((__m128i*)&bytes, _mm_packus_epi16(words, words));
-    uint8_t* p = out + 2 * i * step;
-    for (int k = 0; k < 8; ++k, p += step, bytes >>= 8) *p = (uint8_t)bytes;
+  if (step == 3) {
+    const __m128i p0 = _mm_setr_epi8(0, -1, -1, 1, -1, -1, 2, -1, -1, 3, -1, -1, 4, -1, -1, 5);
+    const __m128i p1 = _mm_setr_epi8(-1, -1, 6, -1, -1, 7, -1, -1, 8, -1, -1, 9, -1, -1, 10, -1);
+    const __m128i p2 = _mm_setr_epi8(-1, 11, -1, -1, 12, -1, -1, 13, -1, -1, 14, -1, -1, 15, -1, -1);
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i k0 = _mm_cmpgt_epi8(zero, p0), k1 = _mm_cmpgt_epi8(zero, p1), k2 = _mm_cmpgt_epi8(zero, p2);
+    // The bytes between are written as they were. The last store ends behind the last of the 16, so one more follows.
+    for (; i + 8 < pairs; i += 8, out += 48) {
+      const __m128i bytes = JoinedBytes(low + i, high + i);
+      PutBytes(out, bytes, p0, k0);
+      PutBytes(out + 16, bytes, p1, k1);
+      PutBytes(out + 32, bytes, p2, k2);
+    }
   }
 #endif
-  for (; i < pairs; ++i) {
-    out[2 * i * step] = TruncatedByte(low[i]);
-    out[(2 * i + 1) * step] = TruncatedByte(high[i]);
+  for (; i < pairs; ++i, out += 2 * step) {
+    out[0] = TruncatedByte(low[i]);
+    out[step] = TruncatedByte(high[i]);
   }
 }
 
@@ -131,15 +157,12 @@ struct PairLifter {
     const __m256d e = _mm256_mul_pd(_mm256_loadu_pd(even + i), evenIn);
     const __m256d after = _mm256_mul_pd(_mm256_loadu_pd(even + i + 1), evenIn);
     const __m256d v1 = Lifted(_mm256_mul_pd(_mm256_loadu_pd(odd + i), oddIn), c0, e, after);
-    const __m256d back1 = OneBack(first, v1);
+    const __m256d back1 = OneBack(&first, v1);
     const __m256d v2 = Lifted(e, c1, back1, v1);
-    const __m256d back2 = OneBack(second, v2);
+    const __m256d back2 = OneBack(&second, v2);
     const __m256d v3 = Lifted(back1, c2, back2, v2);
-    *outEven = _mm256_mul_pd(Lifted(back2, c3, OneBack(third, v3), v3), evenOut);
+    *outEven = _mm256_mul_pd(Lifted(back2, c3, OneBack(&third, v3), v3), evenOut);
     *outOdd = _mm256_mul_pd(v3, oddOut);
-    first = v1;
-    second = v2;
-    third = v3;
   }
 };
 

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <random>
 #include <thread>
 
 #include "retouch/detail_curve.h"
@@ -161,6 +162,36 @@ TEST(Denoise, EqualsTheReferenceBitForBit) {
       }
     }
   }
+}
+
+TEST(Denoise, BringsNoisyPicturesCloserToTheCleanOne) {
+  const Shape shape{256, 192, 3, 8, true, 0};
+  TestImage clean(shape), noisy(shape), filtered(shape);
+  std::mt19937 random(1);
+  for (int y = 0; y < shape.height; ++y) {
+    for (int s = 0; s < shape.width * 3; ++s) {
+      const int value = 60 + s / 12 + y / 4 + (y > 90 && s > 300 ? 40 : 0);
+      // Twelve uniform numbers make a nearly normal one; sigma is 10.
+      int noise = 0;
+      for (int i = 0; i < 12; ++i) noise += static_cast<int>(random() % 2001) - 1000;
+      clean.Set(0, y, s, value);
+      noisy.Set(0, y, s, value + noise / 200);
+    }
+  }
+  const auto error = [&](const TestImage& image) {
+    double sum = 0;
+    for (int y = 0; y < shape.height; ++y) {
+      for (int s = 0; s < shape.width * 3; ++s) sum += std::pow(image.Get(0, y, s) - clean.Get(0, y, s), 2);
+    }
+    return sum;
+  };
+  double before = error(noisy);
+  for (const uint32_t setting : {10, 30, 60, 100}) {
+    ASSERT_EQ(ZelBasicToolFunc_DeNoise(noisy.desc(), filtered.desc(), setting, nullptr), ZEL_OK);
+    EXPECT_LT(error(filtered), before) << setting;
+    before = error(filtered);
+  }
+  EXPECT_LT(before, 0.6 * error(noisy));
 }
 
 TEST(Denoise, KeepsTheImageLaws) {
