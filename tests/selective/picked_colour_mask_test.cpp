@@ -59,53 +59,43 @@ TEST(PickedColourMask, WeighsGridColoursByHueAndSaturation) {
   }
 }
 
-TEST(PickedColourMask, ReferenceIsTheMeanOfThePixelsInside) {
-  // One brighter pixel in the corner: 4 pixels are averaged there, 9 in the middle.
+TEST(PickedColourMask, ReferenceIsTheMeanAndTolerancesAreBounded) {
+  // Four pixels are averaged in the corner: 127, 68, 17 with hue 27, near the others' 12; the pixel itself has 49.
   TestImage source({7, 7, 3, 8, true}), mask({7, 7, 1, 8, false});
-  source.FillColour(100, 60, 20);
-  source.SetColour(0, 0, 140, 100, 60);
-  ASSERT_TRUE(BuildPickedColourMaskFixed(source.desc(), mask.desc(), nullptr, {0, 0}, 255));
-  // Mean 110, 70, 30: hue 30, saturation 57. The others have hue 30 and saturation 66, inside the full band.
-  EXPECT_GT(mask.Get(5, 5, 0), 0);
-  // Wide tolerances take everything, narrow ones act like 10; none overflows.
-  for (const int32_t tolerance : {INT32_MIN, 0, 10}) {
-    TestImage narrow({7, 7, 1, 8, false}), ten({7, 7, 1, 8, false});
-    ASSERT_TRUE(BuildPickedColourMask(source.desc(), narrow.desc(), nullptr, {3, 3}, 255, tolerance));
-    ASSERT_TRUE(BuildPickedColourMask(source.desc(), ten.desc(), nullptr, {3, 3}, 255, 10));
-    EXPECT_TRUE(narrow.SameBytes(ten));
-  }
-  ASSERT_TRUE(BuildPickedColourMask(source.desc(), mask.desc(), nullptr, {3, 3}, 255, INT32_MAX));
-  EXPECT_EQ(mask.Get(6, 6, 0), 255);
+  source.FillColour(102, 34, 17);
+  source.SetColour(0, 0, 204, 170, 17);
+  ASSERT_TRUE(BuildPickedColourMask(source.desc(), mask.desc(), nullptr, {0, 0}, 240, 10));
+  EXPECT_EQ(mask.Get(5, 5, 0), 240);
+  ASSERT_TRUE(BuildPickedColourMask(source.desc(), mask.desc(), nullptr, {3, 3}, 240, INT32_MAX));
+  EXPECT_EQ(mask.Get(0, 0, 0), 240);
+  TestImage least(mask);
+  ASSERT_TRUE(BuildPickedColourMask(source.desc(), mask.desc(), nullptr, {3, 3}, 240, 10));
+  ASSERT_TRUE(BuildPickedColourMask(source.desc(), least.desc(), nullptr, {3, 3}, 240, INT32_MIN));
+  EXPECT_TRUE(least.SameBytes(mask));
 }
 
-TEST(PickedColourMask, ZeroMaximumClearsAllAndSixteenBitsTouchNothing) {
+TEST(PickedColourMask, ClearsPassesOverAndRefuses) {
   const ZelRect rect{1, 1, 3, 3};
-  const TestImage source({9, 8, 3, 8, true, 3}), deep({9, 8, 3, 16, true});
-  TestImage mask({9, 8, 1, 8, false, 4});
-  ASSERT_TRUE(BuildPickedColourMask(source.desc(), mask.desc(), &rect, {4, 4}, 0, 20));
-  for (size_t i = 0; i < mask.Bytes(); ++i) ASSERT_EQ(mask.desc()->data[i], 0);
-
-  TestImage words({9, 8, 1, 16, false}), before(words);
+  const TestImage source({9, 8, 3, 8, true, 3}), deep({9, 8, 3, 16, true}), grey({9, 8, 1, 8, false});
+  TestImage mask({9, 8, 1, 8, false}), words({9, 8, 1, 16, false}), small({8, 8, 1, 8, false});
+  const TestImage before(mask), wordsBefore(words);
   EXPECT_TRUE(BuildPickedColourMaskFixed(deep.desc(), words.desc(), nullptr, {4, 4}, 192));
-  EXPECT_TRUE(words.SameBytes(before));
-  TestImage bytes({9, 8, 1, 8, false}), untouched(bytes);
-  EXPECT_FALSE(BuildPickedColourMaskFixed(deep.desc(), bytes.desc(), nullptr, {4, 4}, 192)) << "depths differ";
-  EXPECT_TRUE(BuildPickedColourMaskRaw(deep.desc()->data, GeometryOf(*deep.desc()), bytes.desc()->data,
-                                       GeometryOf(*bytes.desc()), nullptr, {4, 4}, 192, kFixedPickTolerance));
-  EXPECT_TRUE(bytes.SameBytes(untouched));
-}
-
-TEST(PickedColourMask, RefusesWhatItCannotRead) {
-  const TestImage source({9, 8, 3, 8, true}), grey({9, 8, 1, 8, false});
-  TestImage mask({9, 8, 1, 8, false}), small({8, 8, 1, 8, false}), before(mask);
-  for (const ZelPoint point : {ZelPoint{-1, -1}, {9, 0}, {0, 8}, {-1, 3}, {INT32_MAX, INT32_MAX}, {INT32_MIN, 0}}) {
+  EXPECT_TRUE(words.SameBytes(wordsBefore));
+  EXPECT_FALSE(BuildPickedColourMaskFixed(deep.desc(), mask.desc(), nullptr, {4, 4}, 192)) << "depths differ";
+  EXPECT_TRUE(BuildPickedColourMaskRaw(deep.desc()->data, GeometryOf(*deep.desc()), mask.desc()->data,
+                                       GeometryOf(*mask.desc()), nullptr, {4, 4}, 192, kFixedPickTolerance));
+  for (const ZelPoint point : {ZelPoint{-1, -1}, {9, 0}, {0, 8}, {INT32_MAX, INT32_MAX}, {INT32_MIN, 0}}) {
     EXPECT_FALSE(BuildPickedColourMaskFixed(source.desc(), mask.desc(), nullptr, point, 192));
   }
-  EXPECT_FALSE(BuildPickedColourMask(nullptr, mask.desc(), nullptr, {1, 1}, 192, 20));
-  EXPECT_FALSE(BuildPickedColourMask(source.desc(), nullptr, nullptr, {1, 1}, 192, 20));
+  for (const ImageDesc* bad :
+       {static_cast<const ImageDesc*>(nullptr), static_cast<const ImageDesc*>(small.desc()), grey.desc()}) {
+    EXPECT_FALSE(BuildPickedColourMask(bad, mask.desc(), nullptr, {1, 1}, 192, 20));
+  }
   EXPECT_FALSE(BuildPickedColourMask(source.desc(), small.desc(), nullptr, {1, 1}, 192, 20));
-  EXPECT_FALSE(BuildPickedColourMask(grey.desc(), mask.desc(), nullptr, {1, 1}, 192, 20));
   EXPECT_TRUE(mask.SameBytes(before));
+  // A weight of 0 clears everything, the rectangle notwithstanding.
+  ASSERT_TRUE(BuildPickedColourMask(source.desc(), mask.desc(), &rect, {4, 4}, 0, 20));
+  for (size_t i = 0; i < mask.Bytes(); ++i) ASSERT_EQ(mask.desc()->data[i], 0);
 }
 
 }  // namespace
