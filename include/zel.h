@@ -310,8 +310,9 @@ ZEL_API int32_t ZEL_CALL ZelTavoraFunc_Colorful_Get3DLut(const ImageDesc* source
 
 /*
  * Applies a table of ZelTavoraFunc_Colorful_Get3DLut, or any other of its layout, with tetrahedral
- * interpolation. Mode and strength as there: mode 1 confines the table to reddish hues. Result: ZEL_OK or
- * ZEL_REFUSED, the latter also for null pointers.
+ * interpolation. Mode and strength as there: mode 1 confines the table to reddish hues. Three channels; 16-bit
+ * images keep 8 bits of precision and are refused in mode 1. Result: ZEL_OK or ZEL_REFUSED, the latter also for
+ * null pointers.
  */
 ZEL_API int32_t ZEL_CALL ZelTavoraFunc_Colorful_Apply3DLut(const ImageDesc* source, const ImageDesc* destination,
                                                            int32_t mode, int32_t strength, const ZelRect* rect,
