@@ -8,6 +8,7 @@
 #include "core/channel_lut.h"
 #include "core/entry.h"
 #include "core/platform.h"
+#include "retouch/aged_photo.h"
 #include "retouch/skin_clear.h"
 #include "retouch/skin_flash.h"
 #include "retouch/skin_tone.h"
@@ -145,10 +146,14 @@ int32_t ZEL_CALL ZelTavoraFunc_SkinClear(const ImageDesc* source, const ImageDes
   return ResultOf(SkinClearCorrect(source, destination, rect, k, HasPoint(point) ? point : nullptr));
 }
 
-int32_t ZEL_CALL ZelTavoraFunc_AgedPhotoRecovered(const ImageDesc* source, const ImageDesc* destination, int32_t,
+int32_t ZEL_CALL ZelTavoraFunc_AgedPhotoRecovered(const ImageDesc* source, const ImageDesc* destination, int32_t mode,
                                                   int32_t strength, const ZelRect* rect) {
+  const uint32_t start = TickCount();
+  if (mode == 1) strength = static_cast<int32_t>(static_cast<int64_t>(strength) * 3 / 4);
   if (strength == 0) return ZeroStrengthCopy(source, destination, rect);
-  return ZEL_REFUSED;
+  if (!RecoverAgedPhoto(source, destination, strength, rect)) return ZEL_REFUSED;
+  ReportTime(start);
+  return ZEL_OK;
 }
 
 int32_t ZEL_CALL ZelTavoraFunc_ColorTemperature(const ImageDesc* source, const ImageDesc* destination, uint32_t,

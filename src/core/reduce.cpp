@@ -44,4 +44,16 @@ bool PointSample(const void* source, const Geometry& geometry, const ZelRect* re
   return true;
 }
 
+void BringTo8Bits(SampledCopy* copy) {
+  if (copy->geometry.bits == 8) return;
+  uint8_t* const bytes = copy->pixels.data();
+  const size_t count = copy->geometry.SampleCount();
+  for (size_t i = 0; i < count; ++i) {
+    uint16_t word;
+    std::memcpy(&word, bytes + 2 * i, sizeof word);
+    bytes[i] = static_cast<uint8_t>((word + 128) / 257);
+  }
+  copy->geometry.bits = 8;
+}
+
 }  // namespace zel

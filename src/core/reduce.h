@@ -18,6 +18,9 @@ struct SampledCopy {
 // False when the geometry does not describe memory, the rectangle is empty or memory ran out.
 bool PointSample(const void* source, const Geometry& geometry, const ZelRect* rect, int32_t limit, SampledCopy* copy);
 
+// Rounds a 16-bit copy to 8 bits in place, for measurements that must not depend on the depth.
+void BringTo8Bits(SampledCopy* copy);
+
 }  // namespace zel
 
 #endif  // ZEL_CORE_REDUCE_H_

@@ -13,16 +13,6 @@ namespace {
 
 constexpr int32_t kMeasuredExtent = 300;
 
-// The sampled copy at 8 bits, in place: what is decided must not depend on the depth.
-void BringTo8Bits(SampledCopy* copy) {
-  if (copy->geometry.bits == 8) return;
-  const uint16_t* const words = reinterpret_cast<const uint16_t*>(copy->pixels.data());
-  uint8_t* const bytes = copy->pixels.data();
-  const size_t count = copy->geometry.SampleCount();
-  for (size_t i = 0; i < count; ++i) bytes[i] = static_cast<uint8_t>((words[i] + 128) / 257);
-  copy->geometry.bits = 8;
-}
-
 // In linear light: a gain up to the colour of the light, and from there a straight line to white, which so stays white.
 // When the light itself reaches white there is nothing above it to keep, and the gain goes on.
 struct Move {
