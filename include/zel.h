@@ -121,10 +121,10 @@ ZEL_API int32_t ZEL_CALL GetDLLVersion(char* buffer);
  *
  * flag      1 applies three quarters of the strength in styles 0, 1, 2, 3 and 5 and makes style 0 behave like
  *           style 3; any other value has no effect.
- * style     0 chooses among 1 (pictures with too few shadows), 2 (normal) and 4's tone (dark pictures) by
- *           itself; 1 deepens light pictures; 2 and 3 equalise normal pictures; 5 equalises by half and
- *           stretches the shadows; 4 stretches the levels and sets a gamma from 0.8 to 2.0 by the strength;
- *           6 stretches, brightens and then raises the contrast by the strength. Others are refused.
+ * style     0 chooses among the curves of 1 (light pictures), 2 (normal) and 5 (dark) by itself; 1 deepens light
+ *           pictures; 2 equalises the shadows, 3 the mid-tones; 5 equalises by half and stretches the shadows;
+ *           4 stretches the levels and sets a gamma from 0.8 to 2.0 by the strength; 6 stretches, brightens and
+ *           then raises the contrast by the strength. Others are refused, unless the strength is 0.
  * strength  0 to 100. At 0 the curve is the identity, except in styles 4 and 6.
  * rect      where the curve is applied; the whole image is always measured.
  *
@@ -337,8 +337,8 @@ ZEL_API int32_t ZEL_CALL ZelBasicToolFunc_ContrastBrightness(const ImageDesc* so
 
 /*
  * Gamma: out = in ^ (1 / gamma), one value for red, green and blue each; above 1 brightens. Values above 10
- * count as 10, values of 0 and below as 1. `gamma` points to three floats, also for one channel, which uses
- * the first. 1 and 3 channels, 8 and 16 bits.
+ * count as 10, values of 0 and below and those that are no numbers as 1. `gamma` points to three floats, also for one
+ * channel, which uses the first. 1 and 3 channels, 8 and 16 bits.
  */
 ZEL_API int32_t ZEL_CALL ZelBasicToolFunc_Gamma(const ImageDesc* source, const ImageDesc* destination,
                                                 const float* gamma, const ZelRect* rect);
