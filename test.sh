@@ -2,13 +2,14 @@
 # Installs what is missing, builds and runs the tests.
 #   ./test.sh          what every change must pass: g++, clang, sanitizers, Windows under Wine
 #   ./test.sh --all    the whole matrix of compilers, processors and systems
+#   ./test.sh --coverage    how much of src/ the tests reach; below 95 % of lines or 85 % of branches fails
 # Logs and builds are in build/.
 set -uo pipefail
 cd "$(dirname "$0")"
 mode=${1:-}
 case $mode in
-  "" | --all) ;;
-  *) sed -n '3,5s/^#   //p' "$0" >&2; exit 2 ;;
+  "" | --all | --coverage) ;;
+  *) sed -n '3,6s/^#   //p' "$0" >&2; exit 2 ;;
 esac
 
 passed=0 failed=0 skipped=0
@@ -54,6 +55,28 @@ check() {
   [ $result != 77 ] || result=skip
   note $result "$name" "$log"
 }
+
+# coverage: prints a table by file; the last line is the whole.
+coverage() {
+  local build=build/coverage object report
+  rm -f $build/*.profraw
+  export LLVM_PROFILE_FILE=$PWD/$build/%m-%p.profraw
+  preset coverage -R '^(unit|golden_.*|failures|threads)$'
+  llvm-profdata-14 merge -o $build/all.profdata $build/*.profraw || { note 1 "coverage: profile" /dev/null; return; }
+  report=$(llvm-cov-14 report $build/zel_tests -object $build/stress -object $build/golden_levels \
+    -instr-profile $build/all.profdata -show-region-summary=0 $(git ls-files 'src/*'))
+  echo "$report"
+  awk '/^TOTAL/ {good = $7 + 0 >= 95 && $10 + 0 >= 85} END {exit !good}' <<<"$report"
+  note $? "coverage: 95 % of lines, 85 % of branches" /dev/null
+}
+
+if [ "$mode" = --coverage ]; then
+  scripts/install.sh build test coverage || exit 1
+  coverage
+  echo "$passed passed, $failed failed, $skipped skipped"
+  [ $failed = 0 ]
+  exit
+fi
 
 groups=(build tool test fuzz packaging windows)
 [ "$mode" != --all ] || groups+=(platforms)
