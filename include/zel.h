@@ -89,7 +89,7 @@ typedef struct ImageDesc {
   int32_t height;    /* rows */
   FormatCode format; /* how a pixel is stored */
   int32_t stride;    /* samples (not bytes) from one row to the next */
-  uint8_t* data;     /* first sample of row 0; 16-bit samples are in the machine's byte order */
+  uint8_t* data;     /* first sample of row 0; 16-bit samples in the machine's byte order, at an even address */
 } ImageDesc;
 
 /* Columns left to right - 1 and rows top to bottom - 1. */

@@ -76,7 +76,9 @@ Geometry MaskGeometry(int32_t width, int32_t height) {
 }
 
 bool IsUsable(const ImageDesc* image) {
-  return image != nullptr && image->data != nullptr && GeometryOf(*image).DescribesMemory();
+  if (image == nullptr || image->data == nullptr) return false;
+  const Geometry geometry = GeometryOf(*image);
+  return geometry.DescribesMemory() && reinterpret_cast<uintptr_t>(image->data) % (geometry.bits / 8) == 0;
 }
 
 bool SameImageGeometry(const ImageDesc& a, const ImageDesc& b) {

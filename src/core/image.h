@@ -51,7 +51,8 @@ ImageDesc Describe(const void* data, const Geometry& geometry);
 // Geometry of a one-channel 8-bit mask with rows next to each other.
 Geometry MaskGeometry(int32_t width, int32_t height);
 
-// Whether the record is present, has data and describes memory (at any channel count, 8 or 16 bits).
+// Whether the record is present, has data and describes memory (at any channel count, 8 or 16 bits, words at even
+// addresses).
 bool IsUsable(const ImageDesc* image);
 
 // Width, height and format are equal; stride and data are not compared.

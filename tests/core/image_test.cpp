@@ -22,7 +22,8 @@ TEST(ImageRecord, FormatWordsHoldOrderChannelsDepthAndClass) {
 }
 
 TEST(ImageRecord, RecordsThatCannotDescribeMemoryAreNotUsable) {
-  uint8_t byte = 0;
+  alignas(2) uint8_t bytes[4] = {};
+  uint8_t& byte = bytes[0];
   const ImageDesc good = {1, 1, ZEL_FORMAT_GREY8, 1, &byte};
   EXPECT_TRUE(IsUsable(&good));
   EXPECT_FALSE(IsUsable(nullptr));
@@ -35,8 +36,9 @@ TEST(ImageRecord, RecordsThatCannotDescribeMemoryAreNotUsable) {
       {1, 1, ZEL_FORMAT_RGB24, 2, &byte},
       {INT32_MAX, 1, ZEL_FORMAT_RGB24, INT32_MAX, &byte},  // a row would need three times the stride
       {1, 1, ZEL_FORMAT_GREY8, 1, nullptr},
-      {1, 1, 0x00100C10u, 1, &byte},  // 12 bits
-      {1, 1, 0x00000800u, 1, &byte},  // no channels
+      {1, 1, 0x00100C10u, 1, &byte},            // 12 bits
+      {1, 1, 0x00000800u, 1, &byte},            // no channels
+      {1, 1, ZEL_FORMAT_GREY16, 1, &byte + 1},  // a word at an odd address
   };
   for (const ImageDesc& image : bad) {
     EXPECT_FALSE(IsUsable(&image)) << image.width << " " << image.height << " " << std::hex << image.format;
