@@ -50,18 +50,34 @@ int32_t BlurredRows<T>::NextBlock() {
 template <class T>
 void BlurredRows<T>::FilterRow(int32_t y) {
   const int32_t channels = geometry_.channels, reach = weights_.reach;
-  const T* const row = source_ + geometry_.RowOffset(y);
-  // How far the image goes on beside the region.
-  const int32_t before = std::min(reach, region_.left), behind = std::min(reach, geometry_.width - region_.right);
-  T* const first = line_.data() + static_cast<size_t>(reach - before) * channels;
-  T* const end = std::copy(row + static_cast<size_t>(region_.left - before) * channels,
-                           row + static_cast<size_t>(region_.right + behind) * channels, first);
-  if (change_ != nullptr) change_->Change(y, region_.left - before, first, region_.Width() + before + behind);
-  for (T* out = first; out > line_.data(); out -= channels) std::copy(first, first + channels, out - channels);
-  T* out = end;
-  for (int32_t i = behind; i < reach; ++i) out = std::copy(end - channels, end, out);
+  T* const out = Row(y);
+  if (change_ != nullptr || region_.Width() <= 2 * reach) return FilterPart(y, region_.left, region_.right, out);
 
-  SumOf(ActiveKernels().blur, source_)(shifted_, 0, weights_, Row(y), rowSamples_);
+  // Only what looks beyond the image is padded in the line; the rest reads the source itself.
+  const int32_t left = std::max(region_.left, reach), right = std::min(region_.right, geometry_.width - reach);
+  const auto at = [&](int32_t x) { return out + static_cast<size_t>(x - region_.left) * channels; };
+  if (left > region_.left) FilterPart(y, region_.left, left, out);
+  if (right < region_.right) FilterPart(y, right, region_.right, at(right));
+  const T* taps[2 * kMaxBlurReach + 1];
+  const T* const first = source_ + geometry_.RowOffset(y) + static_cast<size_t>(left - reach) * channels;
+  for (int32_t k = 0; k <= 2 * reach; ++k) taps[k] = first + k * channels;
+  SumOf(ActiveKernels().blur, source_)(taps, 0, weights_, at(left), static_cast<size_t>(right - left) * channels);
+}
+
+template <class T>
+void BlurredRows<T>::FilterPart(int32_t y, int32_t left, int32_t right, T* out) {
+  const int32_t channels = geometry_.channels, reach = weights_.reach;
+  const T* const row = source_ + geometry_.RowOffset(y);
+  // How far the image goes on beside the columns.
+  const int32_t before = std::min(reach, left), behind = std::min(reach, geometry_.width - right);
+  T* const first = line_.data() + static_cast<size_t>(reach - before) * channels;
+  T* const end = std::copy(row + static_cast<size_t>(left - before) * channels,
+                           row + static_cast<size_t>(right + behind) * channels, first);
+  if (change_ != nullptr) change_->Change(y, left - before, first, right - left + before + behind);
+  for (T* i = first; i > line_.data(); i -= channels) std::copy(first, first + channels, i - channels);
+  T* last = end;
+  for (int32_t i = behind; i < reach; ++i) last = std::copy(end - channels, end, last);
+  SumOf(ActiveKernels().blur, source_)(shifted_, 0, weights_, out, static_cast<size_t>(right - left) * channels);
 }
 
 template <class T>

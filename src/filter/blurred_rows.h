@@ -52,6 +52,7 @@ class BlurredRows {
  private:
   T* Row(int32_t y) const { return ring_.data() + y % ringRows_ * rowSamples_; }
   void FilterRow(int32_t y);
+  void FilterPart(int32_t y, int32_t left, int32_t right, T* out);
 
   const T* source_ = nullptr;
   const RowChange* change_ = nullptr;
@@ -62,7 +63,7 @@ class BlurredRows {
   int32_t blockTop_ = 0, blockRows_ = 0;
   int32_t ringRows_ = 0, filteredEnd_ = 0;
   Scratch<T> ring_;                                   // rows blurred along themselves, row y in slot y % ringRows_
-  Scratch<T> line_;                                   // one source row with its surroundings
+  Scratch<T> line_;                                   // a part of a source row with its surroundings
   const T* shifted_[2 * kMaxBlurReach + 1];           // the line, seen from each tap
   const T* rows_[2 * kMaxBlurReach + kMaxBlockRows];  // the block's rows in the ring and those within reach
 };

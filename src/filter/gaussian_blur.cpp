@@ -21,18 +21,23 @@ int32_t Rounded(double value) {
 // centre is summed first.
 void SplitForBytes(BlurWeights* weights) {
   const int32_t fineBits = weights->shift - 7, reach = weights->reach;
-  int32_t most = 0;  // of the fine sum so far
-  weights->firstCoarse = reach;
-  for (int32_t i = 0; i <= reach; ++i) {
-    const int32_t k = i == 0 ? reach : i - 1;
+  const auto split = [&](int32_t k) {
     const int32_t coarse = weights->taps[k] > 64 ? weights->taps[k] >> fineBits : 0;
     const int32_t fine = weights->taps[k] - (coarse << fineBits);
-    if (coarse > 0) weights->firstCoarse = std::min(weights->firstCoarse, k);
-    const int32_t share = (k == reach ? 255 : 2 * 255) * fine;
-    weights->fold[k] = most + share > 65535;
-    most = weights->fold[k] ? (1 << fineBits) - 1 + share : most + share;
     weights->coarse[k] = 0x01010101u * static_cast<uint32_t>(coarse);
     weights->fine[k] = 0x01010101u * static_cast<uint32_t>(fine);
+    return fine;
+  };
+  int32_t most = 255 * split(reach);  // of the fine sum so far
+  weights->runs = 0;
+  for (int32_t k = 0; k < reach; ++k) {
+    const int32_t share = 2 * 255 * split(k);
+    const bool coarse = weights->coarse[k] != 0, fold = most + share > 65535;
+    if (k == 0 || fold || coarse != weights->run[weights->runs - 1].coarse) {
+      weights->run[weights->runs++] = {k, coarse, fold};
+    }
+    weights->run[weights->runs - 1].end = k + 1;
+    most = share + (fold ? (1 << fineBits) - 1 : most);
   }
 }
 

@@ -116,21 +116,30 @@ static inline void SumTwiceThirtyTwo(const uint8_t* const* rows, const BlurWeigh
   const __m256i c = _mm256_set1_epi16((short)(weights.coarse[reach] & 255));
   const __m256i f = _mm256_set1_epi16((short)(weights.fine[reach] & 255));
   ByteSums one = WeighCentre(centre + i, c, f), two = WeighCentre(centre + j, c, f);
-  for (int32_t k = 0; k < reach; ++k) {
-    if (weights.fold[k]) {
+  int32_t k = 0;
+  for (int32_t r = 0; r < weights.runs; ++r) {
+    const BlurWeights::Run run = weights.run[r];
+    if (run.fold) {
       Fold(&one, by);
       Fold(&two, by);
     }
-    const uint8_t* const a = rows[k] + first;
-    const uint8_t* const b = rows[2 * reach - k] + first;
-    const __m256i fine = _mm256_set1_epi32((int32_t)weights.fine[k]);
-    if (k < weights.firstCoarse) {
-      AddFine(&one, a + i, b + i, fine);
-      AddFine(&two, a + j, b + j, fine);
+    if (run.coarse) {
+      for (; k < run.end; ++k) {
+        const uint8_t* const a = rows[k] + first;
+        const uint8_t* const b = rows[2 * reach - k] + first;
+        const __m256i fine = _mm256_set1_epi32((int32_t)weights.fine[k]);
+        const __m256i coarse = _mm256_set1_epi32((int32_t)weights.coarse[k]);
+        AddBoth(&one, a + i, b + i, coarse, fine);
+        AddBoth(&two, a + j, b + j, coarse, fine);
+      }
     } else {
-      const __m256i coarse = _mm256_set1_epi32((int32_t)weights.coarse[k]);
-      AddBoth(&one, a + i, b + i, coarse, fine);
-      AddBoth(&two, a + j, b + j, coarse, fine);
+      for (; k < run.end; ++k) {
+        const uint8_t* const a = rows[k] + first;
+        const uint8_t* const b = rows[2 * reach - k] + first;
+        const __m256i fine = _mm256_set1_epi32((int32_t)weights.fine[k]);
+        AddFine(&one, a + i, b + i, fine);
+        AddFine(&two, a + j, b + j, fine);
+      }
     }
   }
   StoreSums(&one, by, out + i);

@@ -44,12 +44,17 @@ struct BlurWeights {
   int32_t taps[kMaxBlurReach + 1];  // from the outermost to the centre
 
   // The same for sums of bytes in 16 bits: taps[k] = (coarse[k] << (shift - 7)) + fine[k], each at most 127 and given
-  // four times, in every byte of the word. The outermost taps up to firstCoarse have no coarse part. Where fold[k] is
-  // set, the fine sum must be folded into the coarse one before tap k, or it would pass 65535.
-  int32_t firstCoarse;
+  // four times, in every byte of the word. The taps come in runs; before a run with `fold` the fine sum must be folded
+  // into the coarse one, or it would pass 65535.
+  struct Run {
+    int32_t end;  // one past its last tap, the centre excluded
+    bool coarse;  // whether its taps have coarse parts
+    bool fold;
+  };
+  int32_t runs;
+  Run run[kMaxBlurReach + 1];
   uint32_t coarse[kMaxBlurReach + 1];
   uint32_t fine[kMaxBlurReach + 1];
-  bool fold[kMaxBlurReach + 1];
 };
 
 // Weighted sums over rows (blur.inl). `out` is none of the rows.
