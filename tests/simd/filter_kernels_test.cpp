@@ -1,0 +1,118 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "filter/gaussian_blur.h"
+#include "simd/kernels.h"
+
+namespace zel::test {
+namespace {
+
+// Everything the filter kernels write for one count and alignment, and a little more that they must leave alone. Black
+// and white are frequent, so that sums come to their limits.
+class FilterRun {
+ public:
+  FilterRun(const Kernels& kernels, size_t count, size_t shift)
+      : kernels_(kernels), count_(count), shift_(shift), samples_(kRows * kRowSamples) {
+    std::mt19937 random(static_cast<uint32_t>(count * 8 + shift));
+    for (uint16_t& s : samples_) s = static_cast<uint16_t>(random() % 4 == 0 ? random() % 2 * 65535 : random());
+    for (double sigma : {0.3, 0.5, 1.0, 2.0, 3.0, 10.0, 1e6}) Blur(sigma);
+    Neighbourhoods();
+    for (const auto& [gain, threshold] : {std::pair{128, 0}, {-77, 3}, {kMaxByteGain, 20}, {0, 0}, {500, 255}}) {
+      kernels_.unsharp.PushBytes(Bytes(0), Bytes(1), Out<uint8_t>(), count_, gain, threshold);
+      kernels_.unsharp.PushWords(Words(0), Words(1), Out<uint16_t>(), count_, gain * 256, threshold * 257);
+    }
+  }
+
+  const std::vector<std::vector<uint16_t>>& Results() const { return results_; }
+
+ private:
+  static constexpr size_t kRowSamples = 128, kRows = 2 * kMaxBlurReach + 1;
+
+  const uint16_t* Words(size_t row) const { return samples_.data() + row * kRowSamples + shift_; }
+  const uint8_t* Bytes(size_t row) const {
+    return reinterpret_cast<const uint8_t*>(samples_.data()) + row * 128 + shift_;
+  }
+
+  template <class T>
+  T* Out() {
+    results_.emplace_back(kRowSamples, uint16_t{0x5A5A});
+    return reinterpret_cast<T*>(results_.back().data()) + shift_;
+  }
+
+  void Blur(double sigma) {
+    BlurWeights weights;
+    ASSERT_TRUE(MakeBlurWeights(sigma, &weights));
+    const uint8_t* bytes[kRows];
+    const uint16_t* words[kRows];
+    for (size_t k = 0; k < kRows; ++k) bytes[k] = Bytes(k), words[k] = Words(k);
+    kernels_.blur.SumBytes(bytes, 3, weights, Out<uint8_t>(), count_);
+    kernels_.blur.SumWords(words, 3, weights, Out<uint16_t>(), count_);
+  }
+
+  void Neighbourhoods() {
+    const uint8_t* const rows3[] = {Bytes(0), Bytes(1), Bytes(2)};
+    for (const auto& [arm, centre] : {std::pair{-256, 2048}, {-32768, 32767}, {-40000, 161000}, {1020, -3000}}) {
+      const int32_t cross[9] = {0, arm, 0, arm, centre, arm, 0, arm, 0};
+      kernels_.convolve.Convolve3x3(rows3, 3, cross, Out<uint8_t>(), count_);
+    }
+    const int32_t any[9] = {100, -200, 300, 400, 55, 66, -77, 88, 99};
+    kernels_.convolve.Convolve3x3(rows3, 1, any, Out<uint8_t>(), count_);
+    const uint8_t* rows7[7];
+    for (size_t k = 0; k < 7; ++k) rows7[k] = Bytes(k);
+    kernels_.detail.RingMask(rows7, Out<uint8_t>(), count_);
+    for (const bool blueFirst : {false, true}) {
+      kernels_.detail.LumaBytes(Bytes(0), Out<uint8_t>(), count_, blueFirst);
+    }
+  }
+
+  const Kernels& kernels_;
+  const size_t count_, shift_;
+  std::vector<uint16_t> samples_;
+  std::vector<std::vector<uint16_t>> results_;
+};
+
+TEST(FilterKernels, EveryLevelGivesTheSameSamples) {
+  for (size_t count = 0; count <= 70; ++count) {
+    for (size_t shift = 0; shift < 4; ++shift) {
+      const FilterRun expected(scalar::kKernels, count, shift);
+      for (const Kernels* const* level = BuiltKernelLevels(); *level != nullptr; ++level) {
+        const FilterRun actual(**level, count, shift);
+        for (size_t i = 0; i < expected.Results().size(); ++i) {
+          ASSERT_EQ(actual.Results()[i], expected.Results()[i])
+              << (*level)->level << ", result " << i << ", " << count << " samples, shift " << shift;
+        }
+      }
+    }
+  }
+}
+
+// Wherever the weights of a kernel are split, their parts must fit the vector code's products and sums.
+TEST(FilterKernels, SplitWeightsStayInTheirIntervals) {
+  for (int i = 20; i <= 6000; ++i) {
+    BlurWeights w;
+    if (!MakeBlurWeights(i * 0.01, &w)) continue;
+    const int fineBits = w.shift - 7;
+    int total = 0, fineSum = 255 * static_cast<int>(w.fine[w.reach] & 255), k = 0;
+    ASSERT_LE(w.coarse[w.reach] & 255, 127u);
+    for (int r = 0; r < w.runs; ++r) {
+      if (w.run[r].fold) fineSum = (1 << fineBits) - 1;
+      for (; k < w.run[r].end; ++k) {
+        const int coarse = w.coarse[k] & 255, fine = w.fine[k] & 255;
+        ASSERT_EQ((coarse << fineBits) + fine, w.taps[k]);
+        ASSERT_TRUE(coarse <= 64 && fine <= 64 && (coarse != 0) == w.run[r].coarse);
+        fineSum += 510 * fine;
+        ASSERT_LE(fineSum, 65535);
+        total += 2 * w.taps[k];
+      }
+    }
+    ASSERT_EQ(k, w.reach);
+    total += w.taps[w.reach];
+    ASSERT_LE((total * 255) >> fineBits, 65535);
+  }
+}
+
+}  // namespace
+}  // namespace zel::test
