@@ -36,7 +36,7 @@ Chain ParseRecipe(const std::string& text) {
   Json recipe;
   try {
     recipe = Json::parse(text);
-  } catch (const Json::parse_error& error) {
+  } catch (const Json::exception& error) {  // no JSON, or a number beyond all ranges
     const std::string words = error.what();
     throw UsageError("is no JSON: " + words.substr(words.find("] ") + 2));
   }
