@@ -12,7 +12,7 @@ case $mode in
   *) sed -n '3,6s/^#   //p' "$0" >&2; exit 2 ;;
 esac
 
-passed=0 failed=0 skipped=0
+passed=0 failed=0 skipped=0 shown=
 export NODE_PATH=/usr/share/nodejs  # where Debian keeps the modules that emscripten needs
 mkdir -p build/log
 
@@ -27,6 +27,8 @@ note() {
   else
     failed=$((failed + 1))
     echo "FAILED  $2, see $3"
+    [ "$3" != "$shown" ] || return 0
+    shown=$3
     grep -nE 'error|FAILED|Failure|differs|Sanitizer' -A4 "$3" | head -60
   fi
 }
@@ -89,8 +91,9 @@ for name in "${presets[@]}"; do
 done
 preset tsan -R threads
 if [ "$mode" = --all ]; then
+  check endurance build/release/stress endurance 1000000
   check large build/release/stress large
-  check valgrind valgrind -q --error-exitcode=1 --leak-check=full build/release/golden --every 40 tests/golden/digests.txt
+  check valgrind valgrind -q --error-exitcode=1 --leak-check=full build/release/golden tests/golden/digests.txt
 fi
 
 echo "$passed passed, $failed failed, $skipped skipped"
