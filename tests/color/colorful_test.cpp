@@ -186,19 +186,6 @@ TEST(Colorful, StrengthFadesAndSaturates) {
   lattice(1, INT32_MIN);
 }
 
-TEST(Colorful, KeepsTheImageLaws) {
-  const Lattice lattice = Raised(1.3);
-  for (int mode : {0, 1}) {
-    for (int strength : {30, 60, 90}) {
-      ExpectImageLaws(
-          [=](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
-            return ZelTavoraFunc_Colorful_Apply3DLut(source, destination, mode, strength, rect, lattice.data());
-          },
-          CommonShapes());
-    }
-  }
-}
-
 TEST(Colorful, MaskedStyleMixesTheLatticeIntoReddishHues) {
   const TestImage source({300, 40, 3, 8, true, 0});
   const Lattice lattice = EstimatedFor(source);

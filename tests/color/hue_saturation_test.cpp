@@ -33,18 +33,6 @@ Colour Ranged(Colour c, const RangeSettings& settings) {
   return Through<uint8_t>(AdjustRangesPixel, c, settings);
 }
 
-TEST(HueSaturation, KeepsTheImageLaws) {
-  for (bool byRange : {false, true}) {
-    ExpectImageLaws(
-        [byRange](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
-          const int32_t hues[7] = {10, 30, -60, 5, 0, 60, -20}, saturations[7] = {5, 100, -100, 40, 0, 20, -30};
-          return byRange ? ZelBasicToolFunc_HueSaturationPro(source, destination, hues, saturations, rect)
-                         : ZelBasicToolFunc_HueSaturation(source, destination, -75, 40, rect);
-        },
-        CommonShapes());
-  }
-}
-
 TEST(HueSaturation, WorksInHexconeHsl) {
   // Thirds of a turn permute pure colours, half turns give complements; any number of turns does not matter.
   EXPECT_EQ(Adjusted({255, 0, 0}, 120, 0), (Colour{0, 255, 0}));

@@ -1,13 +1,10 @@
 #include "core/platform.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <string>
 
+#include "support/settings.h"
 #include "zel.h"
 
 namespace zel::test {
@@ -36,37 +33,19 @@ TEST(Profile, GarbageGivesTheDefault) {
   EXPECT_EQ(Lookup(std::string("[AWB]\n\0key=5", 12), "key"), 5) << "stray zero bytes count as blanks";
 }
 
-#ifndef _WIN32
-class SettingsFolder : public ::testing::Test {
- protected:
-  void SetUp() override {
-    const char* const old = std::getenv("XDG_CONFIG_HOME");
-    old_ = old != nullptr ? old : "";
-    folder_ = std::filesystem::temp_directory_path() / ("zel-settings-" + std::to_string(getpid()));
-    std::filesystem::create_directories(folder_ / "zel");
-    setenv("XDG_CONFIG_HOME", folder_.c_str(), 1);
-  }
-  void TearDown() override {
-    setenv("XDG_CONFIG_HOME", old_.c_str(), 1);
-    std::filesystem::remove_all(folder_);
-  }
-  void Write(const std::string& text) { std::ofstream(folder_ / "zel" / "zel_ip.ini") << text; }
-
-  std::string old_;
-  std::filesystem::path folder_;
-};
-
-TEST_F(SettingsFolder, IsReadAnewOnEveryCall) {
+TEST(Profile, IsReadAnewOnEveryCall) {
+  const SettingsFolder folder;
   const auto lookup = [] { return ProfileInt("zel_ip.ini", "TavoraDemo", "TimeCalculation", 0); };
   EXPECT_EQ(lookup(), 0);
-  Write("[TavoraDemo]\nTimeCalculation=1\n");
+  folder.Write("zel_ip.ini", "[TavoraDemo]\nTimeCalculation=1\n");
   EXPECT_EQ(lookup(), 1);
-  std::filesystem::remove(folder_ / "zel" / "zel_ip.ini");
-  std::filesystem::create_directory(folder_ / "zel" / "zel_ip.ini");
+  std::filesystem::remove(folder.File("zel_ip.ini"));
+  std::filesystem::create_directory(folder.File("zel_ip.ini"));
   EXPECT_EQ(lookup(), 0) << "a folder under the name is no profile";
 }
 
-TEST_F(SettingsFolder, SwitchesTheTimingMessage) {
+TEST(Profile, SwitchesTheTimingMessage) {
+  const SettingsFolder folder;
   uint8_t pixels[4] = {10, 90, 160, 250};
   const ImageDesc image = {4, 1, ZEL_FORMAT_GREY8, 4, pixels};
   const auto messageOfACall = [&](int32_t strength) {
@@ -75,11 +54,10 @@ TEST_F(SettingsFolder, SwitchesTheTimingMessage) {
     return ::testing::internal::GetCapturedStderr();
   };
   EXPECT_EQ(messageOfACall(50), "");
-  Write("[TavoraDemo]\nTimeCalculation=1\n");
+  folder.Write("zel_ip.ini", "[TavoraDemo]\nTimeCalculation=1\n");
   EXPECT_EQ(messageOfACall(50).rfind("Working Time: Time = 0.", 0), 0u);
   EXPECT_EQ(messageOfACall(0), "") << "nothing is timed at strength 0";
 }
-#endif
 
 }  // namespace
 }  // namespace zel::test

@@ -90,16 +90,6 @@ TEST(GaussianBlur, EqualsADirectSumOverEveryPixel) {
   }
 }
 
-TEST(GaussianBlur, KeepsTheImageLaws) {
-  for (float sigma : {1.0f, 4.0f}) {
-    ExpectImageLaws(
-        [&](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
-          return ZelBasicToolFunc_GaussianBlur(source, destination, sigma, rect);
-        },
-        CommonShapes());
-  }
-}
-
 TEST(GaussianBlur, CopiesTheWholeImageWithoutAKernel) {
   const TestImage source({20, 9, 3, 16, true, 3});
   const ZelRect rect{2, 2, 5, 5};

@@ -14,14 +14,6 @@ std::vector<Shape> ByteShapes() {
       {37, 23, 1, 8, false, 0}, {37, 23, 3, 8, false, 5}, {37, 23, 3, 8, true, 0}, {1, 9, 3, 8, true}, {11, 1, 1, 8}};
 }
 
-TEST(Sharpen, KeepsTheImageLaws) {
-  for (int32_t amount : {30, 101, 5000}) {
-    ExpectImageLaws([&](const ImageDesc* source, const ImageDesc* destination,
-                        const ZelRect* rect) { return ZelBasicToolFunc_Sharpen(source, destination, amount, rect); },
-                    ByteShapes(), Laws{1, true, false, true});
-  }
-}
-
 TEST(Sharpen, AmountsActAsDocumented) {
   const TestImage source({24, 17, 3, 8, true});
   TestImage result(source.shape(), 2);

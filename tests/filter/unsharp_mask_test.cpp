@@ -19,16 +19,6 @@ struct Setting {
 
 const Setting kSettings[] = {{100, 2.0f, 0}, {150, 0.5f, 5}, {-60, 1.0f, 1}, {7000, 10.0f, 30}, {0, 3.0f, 0}};
 
-TEST(UnsharpMask, KeepsTheImageLaws) {
-  for (const Setting& s : kSettings) {
-    ExpectImageLaws(
-        [&](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
-          return ZelBasicToolFunc_UnsharpMask(source, destination, s.amount, s.radius, s.threshold, rect);
-        },
-        CommonShapes());
-  }
-}
-
 int64_t Pushed(int64_t o, int64_t b, const Setting& s, int bits) {
   const int64_t gain = static_cast<int64_t>(s.amount * (bits == 8 ? 1.28 : 327.68) + 0.5);
   const int64_t t = static_cast<int64_t>(s.threshold) * (bits == 8 ? 1 : 257), d = o - b;

@@ -11,16 +11,6 @@
 namespace zel::test {
 namespace {
 
-TEST(SkinClear, KeepsTheImageLaws) {
-  Laws laws;
-  laws.reorders = false;
-  ExpectImageLaws(
-      [](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
-        return ZelTavoraFunc_SkinClear(source, destination, 1, nullptr, 60, rect);
-      },
-      {{37, 23, 3, 8, true}, {300, 40, 3, 8, false, 5}}, laws);
-}
-
 // The steps one after the other, each on whole images.
 TEST(SkinClear, EqualsItsStepsDoneOneByOne) {
   const ZelRect part{13, 9, 280, 41};

@@ -15,13 +15,6 @@ int32_t Flash(const TestImage& source, TestImage& out, int32_t mode, const ZelPo
 }
 
 TEST(SkinFlash, ScreensThroughTheSkinMask) {
-  Laws laws;
-  laws.reorders = false;
-  ExpectImageLaws(
-      [](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
-        return ZelTavoraFunc_SkinFlash(source, destination, 1, nullptr, 80, rect, 0);
-      },
-      {{37, 23, 3, 8, true}, {37, 23, 3, 8, false, 5}, {37, 23, 1, 8}}, laws);
   const TestImage source({61, 47, 3, 8, true, 3});
   TestImage result(source), expected(source);
   SkinMask mask;
@@ -49,7 +42,6 @@ TEST(SkinFlash, RoutesPointsAndRefuses) {
     EXPECT_EQ(Flash(skin, copied, 1, point, point == nullptr ? 0 : 50), ZEL_OK);
     EXPECT_TRUE(copied.SameBytes(skin));
   }
-  for (const int32_t strength : {INT32_MIN, INT32_MAX}) EXPECT_EQ(Flash(skin, absent, 2, &face, strength), ZEL_OK);
 
   const TestImage deep({30, 30, 3, 16, true});
   TestImage result({30, 30, 3, 16, true}, 2), before(result);

@@ -72,13 +72,6 @@ TEST(SkinTone, GainTables) {
 }
 
 TEST(SkinTone, MixesTheGainsThroughTheMask) {
-  Laws laws;
-  laws.reorders = false;
-  ExpectImageLaws(
-      [](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
-        return ZelTavoraFunc_SkinTone(source, destination, 1, nullptr, 70, 40, 60, rect);
-      },
-      {{37, 23, 3, 8, true}, {300, 23, 3, 8, false, 5}}, laws);
   const TestImage source({301, 47, 3, 8, true, 3});
   const ZelRect part{5, 6, 290, 40};
   const ZelPoint point{44, 31};

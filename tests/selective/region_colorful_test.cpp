@@ -16,16 +16,6 @@
 namespace zel::test {
 namespace {
 
-TEST(RegionColourful, KeepsTheImageLaws) {
-  Laws laws;
-  laws.reorders = false;
-  ExpectImageLaws(
-      [](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
-        return ZelBasicToolFunc_SkinColorful(source, destination, nullptr, 90, rect, 0);
-      },
-      {{37, 23, 3, 8, true}, {300, 21, 3, 8, false, 5}, {37, 23, 3, 16, true}, {37, 23, 1, 8}}, laws);
-}
-
 // The steps one after the other on whole images.
 void Expect(const TestImage& source, TestImage* result, const TestImage& builtMask, int threshold, int amount,
             const ZelRect* rect) {
@@ -115,8 +105,6 @@ TEST(RegionColourful, PointsOnOffAndAbsent) {
     EXPECT_EQ(run(point, 80), ZEL_OK);
     EXPECT_TRUE(out.SameBytes(source));
   }
-  for (const int32_t amount : {INT32_MIN, INT32_MAX, 1000}) EXPECT_EQ(run(&leaf, amount), ZEL_OK);
-  EXPECT_EQ(ZelBasicToolFunc_SkyColorful(nullptr, out.desc(), nullptr, 80, nullptr, 0), ZEL_REFUSED);
 }
 
 TEST(HueKernels, SaturationsEqualSinglePixels) {

@@ -9,12 +9,6 @@
 namespace zel::test {
 namespace {
 
-TEST(ColorTemperature, KeepsTheImageLaws) {
-  ExpectImageLaws([](const ImageDesc* source, const ImageDesc* destination,
-                     const ZelRect* rect) { return ZelBasicToolFunc_ColorTemperature(source, destination, -35, rect); },
-                  CommonShapes());
-}
-
 TEST(ColorTemperature, TableIsLinearBetweenItsRows) {
   EXPECT_EQ(ChromaticityX(6000), 0.3217);
   EXPECT_EQ(ChromaticityY(9500), 0.2656);

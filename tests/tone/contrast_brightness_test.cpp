@@ -7,14 +7,6 @@
 namespace zel::test {
 namespace {
 
-TEST(ContrastBrightness, KeepsTheImageLaws) {
-  ExpectImageLaws(
-      [](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
-        return ZelBasicToolFunc_ContrastBrightness(source, destination, 40, -15, rect);
-      },
-      CommonShapes());
-}
-
 TEST(ContrastBrightness, CurvesTurnAboutMidGrey) {
   const auto entry = [](int32_t contrast, int32_t brightness, int i) {
     uint8_t block[256];

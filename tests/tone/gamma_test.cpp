@@ -13,12 +13,6 @@ namespace {
 
 const float kMixed[3] = {0.6f, 1.0f, 2.2f};
 
-TEST(Gamma, KeepsTheImageLaws) {
-  ExpectImageLaws([](const ImageDesc* source, const ImageDesc* destination,
-                     const ZelRect* rect) { return ZelBasicToolFunc_Gamma(source, destination, kMixed, rect); },
-                  CommonShapes());
-}
-
 TEST(Gamma, CurvesBendBetweenFixedEnds) {
   static uint16_t words[65536];
   const float tested[] = {0.0f, 0.01f, 0.5f, 1.0f, 2.0f, 10.0f, 1e-40f, std::numeric_limits<float>::infinity()};

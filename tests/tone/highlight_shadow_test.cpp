@@ -10,15 +10,6 @@
 namespace zel::test {
 namespace {
 
-TEST(HighlightShadow, KeepsTheImageLaws) {
-  const int32_t highlight[3] = {200, 255, 90}, shadow[3] = {50, 0, 90};
-  ExpectImageLaws(
-      [&](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
-        return ZelBasicToolFunc_HighlightShadow(source, destination, highlight, shadow, rect);
-      },
-      CommonShapes());
-}
-
 // What a single sample becomes when all channels have the same points.
 int Mapped(int value, int bits, int32_t highlight, int32_t shadow, int32_t max = 255) {
   TestImage image({1, 1, 1, bits, false});

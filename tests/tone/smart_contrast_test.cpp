@@ -12,12 +12,6 @@
 namespace zel::test {
 namespace {
 
-TEST(SmartContrast, KeepsTheImageLaws) {
-  ExpectImageLaws([](const ImageDesc* source, const ImageDesc* destination,
-                     const ZelRect* rect) { return ZelTavoraFunc_SmartContrast(source, destination, 3, 60, rect); },
-                  CommonShapes());
-}
-
 // First entry that is not black and first that is white, for a picture whose channels lie between the given values.
 std::array<int, 2> Points(int dark, int light, int32_t level) {
   TestImage image({20, 10, 3});

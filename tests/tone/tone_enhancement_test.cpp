@@ -41,16 +41,6 @@ TestImage TwoTone(std::array<int, 3> first, std::array<int, 3> second) {
   return image;
 }
 
-TEST(ToneEnhancement, KeepsTheImageLaws) {
-  for (int32_t style : {1, 3, 6}) {
-    ExpectImageLaws(
-        [style](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
-          return ZelTavoraFunc_ToneEnhancement(source, destination, 0, style, 80, rect);
-        },
-        CommonShapes());
-  }
-}
-
 TEST(ToneEnhancement, IsItsCurveApplied) {
   for (int bits : {8, 16}) {
     const TestImage source({37, 23, 3, bits, true, 5});
