@@ -1,55 +1,57 @@
-// Images for tests: drawn by code, with guards around the pixel memory.
+// Images for tests: the driver's pictures with access to single samples, and what every operation keeps to.
 #ifndef ZEL_TESTS_SUPPORT_IMAGES_H_
 #define ZEL_TESTS_SUPPORT_IMAGES_H_
 
-#include <cstdint>
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
-#include "zel.h"
+#include "driver/picture.h"
 
 namespace zel::test {
 
-struct Shape {
-  int width = 37, height = 23, channels = 3, bits = 8;
-  bool blueFirst = true;
-  int padding = 0;  // samples behind each row
-};
+using Shape = Layout;
 
 std::string NameOf(const Shape& shape);
 
 // Every 1- and 3-channel shape of both depths and both orders, tight and padded, at a width with vector tails.
 std::vector<Shape> CommonShapes();
 
-class TestImage {
+class TestImage : public Picture {
  public:
-  // Draws smooth colour ramps with texture, saturated patches, greys and extremes; the same picture for every layout.
+  // The same picture for every layout; other seeds add noise and change the mood.
   explicit TestImage(const Shape& shape, uint32_t seed = 1);
-  TestImage(const TestImage& other);
-  TestImage& operator=(const TestImage&) = delete;
+  TestImage(const Shape& shape, int red, int green, int blue) : TestImage(shape) { FillColour(red, green, blue); }
 
-  const ImageDesc* desc() const { return &desc_; }
-  ImageDesc* desc() { return &desc_; }
   const Shape& shape() const { return shape_; }
-  size_t Bytes() const { return bytes_; }  // height x stride samples
-
   int Get(int x, int y, int k) const;  // sample by position
   void Set(int x, int y, int k, int value);
   int Colour(int x, int y, int k) const;  // 0 red, 1 green, 2 blue, wherever it lies
   void SetColour(int x, int y, int red, int green, int blue);
-  void Fill(int value);                           // every sample, padding included
-  void FillColour(int red, int green, int blue);  // every pixel
-  bool SameBytes(const TestImage& other) const;   // padding included
-  bool GuardsIntact() const;
+  void Fill(int value);                                                       // every sample, padding included
+  void FillColour(int red, int green, int blue);                              // every pixel
+  bool operator==(const TestImage& other) const { return SameBytes(other); }  // padding included
+  bool operator!=(const TestImage& other) const { return !SameBytes(other); }
 
  private:
-  void Draw(uint32_t seed);
   Shape shape_;
-  size_t bytes_;
-  std::vector<uint8_t> memory_;
-  ImageDesc desc_;
 };
+
+void PrintTo(const TestImage& image, std::ostream* out);
+
+// What `call(source, destination, arguments...)` makes of the source in a destination that held another picture; it
+// must succeed.
+template <class Call, class... Arguments>
+TestImage After(Call call, const TestImage& source, Arguments... arguments) {
+  TestImage result(source.shape(), 2);
+  const auto answer = call(source.desc(), result.desc(), arguments...);
+  constexpr bool isBool = std::is_same<decltype(answer), const bool>::value;
+  EXPECT_EQ(static_cast<int32_t>(answer), isBool ? 1 : ZEL_OK);
+  return result;
+}
 
 using Operation = std::function<int32_t(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect)>;
 
