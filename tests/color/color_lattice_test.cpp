@@ -89,13 +89,9 @@ TEST(ColorLattice, MapsAsTheWalkDoesAtEveryKernelLevel) {
 TEST(ColorLattice, IdentityLowersTheLastOfEverySeventeen) {
   uint8_t lattice[kLatticeSamples];
   ASSERT_EQ(MakeColorLattice(lattice, 8), lattice);
-  const TestImage source({256, 3, 3, 8, true, 0}), wide({64, 9, 3, 16, false, 2});
-  TestImage out(source), wideOut(wide);
-  ASSERT_TRUE(ApplyColorLatticeToImage(source.desc(), out.desc(), nullptr, lattice, 8));
-  ASSERT_TRUE(ApplyColorLatticeToImage(wide.desc(), wideOut.desc(), nullptr, lattice, 8));
-  const auto mapped = [](int v) { return v % 17 == 16 ? v - 1 : v; };
-  for (int x = 0; x < 256; ++x) EXPECT_EQ(out.Get(x, 1, 1), mapped(source.Get(x, 1, 1)));
-  for (int x = 0; x < 64; ++x) EXPECT_EQ(wideOut.Get(x, 5, 2), mapped(wide.Get(x, 5, 2) / 257) * 257);
+  const TestImage source({256, 3, 3});
+  const TestImage out = After(ApplyColorLatticeToImage, source, nullptr, lattice, 8);
+  for (int x = 0; x < 256; ++x) EXPECT_EQ(out.Get(x, 1, 1), source.Get(x, 1, 1) - (source.Get(x, 1, 1) % 17 == 16));
 }
 
 TEST(ColorLattice, SixteenBitLatticesAndOtherImagesChangeNothing) {

@@ -46,12 +46,9 @@ TEST(HueWeightMask, WeighsReddishHues) {
 
 TEST(HueWeightMask, RefusesWhatDoesNotFit) {
   const TestImage source({}), grey({37, 23, 1}), mask({37, 23, 1}), narrow({36, 23, 1}), four({37, 23, 4});
-  for (const TestImage* unfit : {&narrow, &four}) {
-    EXPECT_FALSE(BuildHueWeightMask(source.desc(), unfit->desc(), nullptr, 255));
+  for (const auto& [image, weights] : {std::pair{&source, &narrow}, {&source, &four}, {&grey, &mask}}) {
+    EXPECT_FALSE(BuildHueWeightMask(image->desc(), weights->desc(), nullptr, 255));
   }
-  EXPECT_FALSE(BuildHueWeightMask(grey.desc(), mask.desc(), nullptr, 255));
-  EXPECT_FALSE(BuildHueWeightMask(nullptr, mask.desc(), nullptr, 255));
-  EXPECT_FALSE(BuildHueWeightMask(source.desc(), nullptr, nullptr, 255));
 }
 
 template <class T>

@@ -55,11 +55,12 @@ TEST(MaskBlend, RefusesWhatDoesNotFit) {
   const TestImage before(image);
   ImageDesc flagged = *mask.desc();
   flagged.format = 0x00100811u;
-  EXPECT_FALSE(MaskBlend(image.desc(), image.desc(), image.desc(), &flagged, kMix, nullptr));
-  EXPECT_FALSE(MaskBlend(image.desc(), image.desc(), image.desc(), shortMask.desc(), kMix, nullptr));
-  EXPECT_FALSE(MaskBlend(image.desc(), image.desc(), image.desc(), nullptr, kMix, nullptr));
-  EXPECT_FALSE(MaskBlend(image.desc(), other.desc(), image.desc(), mask.desc(), kMix, nullptr));
-  EXPECT_FALSE(MaskBlend(words.desc(), words.desc(), words.desc(), mask.desc(), kMix, nullptr));
+  const auto refuses = [&](const TestImage& effect, const TestImage& base, const ImageDesc* with) {
+    return !MaskBlend(effect.desc(), base.desc(), image.desc(), with, kMix, nullptr);
+  };
+  EXPECT_TRUE(refuses(image, image, &flagged) && refuses(image, image, shortMask.desc()) &&
+              refuses(image, image, nullptr) && refuses(image, other, mask.desc()) &&
+              refuses(words, words, mask.desc()));
   EXPECT_TRUE(image.SameBytes(before));
 }
 

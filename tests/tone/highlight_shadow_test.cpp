@@ -44,15 +44,6 @@ TEST(HighlightShadow, ChannelsAreNamedByColour) {
   EXPECT_EQ(image.Get(0, 0, 0), 120);
 }
 
-TEST(HighlightShadow, RefusesWhatItCannotDo) {
-  const int32_t points[3] = {255, 255, 255};
-  TestImage image({4, 4, 3}), four({4, 4, 4});
-  EXPECT_FALSE(HighlightShadow(image.desc(), image.desc(), nullptr, points, points, 0));
-  EXPECT_EQ(ZelBasicToolFunc_HighlightShadow(image.desc(), image.desc(), nullptr, points, nullptr), ZEL_REFUSED);
-  EXPECT_EQ(ZelBasicToolFunc_HighlightShadow(image.desc(), image.desc(), points, nullptr, nullptr), ZEL_REFUSED);
-  EXPECT_EQ(ZelBasicToolFunc_HighlightShadow(four.desc(), four.desc(), points, points, nullptr), ZEL_REFUSED);
-}
-
 TEST(Levels, CrossedPointsAreOrdered) {
   const auto step = [](int32_t white, int32_t black) {
     uint8_t table[256];

@@ -73,31 +73,14 @@ TEST(ToneEnhancement, StylesFollowTheirRules) {
 }
 
 TEST(ToneEnhancement, FailuresGiveTheIdentity) {
-  for (const Shape& shape : {Shape{37, 23, 1}, Shape{37, 23, 4}}) {
-    const TestImage image(shape);
-    for (int32_t style = 0; style <= 6; ++style) EXPECT_EQ(CurveOf(image, 0, style, 50, ZEL_REFUSED), Identity());
-  }
-  TestImage image({37, 23, 3});
+  TestImage grey({37, 23, 1}), colour({37, 23, 3});
+  for (int32_t style = 0; style <= 6; ++style) EXPECT_EQ(CurveOf(grey, 0, style, 50, ZEL_REFUSED), Identity());
   const ZelRect empty{5, 5, 5, 9};
   Block block;
-  EXPECT_EQ(ZelTavoraFunc_ToneEnhancement_Get1DLut(image.desc(), 0, 2, 50, &empty, block.data()), ZEL_REFUSED);
+  EXPECT_EQ(ZelTavoraFunc_ToneEnhancement_Get1DLut(colour.desc(), 0, 2, 50, &empty, block.data()), ZEL_REFUSED);
   EXPECT_EQ(block, Identity());
-  EXPECT_EQ(ZelTavoraFunc_ToneEnhancement_Get1DLut(nullptr, 0, 2, 50, nullptr, block.data()), ZEL_NULL_ARGUMENT);
-  EXPECT_EQ(ZelTavoraFunc_ToneEnhancement_Get1DLut(image.desc(), 0, 2, 50, nullptr, nullptr), ZEL_NULL_ARGUMENT);
-  EXPECT_EQ(ZelTavoraFunc_ToneEnhancement(nullptr, image.desc(), 0, 2, 50, nullptr), ZEL_NULL_ARGUMENT);
-  EXPECT_EQ(ZelTavoraFunc_ToneEnhancement(image.desc(), nullptr, 0, 2, 50, nullptr), ZEL_REFUSED);
-  image.desc()->data = nullptr;
-  for (int32_t style : {1, 2, 4, 6}) EXPECT_EQ(CurveOf(image, 0, style, 50, ZEL_REFUSED), Identity());
-}
-
-TEST(ToneEnhancement, AnyStrengthIsSafe) {
-  const TestImage image({37, 23, 3});
-  for (int32_t style = 0; style <= 6; ++style) {
-    for (int32_t flag : {0, 1}) {
-      for (int32_t strength : {INT_MIN, INT_MIN + 1, -100, -1, 101, 175, 1000, INT_MAX})
-        CurveOf(image, flag, style, strength);
-    }
-  }
+  colour.desc()->data = nullptr;
+  for (int32_t style : {1, 2, 4, 6}) EXPECT_EQ(CurveOf(colour, 0, style, 50, ZEL_REFUSED), Identity());
 }
 
 TEST(ToneEnhancement, RedMayDecideTheBlackPoint) {
