@@ -67,9 +67,7 @@ TestImage PlainStretch(const TestImage& image) {
 }
 
 TestImage Recovered(const TestImage& image, int32_t strength, int32_t mode = 0) {
-  TestImage after(image);
-  EXPECT_EQ(ZelTavoraFunc_AgedPhotoRecovered(image.desc(), after.desc(), mode, strength, nullptr), ZEL_OK);
-  return after;
+  return After(ZelTavoraFunc_AgedPhotoRecovered, image, mode, strength, nullptr);
 }
 
 double Difference(const TestImage& a, const TestImage& b) {
@@ -100,8 +98,7 @@ TEST(AgedPhoto, LeavesWhatIsNotFaded) {
   // One or two levels are what the 127 weights take.
   for (int32_t strength : {50, 100}) EXPECT_LT(Difference(Recovered(Drawn(false), strength), Drawn(false)), 2.0);
   for (int level : {0, 1, 128, 254, 255}) {
-    TestImage flat({120, 90, 3, 8, true});
-    flat.FillColour(level, level, level);
+    const TestImage flat({120, 90, 3, 8, true}, level, level, level);
     EXPECT_LT(Difference(Recovered(flat, 100), flat), 2.01) << level;
   }
   // A red wall stays red, faded or not.
@@ -133,11 +130,11 @@ TEST(AgedPhoto, ClipsAtMostOnePercent) {
 
 TEST(AgedPhoto, StrengthsAndModes) {
   const TestImage faded = Aged(Drawn(false), 1.0);
-  EXPECT_TRUE(Recovered(faded, 75).SameBytes(Recovered(faded, 100)));
-  EXPECT_TRUE(Recovered(faded, 40, 1).SameBytes(Recovered(faded, 30)));
-  EXPECT_TRUE(Recovered(faded, 40, 2).SameBytes(Recovered(faded, 40)));
-  EXPECT_TRUE(Recovered(faded, 0).SameBytes(faded));
-  EXPECT_FALSE(Recovered(faded, 50).SameBytes(Recovered(faded, 25)));
+  EXPECT_EQ(Recovered(faded, 75), Recovered(faded, 100));
+  EXPECT_EQ(Recovered(faded, 40, 1), Recovered(faded, 30));
+  EXPECT_EQ(Recovered(faded, 40, 2), Recovered(faded, 40));
+  EXPECT_EQ(Recovered(faded, 0), faded);
+  EXPECT_NE(Recovered(faded, 50), Recovered(faded, 25));
   // Sixteen bits of the same picture get the same curve.
   TestImage deep({120, 90, 3, 16, true});
   for (int i = 0; i < 120 * 90; ++i) {

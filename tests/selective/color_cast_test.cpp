@@ -19,8 +19,7 @@ struct Rgb {
 
 // A dark neutral picture of 60 x 60 pixels; its first `brightRows` rows have the given colour.
 TestImage Scene(Rgb bright, int brightRows, bool blueFirst = true) {
-  TestImage image({60, 60, 3, 8, blueFirst});
-  image.FillColour(40, 40, 40);
+  TestImage image({60, 60, 3, 8, blueFirst}, 40, 40, 40);
   for (int y = 0; y < brightRows; ++y) {
     for (int x = 0; x < 60; ++x) image.SetColour(x, y, bright.red, bright.green, bright.blue);
   }
@@ -55,10 +54,8 @@ TEST(ColorCast, MovesTheBrightTintToItsGrey) {
         EXPECT_EQ(block[k * 256 + samples[k]], ((100 - strength) * samples[k] + strength * GreyOf(tint)) / 100);
       }
     }
-    TestImage once(scene), twice(scene);
-    EXPECT_EQ(ZelTavoraFunc_ColorCast(scene.desc(), once.desc(), 0, 100, nullptr), ZEL_OK);
-    ApplyChannelLut(scene.desc(), twice.desc(), nullptr, CurvesOf(scene).data(), 3, 8);
-    EXPECT_TRUE(once.SameBytes(twice));
+    EXPECT_EQ(After(ZelTavoraFunc_ColorCast, scene, 0, 100, nullptr),
+              After(ApplyChannelLut, scene, nullptr, CurvesOf(scene).data(), 3, 8));
     EXPECT_EQ(CurvesOf(Scene(tint, 20, false)), Identity()) << "red first is never looked at";
   }
   for (const Rgb tint : {Rgb{240, 200, 240}, {240, 240, 240}}) EXPECT_EQ(CurvesOf(Scene(tint, 20)), Identity());
@@ -73,18 +70,16 @@ TEST(ColorCast, FamilyOfTheUsersChoice) {
   const TestImage scene = Scene({190, 215, 240}, 20);  // hue 210: blue and cyan
   const bool reaches[] = {true, false, false, false, true, true, false};
   for (int colour = 0; colour <= 6; ++colour) {
-    TestImage after(scene.shape(), 2);
-    EXPECT_EQ(ZelBasicToolFunc_ColorCorrect(scene.desc(), after.desc(), colour, 100), ZEL_OK);
+    const TestImage after = After(ZelBasicToolFunc_ColorCorrect, scene, colour, 100);
     EXPECT_EQ(after.Colour(0, 0, 2), reaches[colour] ? GreyOf({190, 215, 240}) : 240) << colour;
   }
 }
 
 TEST(ColorCast, AnswersSixteenBitsAndRecordsWithoutMemory) {
   const TestImage deep({60, 60, 3, 16, true});
-  TestImage after(deep.shape(), 2);
+  TestImage after = After(ZelTavoraFunc_ColorCast, deep, 0, 100, nullptr);
+  EXPECT_EQ(after, deep);
   EXPECT_EQ(CurvesOf(deep), Identity());
-  EXPECT_EQ(ZelTavoraFunc_ColorCast(deep.desc(), after.desc(), 0, 100, nullptr), ZEL_OK);
-  EXPECT_TRUE(after.SameBytes(deep));
   EXPECT_EQ(ZelBasicToolFunc_ColorCorrect(deep.desc(), after.desc(), 0, 100), ZEL_REFUSED);
   after.desc()->data = nullptr;
   EXPECT_EQ(CurvesOf(after), std::vector<uint8_t>(ZEL_LUT1D_BYTES, 7)) << "untouched";
@@ -148,12 +143,9 @@ TEST(CastEstimate, FilterTellsSurfacesFromLight) {
 
 TEST(ColorCastManual, MarkedColourBecomesGrey) {
   const auto corrected = [](const TestImage& image, ZelRect rect, int32_t strength) {
-    TestImage after(image);
-    EXPECT_EQ(ZelBasicToolFunc_ColorCastManual(image.desc(), after.desc(), strength, &rect), ZEL_OK);
-    return after;
+    return After(ZelBasicToolFunc_ColorCastManual, image, strength, &rect);
   };
-  TestImage image({30, 20, 3, 8, true, 4});
-  image.FillColour(90, 90, 90);
+  TestImage image({30, 20, 3, 8, true, 4}, 90, 90, 90);
   for (int y = 0; y < 20; ++y) image.SetColour(29, y, 200, 180, 160);
   for (const ZelRect rect : {ZelRect{29, 0, 30, 20}, {30, 20, 29, 0}, {29, 5, 29, 5}, {500, 3, 700, 9}}) {
     const TestImage after = corrected(image, rect, 100);

@@ -119,32 +119,26 @@ TEST(LightCorrect, MakesTheBrightNeutralGrey) {
   // The house of the first scene, under strong warm light: its brightest corner becomes grey, half way at half
   // strength.
   const TestImage image = Painted(kScenes[0], kTints[1]);
-  TestImage half(image), whole(image);
-  EXPECT_EQ(ZelBasicToolFunc_LightCorrect(image.desc(), half.desc(), 50), ZEL_OK);
-  EXPECT_EQ(ZelBasicToolFunc_LightCorrect(image.desc(), whole.desc(), 100), ZEL_OK);
+  const TestImage half = After(ZelBasicToolFunc_LightCorrect, image, 50);
+  const TestImage whole = After(ZelBasicToolFunc_LightCorrect, image, 100);
   const auto spread = [](const TestImage& at) { return at.Colour(61, 50, 0) - at.Colour(61, 50, 2); };
   EXPECT_GT(spread(image), 60);
   EXPECT_LE(std::abs(spread(whole)), 4);
   EXPECT_NEAR(spread(half), spread(image) / 2, 12);
 
   // Sixteen bits decide and move alike.
-  const TestImage deep = Painted(kScenes[0], kTints[1], 16);
-  TestImage deepWhole(deep);
-  EXPECT_EQ(ZelBasicToolFunc_LightCorrect(deep.desc(), deepWhole.desc(), 100), ZEL_OK);
+  const TestImage deepWhole = After(ZelBasicToolFunc_LightCorrect, Painted(kScenes[0], kTints[1], 16), 100);
   for (int x = 0; x < 160; ++x) {
     for (int k = 0; k < 3; ++k) ASSERT_NEAR(deepWhole.Colour(x, 70, k) / 257.0, whole.Colour(x, 70, k), 0.51);
   }
 }
 
 TEST(LightCorrect, LeavesPicturesWithoutEvidenceAlone) {
-  TestImage wall({160, 120, 3, 8, true});
-  const Rgb colours[] = {{200, 30, 30}, {30, 90, 20}, {250, 140, 10},  {20, 30, 120},
-                         {7, 5, 3},     {0, 0, 0},    {255, 255, 255}, {128, 128, 128}};
-  for (const Rgb& colour : colours) {
-    wall.FillColour(static_cast<int>(colour[0]), static_cast<int>(colour[1]), static_cast<int>(colour[2]));
-    TestImage after(wall);
-    EXPECT_EQ(ZelBasicToolFunc_LightCorrect(wall.desc(), after.desc(), 100), ZEL_OK);
-    EXPECT_TRUE(after.SameBytes(wall)) << colour[0] << " " << colour[1] << " " << colour[2];
+  const int colours[][3] = {{200, 30, 30}, {30, 90, 20}, {250, 140, 10},  {20, 30, 120},
+                            {7, 5, 3},     {0, 0, 0},    {255, 255, 255}, {128, 128, 128}};
+  for (const auto& c : colours) {
+    const TestImage wall({160, 120, 3, 8, true}, c[0], c[1], c[2]);
+    EXPECT_EQ(After(ZelBasicToolFunc_LightCorrect, wall, 100), wall) << c[0] << " " << c[1] << " " << c[2];
   }
 }
 

@@ -57,8 +57,7 @@ TEST(RegionHueMask, WorkedNumbersGreysAndLimits) {
   // Wound round the circle millions of times, the foot of the falling slope comes last.
   EXPECT_EQ(weight(kSky, INT32_MAX, 255, 240), 0);
 
-  TestImage grey({9, 9, 3, 8, true}), weights({9, 9, 1, 8, false});
-  grey.FillColour(90, 90, 90);
+  TestImage grey({9, 9, 3, 8, true}, 90, 90, 90), weights({9, 9, 1, 8, false});
   grey.SetColour(4, 4, 255, 254, 254);  // saturation 100, though nearly white
   grey.SetColour(5, 4, 128, 127, 127);  // saturation below one per cent
   const ZelRect rect{7, 7, 1, 1};

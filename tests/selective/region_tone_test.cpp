@@ -20,8 +20,7 @@ TEST(RegionTone, ScreensTheImageThroughTheMask) {
       },
       {{37, 23, 3, 8, true}, {37, 23, 3, 8, false, 5}, {37, 23, 1, 8}}, laws);
 
-  TestImage flat({40, 40, 3, 8, true}), out(flat);
-  flat.FillColour(64, 128, 60);
+  TestImage flat({40, 40, 3, 8, true}, 64, 128, 60), out(flat);
   ASSERT_TRUE(
       ToneEnhanceInRegion(flat.desc()->data, out.desc()->data, GeometryOf(*flat.desc()), nullptr, {20, 20}, 100, 0.0));
   EXPECT_EQ(out.Colour(3, 5, 1), 175) << "192 of 256 parts of 192, 63 of 128";
@@ -33,20 +32,18 @@ TEST(RegionTone, ScreensTheImageThroughTheMask) {
   const TestImage picture({61, 47, 3, 8, true, 3});
   const ZelRect part{5, 6, 50, 40};
   for (const ZelRect* rect : {static_cast<const ZelRect*>(nullptr), &part}) {
-    TestImage result(picture), expected(picture), mask({61, 47, 1, 8, false});
+    TestImage expected(picture.shape(), 2), mask({61, 47, 1, 8, false});
     mask.Fill(0);
     ASSERT_TRUE(BuildPickedColourMaskFixed(picture.desc(), mask.desc(), rect, {30, 20}, 192));
     ASSERT_TRUE(GaussianBlur(mask.desc(), mask.desc(), rect, 3.0));
     ASSERT_TRUE(MaskBlend(picture.desc(), picture.desc(), expected.desc(), mask.desc(), kScreen, rect));
-    ASSERT_TRUE(SeededToneEnhance(picture.desc(), result.desc(), {30, 20}, 100, rect));
-    EXPECT_TRUE(result.SameBytes(expected));
-    EXPECT_FALSE(result.SameBytes(picture));
+    EXPECT_EQ(After(SeededToneEnhance, picture, ZelPoint{30, 20}, 100, rect), expected);
+    EXPECT_NE(expected, After(SeededToneEnhance, picture, ZelPoint{30, 20}, 0, rect));
   }
 }
 
 TEST(RegionTone, PassesThroughWhatIsNotTheRegion) {
-  TestImage source({20, 20, 3, 8, true});
-  source.FillColour(40, 160, 50);
+  TestImage source({20, 20, 3, 8, true}, 40, 160, 50);
   source.SetColour(3, 3, 90, 90, 90);
   const ZelPoint grey{3, 3}, leaf{10, 10}, outside{20, 3};
   const auto foliage = ZelBasicToolFunc_FoliageTone, sky = ZelBasicToolFunc_SkyTone;
@@ -57,16 +54,11 @@ TEST(RegionTone, PassesThroughWhatIsNotTheRegion) {
   } const copies[] = {{foliage, &grey, 100}, {foliage, &outside, 100}, {foliage, &leaf, 0},
                       {foliage, &leaf, -50}, {sky, &leaf, 100},        {sky, &grey, 100}};
   for (const auto& c : copies) {
-    TestImage whole({20, 20, 3, 8, true}, 2);
-    EXPECT_EQ(c.tool(source.desc(), whole.desc(), c.point, c.amount, nullptr, 0), ZEL_OK);
-    EXPECT_TRUE(whole.SameBytes(source));
+    EXPECT_EQ(After(c.tool, source, c.point, c.amount, nullptr, 0), source);
   }
-  TestImage result({20, 20, 3, 16, true}, 2), before(result), deep({20, 20, 3, 16, true});
-  deep.FillColour(10000, 40000, 12000);
-  EXPECT_EQ(foliage(deep.desc(), result.desc(), &leaf, 100, nullptr, 0), ZEL_OK) << "accepted without effect";
-  EXPECT_EQ(foliage(source.desc(), result.desc(), &leaf, 100, nullptr, 0), ZEL_REFUSED);
-  EXPECT_EQ(sky(deep.desc(), result.desc(), nullptr, 100, nullptr, 0), ZEL_REFUSED);
-  EXPECT_TRUE(result.SameBytes(before));
+  const TestImage deep({20, 20, 3, 16, true}, 10000, 40000, 12000);
+  After(foliage, deep, &leaf, 100, nullptr, 0);  // accepted without effect
+  EXPECT_EQ(sky(deep.desc(), source.desc(), nullptr, 100, nullptr, 0), ZEL_REFUSED);
 }
 
 }  // namespace
