@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <vector>
 
-#include "simd/kernels.h"
 #include "support/images.h"
+#include "support/kernel_sweep.h"
 
 namespace zel::test {
 namespace {
@@ -99,27 +99,18 @@ TEST(BlendKernels, AgreeWithTheirFormulas) {
 
 TEST(BlendKernels, WriteExactlyTheirCount) {
   const TestImage picture({256, 8, 1, 8, false, 0});
-  const uint8_t* const in = picture.desc()->data;
-  for (size_t level = 1; level < KernelLevel::Count(); ++level) {
-    for (size_t count = 0; count <= 70; ++count) {
-      for (size_t shift = 0; shift < 3; ++shift) {
-        uint8_t bytes[2][300];
-        for (size_t pass : {size_t{0}, level}) {
-          uint8_t* const all = bytes[pass == 0 ? 0 : 1];
-          std::fill(all, all + 300, uint8_t{0x5A});
-          const KernelLevel active(pass);
-          const BlendKernels& kernels = ActiveKernels().blend;
-          uint8_t* const out = all + shift;
-          kernels.MixBytes(in + shift, in + 300, in + 600 + 2 * shift, out, count);
-          kernels.ScreenBytes(in + 1 + shift, out, in + 700, out, count);
-          kernels.MultiplyBytes(in + 2 + shift, out, in + 800, out, count);
-          kernels.PullBytes(in + 5 + shift, out, out, count, 190);
-          kernels.SpreadMask(in + shift, out + count, count, 3);
-        }
-        ASSERT_TRUE(std::equal(bytes[0], bytes[0] + 300, bytes[1])) << count << " samples at level " << level;
-      }
-    }
-  }
+  ExpectEveryLevelEqual([&](const Kernels& all, size_t count, size_t shift) {
+    std::vector<uint8_t> written(300, 0x5A);
+    const uint8_t* const in = picture.desc()->data;
+    uint8_t* const out = written.data() + shift;
+    const BlendKernels& kernels = all.blend;
+    kernels.MixBytes(in + shift, in + 300, in + 600 + 2 * shift, out, count);
+    kernels.ScreenBytes(in + 1 + shift, out, in + 700, out, count);
+    kernels.MultiplyBytes(in + 2 + shift, out, in + 800, out, count);
+    kernels.PullBytes(in + 5 + shift, out, out, count, 190);
+    kernels.SpreadMask(in + shift, out + count, count, 3);
+    return written;
+  });
 }
 
 TEST(StrengthBlend, DividesBy128WithWeightsOf127) {

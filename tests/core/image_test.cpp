@@ -40,16 +40,6 @@ TEST(ImageRecord, RecordsThatCannotDescribeMemoryAreNotUsable) {
   for (const ImageDesc& image : bad) EXPECT_FALSE(IsUsable(&image)) << &image - bad;
 }
 
-TEST(ImageRecord, GeometryIgnoresStrideAndDataButLayoutDoesNot) {
-  TestImage tight({8, 4, 3, 8, true, 0}), padded({8, 4, 3, 8, true, 6});
-  EXPECT_TRUE(SameImageGeometry(*tight.desc(), *padded.desc()));
-  EXPECT_FALSE(SameImageLayout(tight.desc(), padded.desc()));
-  ImageDesc header = *tight.desc();
-  CopyImageHeader(&header, *padded.desc());
-  EXPECT_EQ(header.stride, padded.desc()->stride);
-  EXPECT_EQ(header.data, tight.desc()->data);
-}
-
 TEST(ImageRecord, RegionsAreReorderedOrTakenAsGivenAndCut) {
   const ZelRect reversed = {9, 7, 2, -3};
   const Region cut = ClampedRegion(&reversed, 8, 6);
@@ -57,15 +47,6 @@ TEST(ImageRecord, RegionsAreReorderedOrTakenAsGivenAndCut) {
   EXPECT_TRUE(GivenRegion(&reversed, 8, 6).IsEmpty());
   const ZelRect outside = {100, 0, 200, 6};
   EXPECT_TRUE(ClampedRegion(&outside, 8, 6).IsEmpty());
-}
-
-TEST(CopyImageRect, KeepsTheImageLaws) {
-  ExpectImageLaws(
-      [](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
-        CopyImageRect(*destination, *source, rect);
-        return ZEL_OK;
-      },
-      {{37, 23, 1, 8, false, 5}, {37, 23, 3, 16, true, 0}, {37, 23, 4, 16, false, 3}});
 }
 
 TEST(CopyImageRect, AddressesBothSidesWithTheSourcesStride) {
@@ -80,22 +61,12 @@ TEST(CopyImageRect, AddressesBothSidesWithTheSourcesStride) {
   CopyImageRect(*narrow.desc(), *source.desc(), nullptr);
   EXPECT_EQ(narrow.desc()->data[6], source.Get(0, 1, 0));
   EXPECT_TRUE(narrow.GuardsIntact());
-  TestImage other({5, 3, 1, 8, false, 0}, 2);
-  const TestImage before(other);
+  const TestImage other({5, 3, 1, 8, false, 0}, 2), before(other);
   CopyImageRect(*other.desc(), *source.desc(), nullptr);
-  EXPECT_TRUE(other.SameBytes(before)) << "images of different geometry are not copied";
+  EXPECT_EQ(other, before) << "images of different geometry are not copied";
 }
 
-TEST(ZeroStrengthCopy, CopiesHeightTimesStrideBytesAtEveryDepth) {
-  for (int bits : {8, 16}) {
-    const TestImage source({9, 6, 3, bits, true, 2});
-    TestImage destination(source.shape(), 2);
-    const TestImage before(destination);
-    EXPECT_EQ(ZeroStrengthCopy(source.desc(), destination.desc(), nullptr), ZEL_OK);
-    const size_t copied = source.Bytes() / (bits / 8);
-    EXPECT_EQ(std::memcmp(destination.desc()->data, source.desc()->data, copied), 0);
-    EXPECT_EQ(std::memcmp(destination.desc()->data + copied, before.desc()->data + copied, source.Bytes() - copied), 0);
-  }
+TEST(ZeroStrengthCopy, StopsAtTheEndOfASmallerDestination) {
   const TestImage large({9, 6, 3});
   TestImage small({3, 2, 1, 8, false});
   EXPECT_EQ(ZeroStrengthCopy(large.desc(), small.desc(), nullptr), ZEL_OK);
@@ -108,9 +79,7 @@ TEST(PointSample, TakesEveryNthPixelFromTheRectanglesOwnCorner) {
     const ZelRect rect = {95, 35, 4, 3};  // reversed: 91 x 32 pixels from (4, 3)
     SampledCopy copy;
     ASSERT_TRUE(PointSample(source.desc()->data, GeometryOf(*source.desc()), &rect, 30, &copy));
-    EXPECT_EQ(copy.geometry.width, 23);  // every fourth of 91
-    EXPECT_EQ(copy.geometry.height, 8);
-    EXPECT_EQ(copy.geometry.stride, 69);
+    EXPECT_TRUE(copy.geometry.width == 23 && copy.geometry.height == 8 && copy.geometry.stride == 69);
     const size_t pixelBytes = 3 * bits / 8;
     for (int y = 0; y < 8; ++y) {
       for (int x = 0; x < 23; ++x) {

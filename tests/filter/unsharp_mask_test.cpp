@@ -42,11 +42,9 @@ TEST(UnsharpMask, PushesEverySampleAwayFromItsBlur) {
     // Wider than the strips that are summed at a time.
     const TestImage source({700, 40, 3, bits, true, 5});
     for (const Setting& s : settings) {
-      TestImage blurred(source), result(source);
       const double sigma = std::min(std::max(static_cast<double>(s.radius), 0.1), 10.0);
-      ASSERT_TRUE(GaussianBlur(source.desc(), blurred.desc(), nullptr, sigma));
-      ASSERT_EQ(ZelBasicToolFunc_UnsharpMask(source.desc(), result.desc(), s.amount, s.radius, s.threshold, nullptr),
-                ZEL_OK);
+      const TestImage blurred = After(GaussianBlur, source, nullptr, sigma);
+      const TestImage result = After(ZelBasicToolFunc_UnsharpMask, source, s.amount, s.radius, s.threshold, nullptr);
       for (int y = 0; y < 40; ++y) {
         for (int i = 0; i < 2100; ++i) {
           ASSERT_EQ(result.Get(0, y, i), Pushed(source.Get(0, y, i), blurred.Get(0, y, i), s, bits))

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "filter/gaussian_blur.h"
-#include "simd/kernels.h"
+#include "support/kernel_sweep.h"
 
 namespace zel::test {
 namespace {
@@ -75,18 +75,8 @@ class FilterRun {
 };
 
 TEST(FilterKernels, EveryLevelGivesTheSameSamples) {
-  for (size_t count = 0; count <= 70; ++count) {
-    for (size_t shift = 0; shift < 4; ++shift) {
-      const FilterRun expected(scalar::kKernels, count, shift);
-      for (const Kernels* const* level = BuiltKernelLevels(); *level != nullptr; ++level) {
-        const FilterRun actual(**level, count, shift);
-        for (size_t i = 0; i < expected.Results().size(); ++i) {
-          ASSERT_EQ(actual.Results()[i], expected.Results()[i])
-              << (*level)->level << ", result " << i << ", " << count << " samples, shift " << shift;
-        }
-      }
-    }
-  }
+  ExpectEveryLevelEqual(
+      [](const Kernels& kernels, size_t count, size_t shift) { return FilterRun(kernels, count, shift).Results(); });
 }
 
 // Wherever the weights of a kernel are split, their parts must fit the vector code's products and sums.

@@ -5,8 +5,7 @@
 #include <vector>
 
 #include "retouch/wavelet.h"
-#include "simd/kernels.h"
-#include "support/images.h"
+#include "support/kernel_sweep.h"
 
 namespace zel::test {
 namespace {
@@ -47,17 +46,13 @@ std::vector<double> RunAll(const WaveletKernels& kernels, size_t count, size_t s
 }
 
 TEST(WaveletKernels, EveryLevelGivesTheSameBits) {
-  for (size_t count = 0; count <= 70; ++count) {
-    for (size_t shift = 0; shift < 4; ++shift) {
-      const std::vector<double> expected = RunAll(scalar::kKernels.wavelet, count, shift);
-      for (const Kernels* const* level = BuiltKernelLevels(); *level != nullptr; ++level) {
-        const std::vector<double> actual = RunAll((*level)->wavelet, count, shift);
-        ASSERT_EQ(actual.size(), expected.size());
-        ASSERT_EQ(std::memcmp(actual.data(), expected.data(), expected.size() * sizeof(double)), 0)
-            << (*level)->level << ", " << count << " values, shift " << shift;
-      }
+  ExpectEveryLevelEqual([](const Kernels& kernels, size_t count, size_t shift) {
+    std::vector<uint64_t> bits;
+    for (const double value : RunAll(kernels.wavelet, count, shift)) {
+      std::memcpy(&bits.emplace_back(), &value, sizeof value);
     }
-  }
+    return bits;
+  });
 }
 
 }  // namespace

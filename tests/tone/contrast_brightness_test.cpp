@@ -15,12 +15,8 @@ TEST(ContrastBrightness, CurvesTurnAboutMidGrey) {
   };
   for (int i = 0; i < 256; ++i) EXPECT_EQ(entry(0, 0, i), i);
   // Nearly a threshold at full contrast.
-  EXPECT_EQ(entry(100, 0, 125), 0);
-  EXPECT_EQ(entry(100, 0, 126), 42);
-  EXPECT_EQ(entry(100, 0, 127), 99);
-  EXPECT_EQ(entry(100, 0, 128), 156);
-  EXPECT_EQ(entry(100, 0, 129), 213);
-  EXPECT_EQ(entry(100, 0, 130), 255);
+  const int steep[] = {0, 42, 99, 156, 213, 255};
+  for (int i = 0; i < 6; ++i) EXPECT_EQ(entry(100, 0, 125 + i), steep[i]);
   EXPECT_EQ(entry(0, 100, 0), 255);
 }
 

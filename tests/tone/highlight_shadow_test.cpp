@@ -35,13 +35,10 @@ TEST(HighlightShadow, StretchesBetweenItsPoints) {
 }
 
 TEST(HighlightShadow, ChannelsAreNamedByColour) {
-  TestImage image({2, 1, 3, 8, true});
-  image.FillColour(120, 120, 120);
+  const TestImage image({2, 1, 3, 8, true}, 120, 120, 120);
   const int32_t highlight[3] = {200, 255, 255}, shadow[3] = {0, 0, 0};
-  ASSERT_EQ(ZelBasicToolFunc_HighlightShadow(image.desc(), image.desc(), highlight, shadow, nullptr), ZEL_OK);
-  EXPECT_EQ(image.Get(0, 0, 2), 153);
-  EXPECT_EQ(image.Get(0, 0, 1), 120);
-  EXPECT_EQ(image.Get(0, 0, 0), 120);
+  const TestImage after = After(ZelBasicToolFunc_HighlightShadow, image, highlight, shadow, nullptr);
+  EXPECT_TRUE(after.Colour(0, 0, 0) == 153 && after.Colour(0, 0, 1) == 120 && after.Colour(0, 0, 2) == 120);
 }
 
 TEST(Levels, CrossedPointsAreOrdered) {

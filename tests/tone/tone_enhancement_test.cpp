@@ -48,11 +48,10 @@ TEST(ToneEnhancement, IsItsCurveApplied) {
       for (int32_t strength : {0, 30, 60, 100}) {
         const bool possible = bits == 8 || style == 4 || style == 6 || strength == 0;
         const Block block = CurveOf(source, 0, style, strength, possible ? ZEL_OK : ZEL_REFUSED);
-        TestImage byCurve(source), byCall(source);
-        EXPECT_TRUE(ApplyChannelLut(source.desc(), byCurve.desc(), nullptr, block.data(), 3, 8));
+        TestImage byCall(source.shape(), 2), unwritten(byCall);
         EXPECT_EQ(ZelTavoraFunc_ToneEnhancement(source.desc(), byCall.desc(), 0, style, strength, nullptr),
                   possible ? ZEL_OK : ZEL_REFUSED);
-        EXPECT_TRUE(byCall.SameBytes(byCurve)) << bits << " bits, style " << style << " strength " << strength;
+        EXPECT_EQ(byCall, possible ? After(ApplyChannelLut, source, nullptr, block.data(), 3, 8) : unwritten);
       }
     }
   }
