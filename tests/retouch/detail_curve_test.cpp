@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <random>
+#include <vector>
+
 namespace zel::test {
 namespace {
 
@@ -32,6 +36,26 @@ TEST(DetailCurve, HasItsKneeWhereTheDetailsEnd) {
   EXPECT_EQ(Entry(2, 100, 2, 3), 2);
   // A knee at 0, or no strength, keeps the identity.
   for (int k = 0; k < 256; ++k) EXPECT_EQ(Entry(3, 100, 1, k) + Entry(1, 100, 2, k) + Entry(80, 0, 1, k), 3 * k);
+}
+
+// The shortcut of counting must find what a whole histogram finds.
+TEST(DetailCurve, MaximumIsThatOfTheWholeHistogram) {
+  std::mt19937 random(3);
+  const WaveletKernels& kernels = ActiveKernels().wavelet;
+  for (const double spread : {0.0, 0.2, 3.0, 40.0, 500.0}) {
+    for (const size_t area : {1, 2, 5, 2047, 2048, 4096, 50000}) {
+      std::vector<double> details(area);
+      for (double& v : details) v = (static_cast<double>(random()) / 2147483648.0 - 1.0) * spread;
+      DetailCounts counts(area);
+      for (size_t i = 0; i < area; i += 333) counts.Add(kernels, &details[i], 0.75, std::min<size_t>(333, area - i));
+      const size_t cut = area < 2048 ? 1 : area / 2048;
+      size_t histogram[256] = {};
+      for (const double v : details) ++histogram[static_cast<int>(std::min(std::fabs(v * 0.75) + 0.5, 255.0))];
+      int most = 255;
+      for (size_t total = histogram[255]; total <= cut && most > 0;) total += histogram[--most];
+      EXPECT_EQ(counts.RobustMaximum(), most) << "spread " << spread << ", area " << area;
+    }
+  }
 }
 
 }  // namespace
