@@ -49,21 +49,14 @@ double Seconds(Clock::time_point from) {
   return std::chrono::duration<double>(Clock::now() - from).count();
 }
 
-json OperationsJson(const Chain& chain) {
-  json list = json::array();
-  for (const Step& step : chain) {
-    json entry = {{"name", step.operation->name}};
-    for (const auto& [name, value] : step.settings.given) entry[name] = value;
-    list.push_back(entry);
-  }
-  return list;
-}
-
 // Everything a person or a program sees of a running batch.
 class Reporter {
  public:
-  Reporter(const BatchOptions& options, const Chain& chain, size_t total)
-      : json_(options.json), toStderr_(options.output == "-"), total_(total), operations_(OperationsJson(chain)) {
+  Reporter(const BatchOptions& options, const Work& work, size_t total)
+      : json_(options.json),
+        toStderr_(options.output == "-"),
+        total_(total),
+        operations_(json::parse(work.operations)) {
     bar_ = isatty(STDERR_FILENO) && !json_ && total > 1;
   }
 
@@ -139,11 +132,11 @@ void CheckJob(const Job& job, const BatchOptions& options) {
   }
 }
 
-void RunJob(const Job& job, const Chain& chain, const std::string& text, const BatchOptions& options, Journal* journal,
+void RunJob(const Job& job, const Work& work, const std::string& text, const BatchOptions& options, Journal* journal,
             std::vector<std::string>* notes) {
   CheckJob(job, options);
   Photo photo = ReadPhoto(job.input, options.limits);
-  RunChain(chain, &photo, notes, StopIfAsked);
+  work.run(&photo, notes, StopIfAsked);
   StopIfAsked();
   const std::vector<uint8_t> bytes = EncodePhoto(std::move(photo), job.format, options.write, notes);
   StopIfAsked();
@@ -184,19 +177,30 @@ std::string JournalPath(const BatchOptions& options, const std::vector<Job>& job
 
 }  // namespace
 
-int RunBatch(const Chain& chain, const BatchOptions& options) {
+Work ChainWork(const Chain& chain) {
+  json operations = json::array();
+  for (const Step& step : chain) {
+    json entry = {{"name", step.operation->name}};
+    for (const auto& [name, value] : step.settings.given) entry[name] = value;
+    operations.push_back(entry);
+  }
+  return {
+      [chain](Photo* photo, std::vector<std::string>* notes, void (*stop)()) { RunChain(chain, photo, notes, stop); },
+      ChainText(chain), operations.dump(-1, ' ', false, json::error_handler_t::replace)};
+}
+
+int RunBatch(const Work& work, const BatchOptions& options) {
   const std::vector<Job> jobs = PlanJobs(options);
-  std::string text = ChainText(chain);
-  if (options.dryRun) return DryRun(jobs, text, options);
+  if (options.dryRun) return DryRun(jobs, work.text, options);
   std::unique_ptr<Journal> journal;
   if (options.resume) journal = std::make_unique<Journal>(JournalPath(options, jobs));
   // Results also depend on how they are stored.
   const std::string key =
-      text + " | quality " + std::to_string(options.write.quality) + (options.write.strip ? " stripped" : "");
+      work.text + " | quality " + std::to_string(options.write.quality) + (options.write.strip ? " stripped" : "");
   CatchSignals();
-  Reporter reporter(options, chain, jobs.size());
+  Reporter reporter(options, work, jobs.size());
   std::atomic<size_t> next{0};
-  const auto work = [&] {
+  const auto takeJobs = [&] {
     for (size_t i; !stopSignal && (i = next++) < jobs.size();) {
       const Job& job = jobs[i];
       const Clock::time_point start = Clock::now();
@@ -206,7 +210,7 @@ int RunBatch(const Chain& chain, const BatchOptions& options) {
           reporter.Finish(job, "skipped", "", {}, Seconds(start));
           continue;
         }
-        RunJob(job, chain, key, options, journal.get(), &notes);
+        RunJob(job, work, key, options, journal.get(), &notes);
         reporter.Finish(job, "done", "", notes, Seconds(start));
       } catch (const Stopped&) {
       } catch (const Failure& failure) {
@@ -217,8 +221,8 @@ int RunBatch(const Chain& chain, const BatchOptions& options) {
     }
   };
   std::vector<std::thread> workers;
-  for (int i = 1; i < options.jobs && i < static_cast<int>(jobs.size()); ++i) workers.emplace_back(work);
-  work();
+  for (int i = 1; i < options.jobs && i < static_cast<int>(jobs.size()); ++i) workers.emplace_back(takeJobs);
+  takeJobs();
   for (std::thread& worker : workers) worker.join();
   reporter.End();
   if (stopSignal) {

@@ -2,6 +2,7 @@
 #ifndef ZEL_TOOL_BATCH_H_
 #define ZEL_TOOL_BATCH_H_
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,15 @@ struct BatchOptions {
   WriteOptions write;
 };
 
+// What is done to every photograph.
+struct Work {
+  // Calls `stop`, which may throw, between its steps.
+  std::function<void(Photo* photo, std::vector<std::string>* notes, void (*stop)())> run;
+  std::string text;        // as typed; what the journal compares
+  std::string operations;  // JSON for reports
+};
+Work ChainWork(const Chain& chain);
+
 struct Job {
   std::string input, output;
   Format format;
@@ -34,7 +44,7 @@ std::vector<Job> PlanJobs(const BatchOptions& options);
 
 // Runs all jobs and reports them. Returns the exit code of the command. When a signal asks to stop, photographs in work
 // are dropped, the rest is left alone, and the process ends by that signal.
-int RunBatch(const Chain& chain, const BatchOptions& options);
+int RunBatch(const Work& work, const BatchOptions& options);
 
 }  // namespace tool
 

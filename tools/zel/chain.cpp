@@ -91,6 +91,21 @@ Chain ParseWords(const std::vector<std::string>& words, std::vector<std::string>
   return chain;
 }
 
+Chain ExampleChain(const Operation& operation, size_t example) {
+  std::vector<std::string> words{operation.name}, inputs;
+  std::string word;
+  for (const char* c = operation.examples[example];; ++c) {
+    if (*c != ' ' && *c != '\0') {
+      word += *c;
+      continue;
+    }
+    if (!word.empty()) words.push_back(word);
+    word.clear();
+    if (*c == '\0') break;
+  }
+  return ParseWords(words, &inputs);
+}
+
 std::string ChainText(const Chain& chain) {
   std::string text;
   for (const Step& step : chain) {

@@ -20,6 +20,9 @@ using Chain = std::vector<Step>;
 // is written ./name. Throws UsageError.
 Chain ParseWords(const std::vector<std::string>& words, std::vector<std::string>* inputs);
 
+// Example 0, 1 or 2 (mild, middle, strong) of an operation.
+Chain ExampleChain(const Operation& operation, size_t example);
+
 // The chain as it would be typed, only with what was given.
 std::string ChainText(const Chain& chain);
 

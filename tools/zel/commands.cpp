@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <thread>
 
-#include "batch.h"
 #include "failure.h"
 #include "recipe.h"
 #include "sample.h"
@@ -25,20 +24,24 @@ void SplitSize(const std::string& text, int* width, int* height) {
   }
 }
 
-struct EnhanceArguments {
-  BatchOptions batch;
-  std::vector<std::string> words;
-  std::string format, maxPixels, recipe, savedRecipe;
+struct EnhanceArguments : BatchArguments {
+  std::string recipe, savedRecipe;
 };
 
 void AddEnhanceOptions(CLI::App* app, EnhanceArguments* a) {
-  app->add_option("words", a->words, "photographs, then operations with their settings")
+  AddBatchOptions(app, a);
+  app->add_option("--recipe", a->recipe, "take the operations of this file first")->type_name("FILE");
+  app->add_option("--save-recipe", a->savedRecipe, "write the operations to this file")->type_name("FILE");
+}
+
+}  // namespace
+
+void AddBatchOptions(CLI::App* app, BatchArguments* a) {
+  app->add_option("words", a->words, "photographs, and operations with their settings")
       ->type_name("IN... OPERATION...");
   app->add_option("-o,--output", a->batch.output,
                   "a file, a folder, a pattern with {stem} {ext} {dir} {n}, or - for standard output")
       ->type_name("OUT");
-  app->add_option("--recipe", a->recipe, "take the operations of this file first")->type_name("FILE");
-  app->add_option("--save-recipe", a->savedRecipe, "write the operations to this file")->type_name("FILE");
   app->add_option("--format", a->format, "png, jpg, tif or ppm, whatever the output is called")->type_name("NAME");
   app->add_flag("--overwrite", a->batch.overwrite, "replace files that exist");
   app->add_option("-j,--jobs", a->batch.jobs, "photographs in work at once; 0: one per processor")
@@ -56,7 +59,13 @@ void AddEnhanceOptions(CLI::App* app, EnhanceArguments* a) {
   app->add_option("--max-pixels", a->maxPixels, "refuse larger pictures; 300M")->type_name("N");
 }
 
-}  // namespace
+void FinishBatchArguments(BatchArguments* a) {
+  if (!a->format.empty() && (a->batch.format = FormatNamed(a->format)) == Format::None) {
+    throw UsageError("--format " + a->format + " must be one of png, jpg, tif, ppm");
+  }
+  if (!a->maxPixels.empty()) a->batch.limits.maxPixels = ParsePixels(a->maxPixels);
+  if (a->batch.jobs == 0) a->batch.jobs = static_cast<int>(std::thread::hardware_concurrency());
+}
 
 std::vector<OptionText> EnhanceOptions() {
   CLI::App app;
@@ -101,11 +110,7 @@ int Enhance(int argc, char** argv) {
   AddEnhanceOptions(&app, &arguments);
   return Parse(&app, argc, argv, [&] {
     BatchOptions& options = arguments.batch;
-    if (!arguments.format.empty() && (options.format = FormatNamed(arguments.format)) == Format::None) {
-      throw UsageError("--format " + arguments.format + " must be one of png, jpg, tif, ppm");
-    }
-    if (!arguments.maxPixels.empty()) options.limits.maxPixels = ParsePixels(arguments.maxPixels);
-    if (options.jobs == 0) options.jobs = static_cast<int>(std::thread::hardware_concurrency());
+    FinishBatchArguments(&arguments);
     Chain chain;
     if (!arguments.recipe.empty()) chain = ReadRecipe(arguments.recipe);
     for (Step& step : ParseWords(arguments.words, &options.inputs)) chain.push_back(std::move(step));
@@ -115,7 +120,7 @@ int Enhance(int argc, char** argv) {
     if (options.inputs.empty()) throw UsageError("no photograph is given; zel IN... -o OUT OPERATION");
     if (options.output.empty()) throw UsageError("no output is given; zel IN... -o OUT OPERATION");
     StartImages(argv[0]);
-    return RunBatch(chain, options);
+    return RunBatch(ChainWork(chain), options);
   });
 }
 

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "batch.h"
+
 namespace tool {
 
 struct Command {
@@ -24,6 +26,10 @@ int Help(int argc, char** argv);
 int Sample(int argc, char** argv);
 int Sheet(int argc, char** argv);
 int Compare(int argc, char** argv);
+int MakeTable(int argc, char** argv);
+int BakeTable(int argc, char** argv);
+int ApplyTableFile(int argc, char** argv);
+int Docs(int argc, char** argv);
 int SkinSliders(int argc, char** argv);
 
 int Manual(int argc, char** argv);
@@ -34,6 +40,21 @@ struct OptionText {
 };
 // The options of the first form, zel IN... -o OUT, with their explanations.
 std::vector<OptionText> EnhanceOptions();
+
+// Words of help, manual and documentation.
+const char* DepthText(Depth depth);
+const char* ReachText(const Operation& operation);
+const char* ChannelText(const Operation& operation);
+
+// What every command over many photographs takes.
+struct BatchArguments {
+  BatchOptions batch;
+  std::vector<std::string> words;
+  std::string format, maxPixels;
+};
+void AddBatchOptions(CLI::App* app, BatchArguments* arguments);
+// Turns texts into values; throws UsageError.
+void FinishBatchArguments(BatchArguments* arguments);
 
 // Parses with one line and the usage code on a mistake; runs `body` when all is well.
 int Parse(CLI::App* app, int argc, char** argv, const std::function<int()>& body);

@@ -5,7 +5,6 @@
 #include "operations.h"
 
 namespace tool {
-namespace {
 
 const char* DepthText(Depth depth) {
   switch (depth) {
@@ -31,6 +30,12 @@ const char* ReachText(const Operation& operation) {
   }
 }
 
+const char* ChannelText(const Operation& operation) {
+  return operation.grey ? "grey and colour" : "colour; a grey picture stays grey when all channels come out equal";
+}
+
+namespace {
+
 void PrintOperation(const Operation& operation) {
   std::printf("%s: %s\n", operation.name, operation.purpose);
   if (*operation.more) std::printf("%s\n", operation.more);
@@ -40,8 +45,7 @@ void PrintOperation(const Operation& operation) {
                 p.fallback);
   }
   std::printf("\nDepth     %s\n", DepthText(operation.depth));
-  std::printf("Channels  %s\n",
-              operation.grey ? "grey and colour" : "colour; grey pictures stay grey where all channels come out equal");
+  std::printf("Channels  %s\n", ChannelText(operation));
   std::printf("Reach     %s\n", ReachText(operation));
   std::printf("\nExample\n  zel photo.jpg -o better.jpg %s %s\n", operation.name, operation.examples[1]);
 }

@@ -15,7 +15,11 @@ const std::vector<Command>& Commands() {
       {"sample", "draws a test photograph", Sample},
       {"compare", "draws before and after with histograms, measures the difference", Compare},
       {"sheet", "draws the effect of every operation", Sheet},
+      {"table", "writes what an automatic operation finds as a table", MakeTable},
+      {"bake", "writes a chain of operations as a table", BakeTable},
+      {"apply-table", "applies a table file to photographs", ApplyTableFile},
       {"skin-sliders", "says where the sliders of skin-tone stand", SkinSliders},
+      {"docs", "writes a page with pictures for every operation", Docs},
       {"man", "prints the manual page", Manual},
       {"completion", "prints the completion for bash", Completion},
   };

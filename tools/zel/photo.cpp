@@ -179,16 +179,6 @@ std::vector<uint8_t> EncodePpm(const Photo& photo) {
   return bytes;
 }
 
-void To8Bits(Photo* photo) {
-  for (std::vector<uint8_t>* plane : {&photo->samples, &photo->alpha}) {
-    const auto* wide = reinterpret_cast<const uint16_t*>(plane->data());
-    const size_t count = plane->size() / 2;
-    for (size_t i = 0; i < count; ++i) (*plane)[i] = static_cast<uint8_t>((wide[i] + 128u) / 257u);
-    plane->resize(count);
-  }
-  photo->bits = 8;
-}
-
 }  // namespace
 
 ImageDesc Photo::Record() {
@@ -295,6 +285,17 @@ std::vector<uint8_t> EncodePhoto(Photo photo, Format format, const WriteOptions&
   } catch (const std::bad_alloc&) {
     throw Failure("does not fit into memory");
   }
+}
+
+void To8Bits(Photo* photo) {
+  if (photo->bits == 8) return;
+  for (std::vector<uint8_t>* plane : {&photo->samples, &photo->alpha}) {
+    const auto* wide = reinterpret_cast<const uint16_t*>(plane->data());
+    const size_t count = plane->size() / 2;
+    for (size_t i = 0; i < count; ++i) (*plane)[i] = static_cast<uint8_t>((wide[i] + 128u) / 257u);
+    plane->resize(count);
+  }
+  photo->bits = 8;
 }
 
 void TurnUpright(Photo* photo) {

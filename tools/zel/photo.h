@@ -57,6 +57,9 @@ std::vector<uint8_t> EncodePhoto(Photo photo, Format format, const WriteOptions&
 // killed. Without `overwrite` an existing file is a Failure. "-" writes standard output.
 void WriteFile(const std::string& path, const void* bytes, size_t count, bool overwrite);
 
+// Keeps the upper 8 of 16 bits, rounded.
+void To8Bits(Photo* photo);
+
 // Turns the samples so that orientation 1 shows them as before.
 void TurnUpright(Photo* photo);
 

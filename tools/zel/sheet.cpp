@@ -32,21 +32,6 @@ void Write(Photo canvas, const std::string& path, const std::string& format, boo
   }
 }
 
-Chain ExampleChain(const Operation& operation) {
-  std::vector<std::string> words{operation.name}, inputs;
-  std::string word;
-  for (const char* c = operation.examples[1];; ++c) {
-    if (*c != ' ' && *c != '\0') {
-      word += *c;
-      continue;
-    }
-    if (!word.empty()) words.push_back(word);
-    word.clear();
-    if (*c == '\0') break;
-  }
-  return ParseWords(words, &inputs);
-}
-
 // A caption in one line, cut where the cell ends.
 void Caption(Photo* canvas, int left, int top, int width, const std::string& text, Ink ink) {
   DrawText(canvas, left, top, text.substr(0, static_cast<size_t>(width / 6)), 1, ink);
@@ -132,7 +117,7 @@ int Sheet(int argc, char** argv) {
         detail = operation.examples[1];
         std::vector<std::string> notes;
         try {
-          RunChain(ExampleChain(operation), &cell, &notes);
+          RunChain(ExampleChain(operation, 1), &cell, &notes);
         } catch (const Failure&) {
           cell = source;
           detail = "refused this picture";
