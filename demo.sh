@@ -22,7 +22,7 @@ if [ -z "$photo" ]; then
   $zel sample $photo --overwrite
 fi
 $zel "$photo" -o demo/enhanced.png --overwrite \
-  color-cast strength=60 smart-contrast strength=45 hue-saturation saturation=8 sharpen amount=20
+  light-correct strength=70 smart-contrast strength=40 vivid strength=20
 $zel compare "$photo" demo/enhanced.png -o demo/before-after.png --overwrite
 $zel sheet "$photo" -o demo/operations.png --overwrite
 echo "Look at

@@ -126,7 +126,7 @@ std::vector<Operation> Tone() {
       {"tone",
        "tone",
        "Finds the tone curve that the photograph needs.",
-       "Styles dark and brighten are the only ones for one channel's worth of precision at 16 bits.",
+       "",
        {"strength=30", "strength=60", "style=brighten strength=60"},
        Depth::Eight,
        false,
