@@ -69,8 +69,8 @@ Lattice Raised(double gain, double* closest = nullptr) {
 
 // One pixel whose chroma decides the gain.
 TestImage Grey(int red, int green, int blue, int bits = 8) {
-  TestImage image({40, 30, 3, bits, true, 2});
-  image.FillColour(bits == 8 ? 90 : 90 * 257, bits == 8 ? 90 : 90 * 257, bits == 8 ? 90 : 90 * 257);
+  const int level = bits == 8 ? 90 : 90 * 257;
+  TestImage image({40, 30, 3, bits, true, 2}, level, level, level);
   image.SetColour(13, 7, red, green, blue);
   return image;
 }

@@ -20,9 +20,7 @@ struct Rgb {
 // A dark neutral picture of 60 x 60 pixels; its first `brightRows` rows have the given colour.
 TestImage Scene(Rgb bright, int brightRows, bool blueFirst = true) {
   TestImage image({60, 60, 3, 8, blueFirst}, 40, 40, 40);
-  for (int y = 0; y < brightRows; ++y) {
-    for (int x = 0; x < 60; ++x) image.SetColour(x, y, bright.red, bright.green, bright.blue);
-  }
+  for (int i = 0; i < 60 * brightRows; ++i) image.SetColour(i % 60, i / 60, bright.red, bright.green, bright.blue);
   return image;
 }
 
@@ -88,9 +86,7 @@ TEST(ColorCast, AnswersSixteenBitsAndRecordsWithoutMemory) {
 TEST(ColorCast, ReadsItsSettings) {
   // A tinted zone of a quarter, a brighter neutral one of a tenth.
   TestImage scene = Scene({200, 180, 160}, 21);
-  for (int y = 0; y < 6; ++y) {
-    for (int x = 0; x < 60; ++x) scene.SetColour(x, y, 250, 250, 250);
-  }
+  for (int i = 0; i < 360; ++i) scene.SetColour(i % 60, i / 60, 250, 250, 250);
   const std::vector<uint8_t> found = CurvesOf(scene);
   EXPECT_EQ(found[200], GreyOf({200, 180, 160}));
   const auto withSettings = [&](const std::string& lines) {

@@ -31,13 +31,8 @@ Block CurveOf(const TestImage& image, int32_t flag, int32_t style, int32_t stren
 
 // Half of the pixels one colour, half another.
 TestImage TwoTone(std::array<int, 3> first, std::array<int, 3> second) {
-  TestImage image({40, 20, 3, 8, true});
-  for (int y = 0; y < 20; ++y) {
-    for (int x = 0; x < 40; ++x) {
-      const std::array<int, 3>& c = x < 20 ? first : second;
-      image.SetColour(x, y, c[0], c[1], c[2]);
-    }
-  }
+  TestImage image({40, 20, 3, 8, true}, first[0], first[1], first[2]);
+  for (int i = 0; i < 400; ++i) image.SetColour(20 + i % 20, i / 20, second[0], second[1], second[2]);
   return image;
 }
 
