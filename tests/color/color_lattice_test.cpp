@@ -86,14 +86,6 @@ TEST(ColorLattice, MapsAsTheWalkDoesAtEveryKernelLevel) {
   }
 }
 
-TEST(ColorLattice, IdentityLowersTheLastOfEverySeventeen) {
-  uint8_t lattice[kLatticeSamples];
-  ASSERT_EQ(MakeColorLattice(lattice, 8), lattice);
-  const TestImage source({256, 3, 3});
-  const TestImage out = After(ApplyColorLatticeToImage, source, nullptr, lattice, 8);
-  for (int x = 0; x < 256; ++x) EXPECT_EQ(out.Get(x, 1, 1), source.Get(x, 1, 1) - (source.Get(x, 1, 1) % 17 == 16));
-}
-
 TEST(ColorLattice, SixteenBitLatticesAndOtherImagesChangeNothing) {
   std::vector<uint16_t> wide(kLatticeSamples);
   MakeColorLattice(wide.data(), 16);

@@ -200,21 +200,5 @@ TEST(Colorful, OneCallEqualsItsTwoHalves) {
   }
 }
 
-TEST(Colorful, RefusalsCopyTheSource) {
-  Lattice lattice(kLatticeSamples, 1);
-  const TestImage grey({37, 23, 1, 8, false, 5});
-  EXPECT_EQ(ZelTavoraFunc_Colorful_Get3DLut(grey.desc(), 0, 50, nullptr, lattice.data()), ZEL_REFUSED);
-  EXPECT_EQ(lattice, Identity());
-  const TestImage drawn(grey.shape(), 2);
-  TestImage out(drawn), part(drawn);
-  EXPECT_EQ(ZelTavoraFunc_Colorful(grey.desc(), out.desc(), 1, 0, nullptr), ZEL_OK);
-  EXPECT_EQ(out, drawn);
-  EXPECT_EQ(ZelTavoraFunc_Colorful(grey.desc(), out.desc(), 1, 50, nullptr), ZEL_REFUSED);
-  EXPECT_EQ(out, grey);
-  const ZelRect rect{3, 4, 20, 9};
-  EXPECT_EQ(ZelTavoraFunc_Colorful(grey.desc(), part.desc(), 1, 50, &rect), ZEL_REFUSED);
-  EXPECT_TRUE(part.Get(3, 4, 0) == grey.Get(3, 4, 0) && part.Get(2, 4, 0) == drawn.Get(2, 4, 0));
-}
-
 }  // namespace
 }  // namespace zel::test

@@ -55,15 +55,5 @@ TEST(UnsharpMask, PushesEverySampleAwayFromItsBlur) {
   }
 }
 
-TEST(UnsharpMask, RefusalsCopyIntoASeparateDestination) {
-  const TestImage four({8, 8, 4, 8, true});
-  TestImage copy(four.shape(), 2), other({8, 8, 3, 8, true}, 2);
-  const TestImage untouched(other);
-  EXPECT_EQ(ZelBasicToolFunc_UnsharpMask(four.desc(), copy.desc(), 100, 2.0f, 0, nullptr), ZEL_REFUSED);
-  EXPECT_TRUE(copy.SameBytes(four));
-  EXPECT_EQ(ZelBasicToolFunc_UnsharpMask(four.desc(), other.desc(), 100, 2.0f, 0, nullptr), ZEL_REFUSED);
-  EXPECT_TRUE(other.SameBytes(untouched));
-}
-
 }  // namespace
 }  // namespace zel::test

@@ -51,15 +51,5 @@ TEST(SkinClear, LevelsBecomeWidthsAndSmallOnesCopy) {
   }
 }
 
-TEST(SkinClear, RefusalsCopyTheSource) {
-  const ZelPoint outside{-3, 4};
-  for (const Shape& shape : {Shape{9, 8, 3, 16, true}, {9, 8, 1, 8, false}, {9, 8, 3, 8, true}}) {
-    const TestImage source(shape);
-    TestImage result(shape, 2);
-    EXPECT_EQ(ZelTavoraFunc_SkinClear(source.desc(), result.desc(), 1, &outside, 50, nullptr), ZEL_REFUSED);
-    EXPECT_EQ(result, source);
-  }
-}
-
 }  // namespace
 }  // namespace zel::test

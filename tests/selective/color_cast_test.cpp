@@ -73,16 +73,6 @@ TEST(ColorCast, FamilyOfTheUsersChoice) {
   }
 }
 
-TEST(ColorCast, AnswersSixteenBitsAndRecordsWithoutMemory) {
-  const TestImage deep({60, 60, 3, 16, true});
-  TestImage after = After(ZelTavoraFunc_ColorCast, deep, 0, 100, nullptr);
-  EXPECT_EQ(after, deep);
-  EXPECT_EQ(CurvesOf(deep), Identity());
-  EXPECT_EQ(ZelBasicToolFunc_ColorCorrect(deep.desc(), after.desc(), 0, 100), ZEL_REFUSED);
-  after.desc()->data = nullptr;
-  EXPECT_EQ(CurvesOf(after), std::vector<uint8_t>(ZEL_LUT1D_BYTES, 7)) << "untouched";
-}
-
 TEST(ColorCast, ReadsItsSettings) {
   // A tinted zone of a quarter, a brighter neutral one of a tenth.
   TestImage scene = Scene({200, 180, 160}, 21);

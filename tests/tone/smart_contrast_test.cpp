@@ -6,7 +6,6 @@
 #include <climits>
 #include <cstring>
 
-#include "core/channel_lut.h"
 #include "support/images.h"
 
 namespace zel::test {
@@ -44,14 +43,6 @@ TEST(SmartContrast, LevelsModerateTheMeasuredPoints) {
 TEST(SmartContrast, StrengthsChooseTheLevel) {
   const std::array<int, 2> expected[] = {{49, 98}, {50, 100}, {75, 162}, {89, 197}, {90, 200}, {100, 300}, {-5, -10}};
   for (const auto& [strength, level] : expected) EXPECT_EQ(SmartContrastLevel(strength), level);
-}
-
-TEST(SmartContrast, RefusalsLeaveTheIdentity) {
-  uint8_t block[768] = {}, identity[768];
-  MakeIdentityLut(identity, 3, 8);
-  const TestImage four({37, 23, 4});
-  EXPECT_EQ(ZelTavoraFunc_SmartContrast_Get1DLut(four.desc(), 0, 50, nullptr, block), ZEL_REFUSED);
-  EXPECT_EQ(std::memcmp(block, identity, 768), 0);
 }
 
 }  // namespace

@@ -66,17 +66,6 @@ TEST(ToneEnhancement, StylesFollowTheirRules) {
   for (int32_t style : {-1, 7}) EXPECT_EQ(CurveOf(image, 0, style, 50, ZEL_REFUSED), Identity());
 }
 
-TEST(ToneEnhancement, FailuresGiveTheIdentity) {
-  TestImage grey({37, 23, 1}), colour({37, 23, 3});
-  for (int32_t style = 0; style <= 6; ++style) EXPECT_EQ(CurveOf(grey, 0, style, 50, ZEL_REFUSED), Identity());
-  const ZelRect empty{5, 5, 5, 9};
-  Block block;
-  EXPECT_EQ(ZelTavoraFunc_ToneEnhancement_Get1DLut(colour.desc(), 0, 2, 50, &empty, block.data()), ZEL_REFUSED);
-  EXPECT_EQ(block, Identity());
-  colour.desc()->data = nullptr;
-  for (int32_t style : {1, 2, 4, 6}) EXPECT_EQ(CurveOf(colour, 0, style, 50, ZEL_REFUSED), Identity());
-}
-
 TEST(ToneEnhancement, RedMayDecideTheBlackPoint) {
   // At strength 25 style 4 has gamma 1: the curve is the levels stretch alone, from the middle black point.
   const Block block = CurveOf(TwoTone({40, 10, 20}, {220, 200, 210}), 0, 4, 25);
