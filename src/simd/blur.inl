@@ -146,6 +146,46 @@ static inline void SumTwiceThirtyTwo(const uint8_t* const* rows, const BlurWeigh
   StoreSums(&two, by, out + j);
 }
 
+// The same for one short reach, where loops and weights cost as much as the sums: unrolled, all that a vector needs at
+// hand. Only for weights that need no folding before the end.
+template <int kReach>
+static inline void SumBytesUnrolled(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out,
+                                    size_t count) {
+  const int32_t fineBits = weights.shift - 7;
+  const Folding by = {_mm_cvtsi32_si128(fineBits), _mm256_set1_epi16((short)((1 << fineBits) - 1))};
+  const __m256i c = _mm256_set1_epi16((short)(weights.coarse[kReach] & 255));
+  const __m256i f = _mm256_set1_epi16((short)(weights.fine[kReach] & 255));
+  const uint8_t* row[2 * kReach + 1];
+  __m256i coarse[kReach], fine[kReach];
+  bool split[kReach];
+  for (int32_t k = 0; k <= 2 * kReach; ++k) row[k] = rows[k] + first;
+  for (int32_t k = 0; k < kReach; ++k) {
+    coarse[k] = _mm256_set1_epi32((int32_t)weights.coarse[k]);
+    fine[k] = _mm256_set1_epi32((int32_t)weights.fine[k]);
+    split[k] = weights.coarse[k] != 0;
+  }
+  for (size_t i = 0; i < count; i += 32) {
+    const size_t at = i + 32 <= count ? i : count - 32;
+    ByteSums sums = WeighCentre(row[kReach] + at, c, f);
+#pragma GCC unroll 8
+    for (int32_t k = 0; k < kReach; ++k) {
+      if (split[k]) {
+        AddBoth(&sums, row[k] + at, row[2 * kReach - k] + at, coarse[k], fine[k]);
+      } else {
+        AddFine(&sums, row[k] + at, row[2 * kReach - k] + at, fine[k]);
+      }
+    }
+    StoreSums(&sums, by, out + at);
+  }
+}
+
+static bool NeedsFolding(const BlurWeights& weights) {
+  for (int32_t r = 0; r < weights.runs; ++r) {
+    if (weights.run[r].fold) return true;
+  }
+  return false;
+}
+
 // Sixteen sums of words in 32 bits, by signed 16-bit products: 32768 is taken from every sample, and what that takes
 // from the sum, 32768 times the sum of the weights, is where the sum starts.
 struct WordSums {
@@ -185,12 +225,32 @@ static inline void SumTwiceSixteen(const uint16_t* const* rows, const BlurWeight
   StoreSums(one, shift, out + i);
   StoreSums(two, shift, out + j);
 }
+
+template <int kReach>
+static inline void SumWordsUnrolled(const uint16_t* const* rows, size_t first, const BlurWeights& weights,
+                                    __m256i start, uint16_t* out, size_t count) {
+  const __m128i shift = _mm_cvtsi32_si128(weights.shift);
+  const __m256i centre = _mm256_set1_epi32(weights.taps[kReach]);
+  const uint16_t* row[2 * kReach + 1];
+  __m256i weight[kReach];
+  for (int32_t k = 0; k <= 2 * kReach; ++k) row[k] = rows[k] + first;
+  for (int32_t k = 0; k < kReach; ++k) weight[k] = _mm256_set1_epi16((short)weights.taps[k]);
+  for (size_t i = 0; i < count; i += 16) {
+    const size_t at = i + 16 <= count ? i : count - 16;
+    WordSums sums = {start, start};
+    AddWordPair(&sums, row[kReach] + at, row[kReach] + at, centre);
+#pragma GCC unroll 8
+    for (int32_t k = 0; k < kReach; ++k) AddWordPair(&sums, row[k] + at, row[2 * kReach - k] + at, weight[k]);
+    StoreSums(sums, shift, out + at);
+  }
+}
 #endif
 
 // A last vector that is not full starts earlier and sums some samples again, which no row notices.
 static void SumBytes(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out, size_t count) {
 #if defined(__AVX2__)
   if (count >= 32) {
+    if (weights.reach == 3 && !NeedsFolding(weights)) return SumBytesUnrolled<3>(rows, first, weights, out, count);
     for (size_t i = 0; i < count; i += 64) {
       const size_t at = i + 32 <= count ? i : count - 32, next = i + 64 <= count ? i + 32 : count - 32;
       SumTwiceThirtyTwo(rows, weights, first, at, next, out);
@@ -208,6 +268,7 @@ static void SumWords(const uint16_t* const* rows, size_t first, const BlurWeight
     int32_t total = weights.taps[weights.reach];
     for (int32_t k = 0; k < weights.reach; ++k) total += 2 * weights.taps[k];
     const __m256i start = _mm256_set1_epi32(total * 32768);
+    if (weights.reach == 3) return SumWordsUnrolled<3>(rows, first, weights, start, out, count);
     for (size_t i = 0; i < count; i += 32) {
       const size_t at = i + 16 <= count ? i : count - 16, next = i + 32 <= count ? i + 16 : count - 16;
       SumTwiceSixteen(rows, weights, start, first, at, next, out);
