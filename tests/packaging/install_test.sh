@@ -29,6 +29,14 @@ c++ -std=c++17 "$source_dir/examples/host.cpp" $(pkg-config --cflags --libs zel)
 cc -std=c99 "$source_dir/examples/host.c" -I"$prefix/include" -ldl -o "$work/host_c"
 check_hosts "pkg-config and cc" "$work/host_pc" "$work/host_c"
 
+# The tool comes with its manual page and completion, and finds the library beside it.
+if [ -e "$build_dir/zel" ]; then
+  "$prefix/bin/zel" ops | grep -q smart-contrast || fail "the installed tool does not run"
+  for file in share/man/man1/zel.1 share/bash-completion/completions/zel; do
+    [ -s "$prefix/$file" ] || fail "$file is missing"
+  done
+fi
+
 soname=$(objdump -p "$lib/libzel.so" | awk '/SONAME/ { print $2 }')
 [ "$soname" = libzel.so.2 ] || fail "SONAME is $soname"
 
@@ -40,4 +48,7 @@ listing libzel2 | grep -q 'zel.h' && fail "libzel2 has the header"
 listing libzel-dev | grep -q 'include/zel.hpp' || fail "libzel-dev lacks the header"
 listing libzel-dev | grep -q 'zelConfig.cmake' || fail "libzel-dev lacks the CMake package"
 dpkg-deb -f "$work"/packages/libzel-dev_*.deb Depends | grep -q libzel2 || fail "libzel-dev does not depend on libzel2"
+if [ -e "$build_dir/zel" ]; then
+  listing zel | grep -q 'bin/zel' || fail "the tool's package lacks the tool"
+fi
 echo "install, packages and hosts: ok"
