@@ -1,5 +1,4 @@
 # What an installed Zel consists of, and the packages made from it.
-include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 install(TARGETS zel EXPORT zelTargets

@@ -31,7 +31,7 @@ check_hosts "pkg-config and cc" "$work/host_pc" "$work/host_c"
 
 # The tool comes with its manual page and completion, and finds the library beside it.
 if [ -e "$build_dir/zel" ]; then
-  "$prefix/bin/zel" ops | grep -q smart-contrast || fail "the installed tool does not run"
+  [[ $("$prefix/bin/zel" ops) = *smart-contrast* ]] || fail "the installed tool does not run"
   for file in share/man/man1/zel.1 share/bash-completion/completions/zel; do
     [ -s "$prefix/$file" ] || fail "$file is missing"
   done
