@@ -140,7 +140,14 @@ bool ApplyChannelLutRaw(const void* source, void* destination, const Geometry& g
 
 bool ApplyChannelLut(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, const void* block,
                      int32_t tables, int32_t blockBits) {
-  if (!SameImageLayout(source, destination)) return false;
+  if (source == nullptr || destination == nullptr || source->data == nullptr || destination->data == nullptr)
+    return false;
+  if (!SameImageGeometry(*source, *destination) || source->stride != destination->stride) return false;
+  const int32_t bits = BitsOf(source->format);
+  if (bits != 8 && bits != 16) {  // no table fits, so there is nothing to do
+    return block != nullptr && (blockBits == 8 || blockBits == 16) && source->width > 0 && source->height > 0;
+  }
+  if (!IsUsable(source) || !IsUsable(destination)) return false;
   return ApplyChannelLutRaw(source->data, destination->data, GeometryOf(*source), rect, block, tables, blockBits);
 }
 

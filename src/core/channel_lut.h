@@ -26,9 +26,9 @@ void* MakeIdentityLut(void* block, int32_t tables, int32_t bits);
 // depth are brought to the image's for the call: 8 to 16 bits by linear interpolation, 16 to 8 bits by every 257th
 // entry.
 //
-// 1 and 3 channels; images of any other channel count are left alone with success, so callers do not rely on this for
-// four channels. In place works. False, with nothing written, when the records do not fit each other, the block is null
-// or its depth is neither 8 nor 16, or memory ran out.
+// 1 and 3 channels, 8 and 16 bits; images of any other channel count or depth are left alone with success, so callers
+// do not rely on this for four channels. In place works. False, with nothing written, when the records do not fit each
+// other, the block is null or its depth is neither 8 nor 16, or memory ran out.
 bool ApplyChannelLut(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, const void* block,
                      int32_t tables, int32_t blockBits);
 
