@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -88,6 +89,27 @@ TEST(GaussianBlur, EqualsADirectSumOverEveryPixel) {
       }
     }
   }
+}
+
+// Neither a weight nor the reach may depend on the last bit of a math library's exponential.
+TEST(GaussianKernel, NoDecisionLiesNearItsBoundary) {
+  double least = 1.0;
+  for (int step = 10; step <= 6000; ++step) {
+    const double sigma = static_cast<float>(step * 0.01);
+    double g[61], total = 0.0;
+    for (int d = 0; d <= 60; ++d) {
+      const double e = d * d / (2.0 * sigma * sigma);
+      g[d] = e < 230.0 ? (0.39894228 / sigma) / std::exp(e) : 0.0;
+      total += d == 0 ? g[0] : 2.0 * g[d];
+    }
+    double tail = total + g[0];
+    for (int d = 0; d <= 60 && tail / total >= 0.005; ++d) {
+      const double weight = g[d] * 1024.0 / total + 0.5;
+      tail -= 2.0 * g[d];
+      least = std::min({least, std::fabs(weight - std::nearbyint(weight)), std::fabs(tail / total - 0.005)});
+    }
+  }
+  EXPECT_GT(least, 1e-9);
 }
 
 }  // namespace
