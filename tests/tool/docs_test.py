@@ -38,10 +38,11 @@ class Documentation(ToolTest):
     def test_readme(self):
         self.run_commands("README.md")
         library = os.path.dirname(ZEL)
+        sanitize = os.environ["SANITIZE"].split()  # a program must be built like the library that it links
         for language, compiler, suffix in (("c", ["cc", "-std=c99"], "c"), ("cpp", ["c++", "-std=c++17"], "cpp")):
             for program in blocks("README.md", language):
                 self.write(f"host.{suffix}", program.encode())
-                subprocess.run([*compiler, f"host.{suffix}", "-I", f"{SOURCE}/include", "-L", library, "-lzel",
+                subprocess.run([*compiler, *sanitize, f"host.{suffix}", "-I", f"{SOURCE}/include", "-L", library, "-lzel",
                                 f"-Wl,-rpath,{library}", "-o", "host"], cwd=self.folder.name, check=True)
                 subprocess.run([self.path("host")], check=True, capture_output=True)
 
