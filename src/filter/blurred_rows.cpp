@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "core/cache.h"
+
 namespace zel {
 
 namespace {
@@ -28,7 +30,10 @@ bool BlurredRows<T>::Start(const T* source, const Geometry& geometry, const Regi
   blockRows_ = 0;
   ringRows_ = std::min(2 * weights.reach + kMaxBlockRows, geometry.height);
   filteredEnd_ = std::max(region.top - weights.reach, 0);
-  if (!ring_.Allocate(rowSamples_ * ringRows_)) return false;
+  constexpr size_t kLine = kCacheLine / sizeof(T);
+  stride_ = (rowSamples_ + kLine - 1) / kLine * kLine;
+  if (!ring_.Allocate(stride_ * ringRows_ + kLine)) return false;
+  rowsStart_ = AtCacheLine(ring_.data());
   if (!line_.Allocate(rowSamples_ + static_cast<size_t>(2 * weights.reach) * geometry.channels)) return false;
   for (int32_t k = 0; k <= 2 * weights.reach; ++k) shifted_[k] = line_.data() + k * geometry.channels;
   return true;
@@ -61,7 +66,14 @@ void BlurredRows<T>::FilterRow(int32_t y) {
   const T* taps[2 * kMaxBlurReach + 1];
   const T* const first = source_ + geometry_.RowOffset(y) + static_cast<size_t>(left - reach) * channels;
   for (int32_t k = 0; k <= 2 * reach; ++k) taps[k] = first + k * channels;
-  SumOf(ActiveKernels().blur, source_)(taps, 0, weights_, at(left), static_cast<size_t>(right - left) * channels);
+  const size_t count = static_cast<size_t>(right - left) * channels;
+  const T* const below =
+      source_ + geometry_.RowOffset(std::min(y + 1, geometry_.height - 1)) + static_cast<size_t>(left) * channels;
+  for (size_t done = 0; done < count; done += kBlurTile) {
+    const size_t tile = std::min(kBlurTile, count - done);
+    AskFor(below + done, tile);
+    SumOf(ActiveKernels().blur, source_)(taps, done, weights_, at(left) + done, tile);
+  }
 }
 
 template <class T>

@@ -50,7 +50,7 @@ class BlurredRows {
   }
 
  private:
-  T* Row(int32_t y) const { return ring_.data() + y % ringRows_ * rowSamples_; }
+  T* Row(int32_t y) const { return rowsStart_ + y % ringRows_ * stride_; }
   void FilterRow(int32_t y);
   void FilterPart(int32_t y, int32_t left, int32_t right, T* out);
 
@@ -59,10 +59,11 @@ class BlurredRows {
   Geometry geometry_;
   Region region_;
   BlurWeights weights_;
-  size_t rowSamples_ = 0;
+  size_t rowSamples_ = 0, stride_ = 0;  // of a row, and from one row in the ring to the next
   int32_t blockTop_ = 0, blockRows_ = 0;
   int32_t ringRows_ = 0, filteredEnd_ = 0;
-  Scratch<T> ring_;                                   // rows blurred along themselves, row y in slot y % ringRows_
+  Scratch<T> ring_;  // rows blurred along themselves, row y in slot y % ringRows_
+  T* rowsStart_ = nullptr;
   Scratch<T> line_;                                   // a part of a source row with its surroundings
   const T* shifted_[2 * kMaxBlurReach + 1];           // the line, seen from each tap
   const T* rows_[2 * kMaxBlurReach + kMaxBlockRows];  // the block's rows in the ring and those within reach

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "core/cache.h"
 #include "filter/blurred_rows.h"
 
 namespace zel {
@@ -48,7 +49,10 @@ bool Blur(const T* source, T* destination, const Geometry& geometry, const Regio
   while (const int32_t ready = rows.NextBlock()) {
     for (size_t first = 0; first < rows.RowSamples(); first += kBlurTile) {
       const size_t count = std::min(kBlurTile, rows.RowSamples() - first);
-      for (int32_t i = 0; i < ready; ++i) rows.Sum(i, first, count, destination + rows.Offset(i) + first);
+      for (int32_t i = 0; i < ready; ++i) {
+        AskFor(destination + rows.Offset(i + 1 < ready ? i + 1 : i) + first, count);
+        rows.Sum(i, first, count, destination + rows.Offset(i) + first);
+      }
     }
   }
   return true;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/cache.h"
 #include "filter/blurred_rows.h"
 #include "filter/gaussian_blur.h"
 
@@ -39,8 +40,10 @@ bool Unsharp(const T* source, T* destination, const Geometry& geometry, const Re
     for (size_t first = 0; first < rows.RowSamples(); first += kBlurTile) {
       const size_t count = std::min(kBlurTile, rows.RowSamples() - first);
       for (int32_t i = 0; i < ready; ++i) {
+        const size_t offset = rows.Offset(i) + first, next = rows.Offset(i + 1 < ready ? i + 1 : i) + first;
+        AskFor(source + next, count);
+        AskFor(destination + next, count);
         rows.Sum(i, first, count, blurred);
-        const size_t offset = rows.Offset(i) + first;
         PushRow(source + offset, blurred, destination + offset, count, push);
       }
     }

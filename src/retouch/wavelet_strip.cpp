@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/cache.h"
+
 namespace zel {
 
 namespace {
@@ -25,11 +27,8 @@ size_t Channel::InMemory(size_t x, size_t y, size_t count) const {
 bool WaveletStrip::Allocate() {
   kernels_ = &ActiveKernels().wavelet;
   constexpr size_t kRings = 2 * ColumnLift::kRows * kRowLength;
-  constexpr size_t kCacheLine = 64 / sizeof(double);
-  if (!memory_.Allocate(2 * kLine + kRowLength + kRings + kCacheLine)) return false;
-  // Vectors that cross lines of the cache cost twice.
-  const size_t misplaced = reinterpret_cast<uintptr_t>(memory_.data()) / sizeof(double) % kCacheLine;
-  double* const memory = memory_.data() + (kCacheLine - misplaced) % kCacheLine;
+  if (!memory_.Allocate(2 * kLine + kRowLength + kRings + kCacheLine / sizeof(double))) return false;
+  double* const memory = AtCacheLine(memory_.data());
   low_ = memory + kReach + 4;
   high_ = low_ + kLine;
   lastRow_ = memory + 2 * kLine;
@@ -62,10 +61,8 @@ WaveletStrip::Span WaveletStrip::SpanOf(ptrdiff_t y) const {
 void WaveletStrip::LoadRow(ptrdiff_t y) {
   const Layer& layer = *layer_;
   const ptrdiff_t first = 2 * left_, end = std::min(2 * (left_ + pairs_ + kReach), layer.width);
-  // Rows lie too far apart for the processor to see them coming. (A function that only asks for memory would be taken
-  // for one without effect and dropped.)
   const Span ahead = SpanOf(std::min(y + kAhead, layer.height - 1));
-  for (size_t i = 0; i < ahead.bytes; i += 64) __builtin_prefetch(ahead.begin + i);
+  AskFor(ahead.begin, ahead.bytes);
   double* const carry = layer.carried + y * kCarried;
   if (left_ > 0) {
     std::memcpy(low_ - kReach, carry, kReach * sizeof(double));
@@ -170,7 +167,7 @@ void WaveletStrip::Rebuild(const Layer& layer, ptrdiff_t left, const double* low
     // but is on the right.
     const double* const in = low + y * half;
     const double* const ahead = low + std::min<ptrdiff_t>(y + kAhead / 2, height / 2 - 1) * half + left;
-    for (ptrdiff_t i = 0; i < pairs_; i += 8) __builtin_prefetch(ahead + i);
+    AskFor(ahead, static_cast<size_t>(pairs_));
     const ptrdiff_t begin = std::max<ptrdiff_t>(left - kMargin, 0), end = std::min(left + pairs_ + kMargin, half);
     double* const outLowLow = outLow + kMargin - left;
     kernels_->ScaleDoubles(in + begin, kInverseScales[0], outLowLow + begin, end - begin);
