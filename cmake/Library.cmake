@@ -32,11 +32,20 @@ zel_kernel_level(base)
 set(ZEL_KERNEL_OBJECTS $<TARGET_OBJECTS:zel_kernels_base>)
 if(ZEL_X86)
   zel_kernel_level(avx2 -mavx2)
-  if(MINGW)
-    # Windows aligns the stack to 16 bytes only, and g++ stores 32-byte temporaries there with aligned moves.
-    target_compile_options(zel_kernels_avx2 PRIVATE -Wa,-muse-unaligned-vector-move)
+  # Shuffles of bytes across the register came with processors that no longer slow down for wide registers.
+  zel_kernel_level(avx512 -mavx2 -mavx512f -mavx512bw -mavx512dq -mavx512vl -mavx512vbmi -mavx512vnni
+    -mprefer-vector-width=512)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    # g++ 12 says it of its own headers' undefined vectors.
+    target_compile_options(zel_kernels_avx512 PRIVATE -Wno-maybe-uninitialized)
   endif()
-  list(APPEND ZEL_KERNEL_OBJECTS $<TARGET_OBJECTS:zel_kernels_avx2>)
+  foreach(isa avx2 avx512)
+    if(MINGW)
+      # Windows aligns the stack to 16 bytes only, and g++ stores wider temporaries there with aligned moves.
+      target_compile_options(zel_kernels_${isa} PRIVATE -Wa,-muse-unaligned-vector-move)
+    endif()
+    list(APPEND ZEL_KERNEL_OBJECTS $<TARGET_OBJECTS:zel_kernels_${isa}>)
+  endforeach()
 endif()
 
 file(GLOB ZEL_SOURCES CONFIGURE_DEPENDS src/core/*.cpp src/tone/*.cpp src/filter/*.cpp src/color/*.cpp
@@ -48,7 +57,7 @@ else()
 endif()
 add_library(zel_objects OBJECT ${ZEL_SOURCES} src/simd/dispatch.cpp)
 zel_common(zel_objects)
-target_compile_definitions(zel_objects PRIVATE ZEL_BUILDING $<$<BOOL:${ZEL_X86}>:ZEL_HAS_AVX2>)
+target_compile_definitions(zel_objects PRIVATE ZEL_BUILDING $<$<BOOL:${ZEL_X86}>:ZEL_HAS_WIDE_X86>)
 
 # WebAssembly has no shared libraries: there both are static, under two names.
 set(ZEL_KIND SHARED)

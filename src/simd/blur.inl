@@ -60,61 +60,61 @@ static void SumWordsFlat(const uint16_t* const* rows, size_t first, const BlurWe
 }
 
 #if defined(__AVX2__)
-// Thirty-two sums of bytes in 16 bits, in the order of interleaved bytes: 0 to 7 and 16 to 23, 8 to 15 and 24 to 31.
+// The sums of a vector of bytes in 16 bits, those of every 16 bytes apart: 0 to 7 in the low, 8 to 15 in the high ones.
 // The whole sum is coarse * 2^fineBits + fine, so that folding and the last division lose nothing: the fine sum's
 // quotient by 2^fineBits is added to the coarse one, the rest stays.
 struct ByteSums {
-  __m256i coarseLow, coarseHigh, fineLow, fineHigh;
+  Wide coarseLow, coarseHigh, fineLow, fineHigh;
 };
 
 struct Folding {
   __m128i fineBits;
-  __m256i rest;
+  Wide rest;
 };
 
 static inline void Fold(ByteSums* sums, const Folding& by) {
-  sums->coarseLow = _mm256_add_epi16(sums->coarseLow, _mm256_srl_epi16(sums->fineLow, by.fineBits));
-  sums->coarseHigh = _mm256_add_epi16(sums->coarseHigh, _mm256_srl_epi16(sums->fineHigh, by.fineBits));
-  sums->fineLow = _mm256_and_si256(sums->fineLow, by.rest);
-  sums->fineHigh = _mm256_and_si256(sums->fineHigh, by.rest);
+  sums->coarseLow = ZEL_WIDE(add_epi16)(sums->coarseLow, ZEL_WIDE(srl_epi16)(sums->fineLow, by.fineBits));
+  sums->coarseHigh = ZEL_WIDE(add_epi16)(sums->coarseHigh, ZEL_WIDE(srl_epi16)(sums->fineHigh, by.fineBits));
+  sums->fineLow = ZEL_WIDE_BITS(and)(sums->fineLow, by.rest);
+  sums->fineHigh = ZEL_WIDE_BITS(and)(sums->fineHigh, by.rest);
 }
 
-static inline ByteSums WeighCentre(const uint8_t* centre, __m256i coarse, __m256i fine) {
-  const __m256i zero = _mm256_setzero_si256(), bytes = LoadVector(centre);
-  const __m256i low = _mm256_unpacklo_epi8(bytes, zero), high = _mm256_unpackhi_epi8(bytes, zero);
-  return {_mm256_mullo_epi16(low, coarse), _mm256_mullo_epi16(high, coarse), _mm256_mullo_epi16(low, fine),
-          _mm256_mullo_epi16(high, fine)};
+static inline ByteSums WeighCentre(const uint8_t* centre, Wide coarse, Wide fine) {
+  const Wide zero = ZEL_WIDE_BITS(setzero)(), bytes = LoadWide(centre);
+  const Wide low = ZEL_WIDE(unpacklo_epi8)(bytes, zero), high = ZEL_WIDE(unpackhi_epi8)(bytes, zero);
+  return {ZEL_WIDE(mullo_epi16)(low, coarse), ZEL_WIDE(mullo_epi16)(high, coarse), ZEL_WIDE(mullo_epi16)(low, fine),
+          ZEL_WIDE(mullo_epi16)(high, fine)};
 }
 
-static inline void AddFine(ByteSums* sums, const uint8_t* a, const uint8_t* b, __m256i fine) {
-  const __m256i va = LoadVector(a), vb = LoadVector(b);
-  sums->fineLow = _mm256_add_epi16(sums->fineLow, _mm256_maddubs_epi16(_mm256_unpacklo_epi8(va, vb), fine));
-  sums->fineHigh = _mm256_add_epi16(sums->fineHigh, _mm256_maddubs_epi16(_mm256_unpackhi_epi8(va, vb), fine));
+static inline void AddFine(ByteSums* sums, const uint8_t* a, const uint8_t* b, Wide fine) {
+  const Wide va = LoadWide(a), vb = LoadWide(b);
+  sums->fineLow = ZEL_WIDE(add_epi16)(sums->fineLow, ZEL_WIDE(maddubs_epi16)(ZEL_WIDE(unpacklo_epi8)(va, vb), fine));
+  sums->fineHigh = ZEL_WIDE(add_epi16)(sums->fineHigh, ZEL_WIDE(maddubs_epi16)(ZEL_WIDE(unpackhi_epi8)(va, vb), fine));
 }
 
-static inline void AddBoth(ByteSums* sums, const uint8_t* a, const uint8_t* b, __m256i coarse, __m256i fine) {
-  const __m256i va = LoadVector(a), vb = LoadVector(b);
-  const __m256i low = _mm256_unpacklo_epi8(va, vb), high = _mm256_unpackhi_epi8(va, vb);
-  sums->fineLow = _mm256_add_epi16(sums->fineLow, _mm256_maddubs_epi16(low, fine));
-  sums->fineHigh = _mm256_add_epi16(sums->fineHigh, _mm256_maddubs_epi16(high, fine));
-  sums->coarseLow = _mm256_add_epi16(sums->coarseLow, _mm256_maddubs_epi16(low, coarse));
-  sums->coarseHigh = _mm256_add_epi16(sums->coarseHigh, _mm256_maddubs_epi16(high, coarse));
+static inline void AddBoth(ByteSums* sums, const uint8_t* a, const uint8_t* b, Wide coarse, Wide fine) {
+  const Wide va = LoadWide(a), vb = LoadWide(b);
+  const Wide low = ZEL_WIDE(unpacklo_epi8)(va, vb), high = ZEL_WIDE(unpackhi_epi8)(va, vb);
+  sums->fineLow = ZEL_WIDE(add_epi16)(sums->fineLow, ZEL_WIDE(maddubs_epi16)(low, fine));
+  sums->fineHigh = ZEL_WIDE(add_epi16)(sums->fineHigh, ZEL_WIDE(maddubs_epi16)(high, fine));
+  sums->coarseLow = ZEL_WIDE(add_epi16)(sums->coarseLow, ZEL_WIDE(maddubs_epi16)(low, coarse));
+  sums->coarseHigh = ZEL_WIDE(add_epi16)(sums->coarseHigh, ZEL_WIDE(maddubs_epi16)(high, coarse));
 }
 
 static inline void StoreSums(ByteSums* sums, const Folding& by, uint8_t* out) {
   Fold(sums, by);
-  const __m256i low = _mm256_srli_epi16(sums->coarseLow, 7), high = _mm256_srli_epi16(sums->coarseHigh, 7);
-  _mm256_storeu_si256((__m256i*)out, _mm256_packus_epi16(low, high));
+  const Wide low = ZEL_WIDE(srli_epi16)(sums->coarseLow, 7), high = ZEL_WIDE(srli_epi16)(sums->coarseHigh, 7);
+  StoreWide(out, ZEL_WIDE(packus_epi16)(low, high));
 }
 
-// Sums of bytes at i and at j, 32 each.
-static inline void SumTwiceThirtyTwo(const uint8_t* const* rows, const BlurWeights& weights, size_t first, size_t i,
-                                     size_t j, uint8_t* out) {
+// Sums of bytes at i and at j, a vector each.
+static inline void SumBytesTwice(const uint8_t* const* rows, const BlurWeights& weights, size_t first, size_t i,
+                                 size_t j, uint8_t* out) {
   const int32_t reach = weights.reach, fineBits = weights.shift - 7;
-  const Folding by = {_mm_cvtsi32_si128(fineBits), _mm256_set1_epi16((short)((1 << fineBits) - 1))};
+  const Folding by = {_mm_cvtsi32_si128(fineBits), ZEL_WIDE(set1_epi16)((short)((1 << fineBits) - 1))};
   const uint8_t* const centre = rows[reach] + first;
-  const __m256i c = _mm256_set1_epi16((short)(weights.coarse[reach] & 255));
-  const __m256i f = _mm256_set1_epi16((short)(weights.fine[reach] & 255));
+  const Wide c = ZEL_WIDE(set1_epi16)((short)(weights.coarse[reach] & 255));
+  const Wide f = ZEL_WIDE(set1_epi16)((short)(weights.fine[reach] & 255));
   ByteSums one = WeighCentre(centre + i, c, f), two = WeighCentre(centre + j, c, f);
   int32_t k = 0;
   for (int32_t r = 0; r < weights.runs; ++r) {
@@ -127,8 +127,8 @@ static inline void SumTwiceThirtyTwo(const uint8_t* const* rows, const BlurWeigh
       for (; k < run.end; ++k) {
         const uint8_t* const a = rows[k] + first;
         const uint8_t* const b = rows[2 * reach - k] + first;
-        const __m256i fine = _mm256_set1_epi32((int32_t)weights.fine[k]);
-        const __m256i coarse = _mm256_set1_epi32((int32_t)weights.coarse[k]);
+        const Wide fine = ZEL_WIDE(set1_epi32)((int32_t)weights.fine[k]);
+        const Wide coarse = ZEL_WIDE(set1_epi32)((int32_t)weights.coarse[k]);
         AddBoth(&one, a + i, b + i, coarse, fine);
         AddBoth(&two, a + j, b + j, coarse, fine);
       }
@@ -136,7 +136,7 @@ static inline void SumTwiceThirtyTwo(const uint8_t* const* rows, const BlurWeigh
       for (; k < run.end; ++k) {
         const uint8_t* const a = rows[k] + first;
         const uint8_t* const b = rows[2 * reach - k] + first;
-        const __m256i fine = _mm256_set1_epi32((int32_t)weights.fine[k]);
+        const Wide fine = ZEL_WIDE(set1_epi32)((int32_t)weights.fine[k]);
         AddFine(&one, a + i, b + i, fine);
         AddFine(&two, a + j, b + j, fine);
       }
@@ -152,20 +152,20 @@ template <int kReach>
 static inline void SumBytesUnrolled(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out,
                                     size_t count) {
   const int32_t fineBits = weights.shift - 7;
-  const Folding by = {_mm_cvtsi32_si128(fineBits), _mm256_set1_epi16((short)((1 << fineBits) - 1))};
-  const __m256i c = _mm256_set1_epi16((short)(weights.coarse[kReach] & 255));
-  const __m256i f = _mm256_set1_epi16((short)(weights.fine[kReach] & 255));
+  const Folding by = {_mm_cvtsi32_si128(fineBits), ZEL_WIDE(set1_epi16)((short)((1 << fineBits) - 1))};
+  const Wide c = ZEL_WIDE(set1_epi16)((short)(weights.coarse[kReach] & 255));
+  const Wide f = ZEL_WIDE(set1_epi16)((short)(weights.fine[kReach] & 255));
   const uint8_t* row[2 * kReach + 1];
-  __m256i coarse[kReach], fine[kReach];
+  Wide coarse[kReach], fine[kReach];
   bool split[kReach];
   for (int32_t k = 0; k <= 2 * kReach; ++k) row[k] = rows[k] + first;
   for (int32_t k = 0; k < kReach; ++k) {
-    coarse[k] = _mm256_set1_epi32((int32_t)weights.coarse[k]);
-    fine[k] = _mm256_set1_epi32((int32_t)weights.fine[k]);
+    coarse[k] = ZEL_WIDE(set1_epi32)((int32_t)weights.coarse[k]);
+    fine[k] = ZEL_WIDE(set1_epi32)((int32_t)weights.fine[k]);
     split[k] = weights.coarse[k] != 0;
   }
-  for (size_t i = 0; i < count; i += 32) {
-    const size_t at = i + 32 <= count ? i : count - 32;
+  for (size_t i = 0; i < count; i += kWideBytes) {
+    const size_t at = i + kWideBytes <= count ? i : count - kWideBytes;
     ByteSums sums = WeighCentre(row[kReach] + at, c, f);
 #pragma GCC unroll 8
     for (int32_t k = 0; k < kReach; ++k) {
@@ -186,39 +186,39 @@ static bool NeedsFolding(const BlurWeights& weights) {
   return false;
 }
 
-// Sixteen sums of words in 32 bits, by signed 16-bit products: 32768 is taken from every sample, and what that takes
-// from the sum, 32768 times the sum of the weights, is where the sum starts.
+// The sums of a vector of words in 32 bits, by signed 16-bit products: 32768 is taken from every sample, and what that
+// takes from the sum, 32768 times the sum of the weights, is where the sum starts.
 struct WordSums {
-  __m256i low, high;
+  Wide low, high;
 };
 
-static inline void AddWordPair(WordSums* sums, const uint16_t* a, const uint16_t* b, __m256i weight) {
-  const __m256i half = _mm256_set1_epi16(-32768);
-  const __m256i va = _mm256_xor_si256(LoadVector(a), half), vb = _mm256_xor_si256(LoadVector(b), half);
-  sums->low = _mm256_add_epi32(sums->low, _mm256_madd_epi16(_mm256_unpacklo_epi16(va, vb), weight));
-  sums->high = _mm256_add_epi32(sums->high, _mm256_madd_epi16(_mm256_unpackhi_epi16(va, vb), weight));
+static inline void AddWordPair(WordSums* sums, const uint16_t* a, const uint16_t* b, Wide weight) {
+  const Wide half = ZEL_WIDE(set1_epi16)(-32768);
+  const Wide va = ZEL_WIDE_BITS(xor)(LoadWide(a), half), vb = ZEL_WIDE_BITS(xor)(LoadWide(b), half);
+  sums->low = ZEL_WIDE(add_epi32)(sums->low, ZEL_WIDE(madd_epi16)(ZEL_WIDE(unpacklo_epi16)(va, vb), weight));
+  sums->high = ZEL_WIDE(add_epi32)(sums->high, ZEL_WIDE(madd_epi16)(ZEL_WIDE(unpackhi_epi16)(va, vb), weight));
 }
 
 static inline void StoreSums(const WordSums& sums, __m128i shift, uint16_t* out) {
-  const __m256i low = _mm256_srl_epi32(sums.low, shift), high = _mm256_srl_epi32(sums.high, shift);
-  _mm256_storeu_si256((__m256i*)out, _mm256_packus_epi32(low, high));
+  const Wide low = ZEL_WIDE(srl_epi32)(sums.low, shift), high = ZEL_WIDE(srl_epi32)(sums.high, shift);
+  StoreWide(out, ZEL_WIDE(packus_epi32)(low, high));
 }
 
-// Sums of words at i and at j, 16 each.
-static inline void SumTwiceSixteen(const uint16_t* const* rows, const BlurWeights& weights, __m256i start, size_t first,
-                                   size_t i, size_t j, uint16_t* out) {
+// Sums of words at i and at j, a vector each.
+static inline void SumWordsTwice(const uint16_t* const* rows, const BlurWeights& weights, Wide start, size_t first,
+                                 size_t i, size_t j, uint16_t* out) {
   const int32_t reach = weights.reach;
   const __m128i shift = _mm_cvtsi32_si128(weights.shift);
   WordSums one = {start, start}, two = {start, start};
   // The centre counts twice with the weights w and 0.
   const uint16_t* const centre = rows[reach] + first;
-  const __m256i w = _mm256_set1_epi32(weights.taps[reach]);
+  const Wide w = ZEL_WIDE(set1_epi32)(weights.taps[reach]);
   AddWordPair(&one, centre + i, centre + i, w);
   AddWordPair(&two, centre + j, centre + j, w);
   for (int32_t k = 0; k < reach; ++k) {
     const uint16_t* const a = rows[k] + first;
     const uint16_t* const b = rows[2 * reach - k] + first;
-    const __m256i weight = _mm256_set1_epi16((short)weights.taps[k]);
+    const Wide weight = ZEL_WIDE(set1_epi16)((short)weights.taps[k]);
     AddWordPair(&one, a + i, b + i, weight);
     AddWordPair(&two, a + j, b + j, weight);
   }
@@ -227,16 +227,16 @@ static inline void SumTwiceSixteen(const uint16_t* const* rows, const BlurWeight
 }
 
 template <int kReach>
-static inline void SumWordsUnrolled(const uint16_t* const* rows, size_t first, const BlurWeights& weights,
-                                    __m256i start, uint16_t* out, size_t count) {
+static inline void SumWordsUnrolled(const uint16_t* const* rows, size_t first, const BlurWeights& weights, Wide start,
+                                    uint16_t* out, size_t count) {
   const __m128i shift = _mm_cvtsi32_si128(weights.shift);
-  const __m256i centre = _mm256_set1_epi32(weights.taps[kReach]);
+  const Wide centre = ZEL_WIDE(set1_epi32)(weights.taps[kReach]);
   const uint16_t* row[2 * kReach + 1];
-  __m256i weight[kReach];
+  Wide weight[kReach];
   for (int32_t k = 0; k <= 2 * kReach; ++k) row[k] = rows[k] + first;
-  for (int32_t k = 0; k < kReach; ++k) weight[k] = _mm256_set1_epi16((short)weights.taps[k]);
-  for (size_t i = 0; i < count; i += 16) {
-    const size_t at = i + 16 <= count ? i : count - 16;
+  for (int32_t k = 0; k < kReach; ++k) weight[k] = ZEL_WIDE(set1_epi16)((short)weights.taps[k]);
+  for (size_t i = 0; i < count; i += kWideWords) {
+    const size_t at = i + kWideWords <= count ? i : count - kWideWords;
     WordSums sums = {start, start};
     AddWordPair(&sums, row[kReach] + at, row[kReach] + at, centre);
 #pragma GCC unroll 8
@@ -249,11 +249,12 @@ static inline void SumWordsUnrolled(const uint16_t* const* rows, size_t first, c
 // A last vector that is not full starts earlier and sums some samples again, which no row notices.
 static void SumBytes(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out, size_t count) {
 #if defined(__AVX2__)
-  if (count >= 32) {
+  if (count >= kWideBytes) {
     if (weights.reach == 3 && !NeedsFolding(weights)) return SumBytesUnrolled<3>(rows, first, weights, out, count);
-    for (size_t i = 0; i < count; i += 64) {
-      const size_t at = i + 32 <= count ? i : count - 32, next = i + 64 <= count ? i + 32 : count - 32;
-      SumTwiceThirtyTwo(rows, weights, first, at, next, out);
+    const size_t last = count - kWideBytes;
+    for (size_t i = 0; i < count; i += 2 * kWideBytes) {
+      const size_t at = i < last ? i : last, next = i + kWideBytes < last ? i + kWideBytes : last;
+      SumBytesTwice(rows, weights, first, at, next, out);
     }
     return;
   }
@@ -264,14 +265,15 @@ static void SumBytes(const uint8_t* const* rows, size_t first, const BlurWeights
 static void SumWords(const uint16_t* const* rows, size_t first, const BlurWeights& weights, uint16_t* out,
                      size_t count) {
 #if defined(__AVX2__)
-  if (count >= 16) {
+  if (count >= kWideWords) {
     int32_t total = weights.taps[weights.reach];
     for (int32_t k = 0; k < weights.reach; ++k) total += 2 * weights.taps[k];
-    const __m256i start = _mm256_set1_epi32(total * 32768);
+    const Wide start = ZEL_WIDE(set1_epi32)(total * 32768);
     if (weights.reach == 3) return SumWordsUnrolled<3>(rows, first, weights, start, out, count);
-    for (size_t i = 0; i < count; i += 32) {
-      const size_t at = i + 16 <= count ? i : count - 16, next = i + 32 <= count ? i + 16 : count - 16;
-      SumTwiceSixteen(rows, weights, start, first, at, next, out);
+    const size_t last = count - kWideWords;
+    for (size_t i = 0; i < count; i += 2 * kWideWords) {
+      const size_t at = i < last ? i : last, next = i + kWideWords < last ? i + kWideWords : last;
+      SumWordsTwice(rows, weights, start, first, at, next, out);
     }
     return;
   }

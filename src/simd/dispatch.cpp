@@ -8,12 +8,13 @@ namespace {
 
 std::atomic<const Kernels*> activeKernels{nullptr};
 
-const Kernels* BestKernels() {
-#ifdef ZEL_HAS_AVX2
-  if (__builtin_cpu_supports("avx2")) return &avx2::kKernels;
-#endif
-  return &base::kKernels;
+#ifdef ZEL_HAS_WIDE_X86
+bool HasAvx512() {
+  return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+         __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl") &&
+         __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vnni");
 }
+#endif
 
 }  // namespace
 
@@ -21,7 +22,7 @@ const Kernels& ActiveKernels() {
   // Two threads that come first may both choose; they choose the same.
   const Kernels* kernels = activeKernels.load(std::memory_order_acquire);
   if (kernels == nullptr) {
-    kernels = BestKernels();
+    for (const Kernels* const* level = BuiltKernelLevels(); *level != nullptr; ++level) kernels = *level;
     activeKernels.store(kernels, std::memory_order_release);
   }
   return *kernels;
@@ -32,12 +33,13 @@ void SetActiveKernels(const Kernels* kernels) {
 }
 
 const Kernels* const* BuiltKernelLevels() {
-  static const Kernels* const withoutAvx2[] = {&base::kKernels, nullptr};
-#ifdef ZEL_HAS_AVX2
-  static const Kernels* const withAvx2[] = {&base::kKernels, &avx2::kKernels, nullptr};
-  if (__builtin_cpu_supports("avx2")) return withAvx2;
+  static const Kernels* const baseOnly[] = {&base::kKernels, nullptr};
+#ifdef ZEL_HAS_WIDE_X86
+  static const Kernels* const upToAvx2[] = {&base::kKernels, &avx2::kKernels, nullptr};
+  static const Kernels* const upToAvx512[] = {&base::kKernels, &avx2::kKernels, &avx512::kKernels, nullptr};
+  if (__builtin_cpu_supports("avx2")) return HasAvx512() ? upToAvx512 : upToAvx2;
 #endif
-  return withoutAvx2;
+  return baseOnly;
 }
 
 }  // namespace zel

@@ -175,8 +175,8 @@ struct Kernels {
 // The kernels of the best level that this processor has, chosen on the first call.
 const Kernels& ActiveKernels();
 
-// The levels that were built into this program, slowest first, ended by null. The plain scalar level is only
-// linked into tests and benchmarks, which append it themselves.
+// The levels that this program has and this processor runs, slowest first, ended by null. The plain scalar level is
+// only linked into tests and benchmarks, which append it themselves.
 const Kernels* const* BuiltKernelLevels();
 
 // Makes ActiveKernels() answer `kernels` from now on; null restores the automatic choice. For tests.
@@ -189,6 +189,9 @@ namespace base {
 extern const Kernels kKernels;
 }
 namespace avx2 {
+extern const Kernels kKernels;
+}
+namespace avx512 {
 extern const Kernels kKernels;
 }
 

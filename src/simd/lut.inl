@@ -1,6 +1,35 @@
 // Table lookups.
 
-#if defined(__AVX2__)
+#if defined(__AVX512VBMI__)
+
+typedef struct {
+  __m512i quarter[4];
+} Table;
+
+static inline Table LoadTable(const uint8_t* table) {
+  return {{LoadWide(table), LoadWide(table + 64), LoadWide(table + 128), LoadWide(table + 192)}};
+}
+
+// table[x] for 64 bytes: a shuffle of two registers looks up by the low seven bits, the top bit chooses between two.
+static inline __m512i LookUp(__m512i x, const Table& table) {
+  const __m512i lower = _mm512_permutex2var_epi8(table.quarter[0], x, table.quarter[1]);
+  const __m512i upper = _mm512_permutex2var_epi8(table.quarter[2], x, table.quarter[3]);
+  return _mm512_mask_blend_epi8(_mm512_movepi8_mask(x), lower, upper);
+}
+
+// a, b or c at the byte positions whose remainder by 3 is 0, 1 or 2.
+static inline __m512i Interwoven(__m512i a, __m512i b, __m512i c) {
+  const __mmask64 first = 0x9249249249249249ULL, second = 0x2492492492492492ULL;
+  return _mm512_mask_blend_epi8(first, _mm512_mask_blend_epi8(second, c, b), a);
+}
+
+#elif defined(__AVX2__)
+
+typedef const uint8_t* Table;
+
+static inline Table LoadTable(const uint8_t* table) {
+  return table;
+}
 
 static inline __m256i SixteenEntries(const uint8_t* table, int k) {
   return _mm256_broadcastsi128_si256(_mm_loadu_si128((const __m128i*)(table + 16 * k)));
@@ -30,13 +59,6 @@ static inline __m256i LookUp(__m256i x, const uint8_t* table) {
   return _mm256_blendv_epi8(quarter[0], quarter[1], bit6);
 }
 
-static inline __m256i Load32(const uint8_t* p) {
-  return _mm256_loadu_si256((const __m256i*)p);
-}
-static inline void Store32(uint8_t* p, __m256i v) {
-  _mm256_storeu_si256((__m256i*)p, v);
-}
-
 // a, b or c at the byte positions whose remainder by 3 is 0, 1 or 2.
 static inline __m256i Interwoven(__m256i a, __m256i b, __m256i c) {
   const __m256i first = _mm256_setr_epi8(-1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0,
@@ -48,10 +70,29 @@ static inline __m256i Interwoven(__m256i a, __m256i b, __m256i c) {
 
 #endif
 
+#if defined(__AVX2__)
+// Three vectors hold as many pixels as one holds bytes. That number is not divisible by 3, so every byte position has
+// another channel in each of the three: one channel of all fits into one vector without any byte moving, and goes back
+// the same way.
+static inline void MapThreeVectors(const uint8_t* in, uint8_t* out, const Table& t0, const Table& t1, const Table& t2) {
+  const Wide a = LoadWide(in);
+  // In the order of their channels at a position: 64 leaves 1 by division by 3, 32 leaves 2.
+  const bool ascending = kWideBytes % 3 == 1;
+  const Wide b = LoadWide(in + (ascending ? 1 : 2) * kWideBytes), c = LoadWide(in + (ascending ? 2 : 1) * kWideBytes);
+  const Wide r = LookUp(Interwoven(a, c, b), t0);
+  const Wide g = LookUp(Interwoven(b, a, c), t1);
+  const Wide u = LookUp(Interwoven(c, b, a), t2);
+  StoreWide(out, Interwoven(r, g, u));
+  StoreWide(out + (ascending ? 1 : 2) * kWideBytes, Interwoven(g, u, r));
+  StoreWide(out + (ascending ? 2 : 1) * kWideBytes, Interwoven(u, r, g));
+}
+#endif
+
 static void MapBytes(const uint8_t* in, uint8_t* out, size_t count, const uint8_t* table) {
   size_t i = 0;
 #if defined(__AVX2__)
-  for (; i + 32 <= count; i += 32) Store32(out + i, LookUp(Load32(in + i), table));
+  const Table entries = LoadTable(table);
+  for (; i + kWideBytes <= count; i += kWideBytes) StoreWide(out + i, LookUp(LoadWide(in + i), entries));
 #endif
   for (; i < count; ++i) out[i] = table[in[i]];
 }
@@ -66,16 +107,9 @@ static void MapBytes3(const uint8_t* in, uint8_t* out, size_t pixels, const uint
   const uint8_t* const t2 = tables[2];
   size_t i = 0;
 #if defined(__AVX2__)
-  // Three vectors hold 32 pixels. Since 32 leaves 2 by division by 3, every byte position has another channel in each
-  // of them: one channel of all three fits into one vector without any byte moving, and goes back the same way.
-  for (; i + 96 <= 3 * pixels; i += 96) {
-    const __m256i a = Load32(in + i), b = Load32(in + i + 32), c = Load32(in + i + 64);
-    const __m256i r = LookUp(Interwoven(a, b, c), t0);
-    const __m256i g = LookUp(Interwoven(c, a, b), t1);
-    const __m256i u = LookUp(Interwoven(b, c, a), t2);
-    Store32(out + i, Interwoven(r, g, u));
-    Store32(out + i + 32, Interwoven(u, r, g));
-    Store32(out + i + 64, Interwoven(g, u, r));
+  const Table table0 = LoadTable(t0), table1 = LoadTable(t1), table2 = LoadTable(t2);
+  for (; i + 3 * kWideBytes <= 3 * pixels; i += 3 * kWideBytes) {
+    MapThreeVectors(in + i, out + i, table0, table1, table2);
   }
 #endif
   for (; i < 3 * pixels; i += 3) {

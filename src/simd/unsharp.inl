@@ -15,19 +15,18 @@ static void PushBytesFlat(const uint8_t* in, const uint8_t* blurred, size_t from
 #if defined(__AVX2__)
 // excess * gain >> 7 as the upper half of (excess << 8) * (gain << 1), cut to what fits a byte: a greater step
 // saturates no less.
-static inline __m256i ByteSteps(__m256i shiftedExcess, __m256i doubledGain) {
-  return _mm256_min_epu16(_mm256_mulhi_epu16(shiftedExcess, doubledGain), _mm256_set1_epi16(255));
+static inline Wide ByteSteps(Wide shiftedExcess, Wide doubledGain) {
+  return ZEL_WIDE(min_epu16)(ZEL_WIDE(mulhi_epu16)(shiftedExcess, doubledGain), ZEL_WIDE(set1_epi16)(255));
 }
 
-static inline __m256i PushThirtyTwo(__m256i in, __m256i blurred, __m256i doubledGain, __m256i threshold) {
-  const __m256i zero = _mm256_setzero_si256();
-  const __m256i over = _mm256_subs_epu8(in, blurred), under = _mm256_subs_epu8(blurred, in);
-  const __m256i excess = _mm256_subs_epu8(_mm256_or_si256(over, under), threshold);
-  const __m256i steps = _mm256_packus_epi16(ByteSteps(_mm256_unpacklo_epi8(zero, excess), doubledGain),
-                                            ByteSteps(_mm256_unpackhi_epi8(zero, excess), doubledGain));
-  const __m256i isUp = _mm256_cmpeq_epi8(under, zero);  // where the two are equal the step is 0
-  const __m256i up = _mm256_and_si256(isUp, steps), down = _mm256_andnot_si256(isUp, steps);
-  return _mm256_subs_epu8(_mm256_adds_epu8(in, up), down);
+static inline Wide Pushed(Wide in, Wide blurred, Wide doubledGain, Wide threshold) {
+  const Wide zero = ZEL_WIDE_BITS(setzero)();
+  const Wide over = ZEL_WIDE(subs_epu8)(in, blurred), under = ZEL_WIDE(subs_epu8)(blurred, in);
+  const Wide excess = ZEL_WIDE(subs_epu8)(ZEL_WIDE_BITS(or)(over, under), threshold);
+  const Wide steps = ZEL_WIDE(packus_epi16)(ByteSteps(ZEL_WIDE(unpacklo_epi8)(zero, excess), doubledGain),
+                                            ByteSteps(ZEL_WIDE(unpackhi_epi8)(zero, excess), doubledGain));
+  const Wide up = WhereZero(under, steps);  // where the two are equal the step is 0
+  return ZEL_WIDE(subs_epu8)(ZEL_WIDE(adds_epu8)(in, up), ZEL_WIDE_BITS(xor)(steps, up));
 }
 #endif
 
@@ -36,11 +35,10 @@ static void PushBytes(const uint8_t* in, const uint8_t* blurred, uint8_t* out, s
   size_t i = 0;
 #if defined(__AVX2__)
   if (gain >= 0) {
-    const __m256i doubledGain = _mm256_set1_epi16((short)(uint16_t)(2 * gain));
-    const __m256i bytes = _mm256_set1_epi8((char)(uint8_t)(threshold > 255 ? 255 : threshold));
-    for (; i + 32 <= count; i += 32) {
-      const __m256i pushed = PushThirtyTwo(LoadVector(in + i), LoadVector(blurred + i), doubledGain, bytes);
-      _mm256_storeu_si256((__m256i*)(out + i), pushed);
+    const Wide doubledGain = ZEL_WIDE(set1_epi16)((short)(uint16_t)(2 * gain));
+    const Wide bytes = ZEL_WIDE(set1_epi8)((char)(uint8_t)(threshold > 255 ? 255 : threshold));
+    for (; i + kWideBytes <= count; i += kWideBytes) {
+      StoreWide(out + i, Pushed(LoadWide(in + i), LoadWide(blurred + i), doubledGain, bytes));
     }
   }
 #endif

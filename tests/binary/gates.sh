@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # What must hold of the built files themselves.
-# Usage: gates.sh elf LIBRARY DEF | pe DLL DEF OBJDUMP | avx2 OBJECT PLAIN-LIST
+# Usage: gates.sh elf LIBRARY DEF | pe DLL DEF OBJDUMP | kernels LEVEL OBJECT PLAIN-LIST
 set -euo pipefail
 fail() { echo "FAILED: $*"; exit 1; }
 # Lines of the first file that the second does not have, and the other way round.
@@ -22,16 +22,17 @@ pe) # Names are undecorated, each at its ordinal; the ordinals between them are 
   others=$(awk '/DLL Name:/ {print tolower($3)}' <<<"$table" | grep -vE '^(kernel32|msvcrt|user32)\.dll$|^api-ms-win' || true)
   [ -z "$others" ] || fail "needs $others"
   ;;
-avx2) # One global symbol, so that no inline function compiled for newer processors becomes everyone's copy.
-  globals=$(nm --defined-only -g "$2" | awk '{print $3}')
-  [ "$globals" = _ZN3zel4avx28kKernelsE ] || fail "the avx2 object defines $globals"
-  # Every function in the kernel table, or one that it calls, uses 32-byte registers, unless it is listed as plain.
+kernels) # One global symbol, so that no inline function compiled for newer processors becomes everyone's copy.
+  globals=$(nm --defined-only -g "$3" | awk '{print $3}')
+  [ "$globals" = "_ZN3zel${#2}${2}8kKernelsE" ] || fail "the $2 object defines $globals"
+  # Every function in the kernel table, or one that it calls, uses 32-byte registers or wider ones, unless it is listed
+  # as plain.
   same <({
-    readelf -rW "$2" | awk '/^Relocation section/ {on = /\.data\.rel\.ro|\.data/} on && /_64 / {print "kernel", $NF}'
-    nm --defined-only "$2" | awk '$2 == "t" {print "at", $1, $3}'
-    objdump -d --no-show-raw-insn "$2" | awk '
+    readelf -rW "$3" | awk '/^Relocation section/ {on = /\.data\.rel\.ro|\.data/} on && /_64 / {print "kernel", $NF}'
+    nm --defined-only "$3" | awk '$2 == "t" {print "at", $1, $3}'
+    objdump -d --no-show-raw-insn "$3" | awk '
       /^[0-9a-f]+ <.*>:$/ {name = $2; gsub(/[<>:]/, "", name)}
-      /%ymm/ {print "vector", name}
+      /%[yz]mm/ {print "vector", name}
       /(call|jmp) +[0-9a-f]+ </ {callee = $NF; gsub(/[<>]/, "", callee); sub(/\+0x.*/, "", callee); print "calls", name, callee}' | sort -u
   } | awk '
       $1 == "kernel" {sub(/^0x/, "", $2); offsets[sprintf("%016s", $2)] = 1}
@@ -48,6 +49,6 @@ avx2) # One global symbol, so that no inline function compiled for newer process
           if (name != "" && !found) print name
         }
       }' | c++filt | sed -E 's/.*::([A-Za-z0-9_]+)(<.*>)?\(.*/\1/' | sort -u) \
-    <(grep -v '^#' "$3" | sort -u) "kernels without vector code (left) and those that may be (right)"
+    <(grep -v '^#' "$4" | sort -u) "kernels without vector code (left) and those that may be (right)"
   ;;
 esac

@@ -100,7 +100,7 @@ TEST(BlendKernels, AgreeWithTheirFormulas) {
 TEST(BlendKernels, WriteExactlyTheirCount) {
   const TestImage picture({256, 8, 1, 8, false, 0});
   ExpectEveryLevelEqual([&](const Kernels& all, size_t count, size_t shift) {
-    std::vector<uint8_t> written(300, 0x5A);
+    std::vector<uint8_t> written(4 * kMostCount + 20, 0x5A);
     const uint8_t* const in = picture.desc()->data;
     uint8_t* const out = written.data() + shift;
     const BlendKernels& kernels = all.blend;

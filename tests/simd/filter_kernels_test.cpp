@@ -29,7 +29,7 @@ class FilterRun {
   const std::vector<std::vector<uint16_t>>& Results() const { return results_; }
 
  private:
-  static constexpr size_t kRowSamples = 128, kRows = 2 * kMaxBlurReach + 1;
+  static constexpr size_t kRowSamples = 256, kRows = 2 * kMaxBlurReach + 1;
 
   const uint16_t* Words(size_t row) const { return samples_.data() + row * kRowSamples + shift_; }
   const uint8_t* Bytes(size_t row) const {

@@ -17,15 +17,15 @@ std::vector<T> Noise(size_t count, uint32_t seed) {
   return values;
 }
 
-// One row through one or three tables at every level, every count up to 70 pixels and several alignments, apart and in
+// One row through one or three tables at every level, every count up to 130 pixels and several alignments, apart and in
 // place: exactly the formula, and nothing beside it.
 template <class T>
 void ExpectFormula(void (*LutKernels::*one)(const T*, T*, size_t, const T*),
                    void (*LutKernels::*three)(const T*, T*, size_t, const T* const[3])) {
   const size_t entries = sizeof(T) == 1 ? 256 : 65536;
-  const std::vector<T> table = Noise<T>(3 * entries, 1), in = Noise<T>(300, 2), unwritten(300, 0x5A);
+  const std::vector<T> table = Noise<T>(3 * entries, 1), in = Noise<T>(480, 2), unwritten(480, 0x5A);
   const T* const tables[3] = {table.data(), table.data() + entries, table.data() + 2 * entries};
-  for (size_t count = 0; count <= 210; ++count) {
+  for (size_t count = 0; count <= 390; ++count) {
     for (size_t at : {0, 1, 5, 32}) {
       const size_t whole = count / 3 * 3;
       std::vector<T> want(unwritten), want3(unwritten);
@@ -53,7 +53,7 @@ TEST(LutKernels, EqualTheFormulaForEveryLength) {
 TEST(LutKernels, FindEveryEntryAtEveryPosition) {
   const std::vector<uint8_t> table = Noise<uint8_t>(256, 3);
   for (const Kernels* const* level = BuiltKernelLevels(); *level != nullptr; ++level) {
-    for (int shift = 0; shift < 32; ++shift) {
+    for (int shift = 0; shift < 64; ++shift) {
       uint8_t in[256], out[256];
       for (int i = 0; i < 256; ++i) in[i] = static_cast<uint8_t>(i + shift);
       (*level)->lut.MapBytes(in, out, 256, table.data());

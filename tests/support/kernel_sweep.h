@@ -8,11 +8,14 @@
 
 namespace zel::test {
 
+// Two of the widest vectors and a tail.
+constexpr size_t kMostCount = 140;
+
 // `run(kernels, count, shift)` gives all that kernels write for one count and alignment, and a little more that they
 // must leave alone, as a vector.
 template <class Run>
 void ExpectEveryLevelEqual(const Run& run) {
-  for (size_t count = 0; count <= 70; ++count) {
+  for (size_t count = 0; count <= kMostCount; ++count) {
     for (size_t shift = 0; shift < 4; ++shift) {
       const auto expected = run(scalar::kKernels, count, shift);
       for (const Kernels* const* level = BuiltKernelLevels(); *level != nullptr; ++level) {
