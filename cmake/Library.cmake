@@ -37,7 +37,7 @@ if(ZEL_X86)
     -mprefer-vector-width=512)
   if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
     # g++ 12 says it of its own headers' undefined vectors.
-    target_compile_options(zel_kernels_avx512 PRIVATE -Wno-maybe-uninitialized)
+    target_compile_options(zel_kernels_avx512 PRIVATE -Wno-maybe-uninitialized -Wno-uninitialized)
   endif()
   foreach(isa avx2 avx512)
     if(MINGW)

@@ -19,6 +19,10 @@ int32_t ProfileInt(const char* file, const char* section, const char* key, int32
 // The same lookup in the text of an INI file that is already in memory.
 int32_t ProfileIntFromText(const char* text, size_t length, const char* section, const char* key, int32_t fallback);
 
+// Suggests large pages for memory that is not yet touched, where the system knows them. Mapping page after page costs
+// noise reduction an eighth of its time.
+void SuggestLargePages(void* memory, size_t bytes);
+
 // Shows a message and waits until it is dismissed: a message box on Windows, a line on standard error elsewhere.
 void ShowMessage(const char* text, const char* caption);
 

@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
@@ -69,6 +70,17 @@ int32_t ProfileInt(const char* file, const char* section, const char* key, int32
   }
   close(descriptor);
   return value;
+}
+
+void SuggestLargePages(void* memory, size_t bytes) {
+#ifdef MADV_HUGEPAGE
+  const uintptr_t page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+  const uintptr_t first = (reinterpret_cast<uintptr_t>(memory) + page - 1) / page * page;
+  const uintptr_t end = (reinterpret_cast<uintptr_t>(memory) + bytes) / page * page;
+  if (first < end) madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+#else
+  static_cast<void>(memory), static_cast<void>(bytes);
+#endif
 }
 
 void ShowMessage(const char* text, const char* caption) {

@@ -34,6 +34,8 @@ int32_t ProfileInt(const char* file, const char* section, const char* key, int32
   return static_cast<int32_t>(GetPrivateProfileIntA(section, key, fallback, file));
 }
 
+void SuggestLargePages(void*, size_t) {}
+
 void ShowMessage(const char* text, const char* caption) {
   MessageBoxA(GetFocus(), text, caption, MB_OK);
 }
