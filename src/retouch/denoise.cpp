@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/cache.h"
 #include "retouch/detail_curve.h"
 #include "retouch/wavelet_strip.h"
 
@@ -10,22 +11,12 @@ namespace zel {
 namespace {
 
 constexpr int32_t kMostLevels = 9;
+constexpr uint64_t kLineDoubles = kCacheLine / sizeof(double);
+constexpr uint64_t kLargeShare = 32;  // one of the channel's own details in so many finds room as it is
 
-// Values of the low-pass planes of all levels together: less than a third of the padded size.
-uint64_t LowPassSize(uint64_t width, uint64_t height, int32_t levels) {
-  uint64_t total = 0;
-  for (int32_t level = 1; level <= levels; ++level) total += (width >> level) * (height >> level);
-  return total;
-}
-
-void BuildTables(const DetailCounts* counts, int32_t strength, DetailTables& tables) {
+void BuildCurves(const DetailCounts* counts, int32_t strength, DetailCurves& curves) {
   const int32_t modes[kQuadrants] = {1, 1, 2};
-  const double scales[kQuadrants] = {kInverseScales[0], kInverseScales[1], kInverseScales[1]};
-  for (int32_t q = 0; q < kQuadrants; ++q) {
-    uint8_t curve[kDetailEntries];
-    BuildDetailCurve(counts[q].RobustMaximum(), strength, modes[q], curve);
-    for (int32_t k = 0; k < kDetailEntries; ++k) tables[q][k] = curve[k] * scales[q];
-  }
+  for (int32_t q = 0; q < kQuadrants; ++q) BuildDetailCurve(counts[q].RobustMaximum(), strength, modes[q], curves[q]);
 }
 
 // Nothing to decompose: samples go through unchanged.
@@ -51,36 +42,70 @@ class Pyramid {
     Layer layer;
     ptrdiff_t done;  // pairs of columns
     DetailCounts counts[kQuadrants];
-    DetailTables tables;
+    DetailCurves curves;
+    DetailStore store;
   };
 
   void Measure(int32_t level, ptrdiff_t columns);
   void Rebuild(int32_t level, ptrdiff_t columns);
 
   int32_t count_ = 0;
-  Scratch<double> planes_;
+  Scratch<double> values_;
+  Scratch<int16_t> details_;
+  Scratch<double> large_;
   Scratch<Level> levels_;  // of the one after the last there is only the layer, what remains
   WaveletStrip strip_;
 };
 
 bool Pyramid::Allocate(uint64_t width, uint64_t height, int32_t levels) {
   count_ = levels;
-  // All levels together are less than twice as high as the first one.
-  const uint64_t size = LowPassSize(width, height, levels) + 2 * height * WaveletStrip::kCarried;
-  if (size > PTRDIFF_MAX / sizeof(double) || !planes_.Allocate(static_cast<size_t>(size))) return false;
   if (!levels_.Allocate(static_cast<size_t>(levels) + 1) || !strip_.Allocate()) return false;
-  double* memory = planes_.data();
+  // First the sizes, then the places.
+  uint64_t values = kLineDoubles, details = 0, large = 0;
   for (int32_t l = 0; l <= levels; ++l) {
-    Layer layer;
-    layer.width = static_cast<ptrdiff_t>(width >> l);
-    layer.height = static_cast<ptrdiff_t>(height >> l);
+    Level& level = levels_[l];
+    const uint64_t levelWidth = width >> l, levelHeight = height >> l;
+    level.layer = Layer();
+    level.layer.width = static_cast<ptrdiff_t>(levelWidth);
+    level.layer.height = static_cast<ptrdiff_t>(levelHeight);
     if (l > 0) {
-      layer.plane = memory;
-      memory += layer.width * layer.height;
+      TiledPlane& plane = level.layer.plane;
+      plane.height = level.layer.height;
+      plane.stride = static_cast<ptrdiff_t>(TiledPlane::Stride(levelWidth));
+      plane.tiles = TiledPlane::Tiles(levelWidth);
+      // Only what remains after the last level is wanted as a whole.
+      if (l < levels) plane.tiles = std::min(plane.tiles, WaveletStrip::kLiveTiles);
+      values += plane.tiles * levelHeight * plane.stride;
     }
-    layer.carried = memory;
-    memory += layer.height * WaveletStrip::kCarried;
-    levels_[l].layer = layer;
+    if (l == levels) break;
+    const uint64_t stored = WaveletStrip::StoredDetails(levelWidth, levelHeight);
+    values += levelHeight * WaveletStrip::kCarried;
+    details += stored;
+    level.store.room = static_cast<size_t>(l == 0 ? stored / kLargeShare : stored);
+    large += level.store.room;
+  }
+  if (std::max(values, large) > PTRDIFF_MAX / sizeof(double) || details > PTRDIFF_MAX / sizeof(int16_t)) return false;
+  if (!values_.Allocate(static_cast<size_t>(values)) || !details_.Allocate(static_cast<size_t>(details)) ||
+      !large_.Allocate(static_cast<size_t>(large))) {
+    return false;
+  }
+  double* nextValue = AtCacheLine(values_.data());
+  int16_t* nextDetail = details_.data();
+  double* nextLarge = large_.data();
+  for (int32_t l = 0; l <= levels; ++l) {
+    Level& level = levels_[l];
+    if (l > 0) {
+      TiledPlane& plane = level.layer.plane;
+      plane.values = nextValue;
+      nextValue += plane.tiles * plane.height * plane.stride;
+    }
+    if (l == levels) break;
+    level.layer.carried = nextValue;
+    nextValue += level.layer.height * WaveletStrip::kCarried;
+    level.store.rounded = nextDetail;
+    nextDetail += WaveletStrip::StoredDetails(level.layer.width, level.layer.height);
+    level.store.large = nextLarge;
+    nextLarge += level.store.room;
   }
   return true;
 }
@@ -91,9 +116,9 @@ void Pyramid::Measure(int32_t level, ptrdiff_t columns) {
   Level& here = levels_[level];
   const Layer& below = levels_[level + 1].layer;
   while (here.done < below.width) {
-    const ptrdiff_t end = std::min(here.done + WaveletStrip::kPairs, below.width);
+    const ptrdiff_t end = std::min(here.done + kStripPairs, below.width);
     if (std::min(2 * (end + WaveletStrip::kReach), here.layer.width) > columns) return;
-    strip_.Measure(here.layer, here.done, below.plane, here.counts);
+    strip_.Measure(here.layer, here.done, below.plane, here.counts, here.store);
     here.done = end;
     Measure(level + 1, end);
   }
@@ -105,9 +130,9 @@ void Pyramid::Rebuild(int32_t level, ptrdiff_t columns) {
   Level& here = levels_[level];
   const Layer& below = levels_[level + 1].layer;
   while (2 * here.done < std::min(columns, here.layer.width)) {
-    const ptrdiff_t end = std::min(here.done + WaveletStrip::kPairs, below.width);
+    const ptrdiff_t end = std::min(here.done + kStripPairs, below.width);
     Rebuild(level + 1, end + static_cast<ptrdiff_t>(kLiftMargin));
-    strip_.Rebuild(here.layer, here.done, below.plane, here.tables);
+    strip_.Rebuild(here.layer, here.done, below.plane, here.curves, here.store);
     here.done = end;
   }
 }
@@ -119,11 +144,14 @@ void Pyramid::Denoise(const Channel& channel, int32_t strength) {
     const DetailCounts none(static_cast<uint64_t>(below.width) * below.height);
     std::fill_n(levels_[l].counts, static_cast<int32_t>(kQuadrants), none);
     levels_[l].done = 0;
+    levels_[l].store.taken = 0;
+    levels_[l].store.complete = true;
   }
   Measure(0, levels_[0].layer.width);
   for (int32_t l = 0; l < count_; ++l) {
-    BuildTables(levels_[l].counts, strength >> l, levels_[l].tables);
+    BuildCurves(levels_[l].counts, strength >> l, levels_[l].curves);
     levels_[l].done = 0;
+    levels_[l].store.taken = 0;
   }
   Rebuild(0, levels_[0].layer.width);
 }

@@ -1,28 +1,44 @@
 #include "retouch/detail_curve.h"
 
 #include <algorithm>
-#include <cmath>
+#include <cstdlib>
 
 #include "core/curve.h"
 
 namespace zel {
 
+namespace {
+
+// The largest magnitude, 255 at most.
+int32_t MostOf(const int16_t* rounded, size_t count) {
+  int16_t most = 0;
+  for (size_t i = 0; i < count; ++i) {
+    const int16_t negated = static_cast<int16_t>(-rounded[i]), magnitude = rounded[i] > negated ? rounded[i] : negated;
+    most = magnitude > most ? magnitude : most;
+  }
+  return std::min<int32_t>(most, kDetailEntries - 1);
+}
+
+}  // namespace
+
 void DetailCounts::Count(int32_t magnitude) {
-  if (magnitude < floor_) return;
   ++counts_[magnitude];
   ++reached_;
   while (floor_ < kDetailEntries - 1 && reached_ - counts_[floor_] > cut_) reached_ -= counts_[floor_++];
 }
 
-void DetailCounts::Add(const WaveletKernels& kernels, const double* in, double scale, size_t count) {
-  // Short enough that most blocks hold none of the largest details.
-  constexpr size_t kBlock = 64;
+void DetailCounts::Add(const int16_t* rounded, size_t count, int32_t most) {
+  // When enough details reach the floor, more that just reach it change nothing.
+  const auto wanted = [&] { return reached_ > cut_ ? floor_ + 1 : floor_; };
+  if (std::min(most, kDetailEntries - 1) < wanted()) return;
+  // Few details are wanted, so most of them are passed over a vector at a time.
+  constexpr size_t kBlock = 32;
   for (size_t first = 0; first < count; first += kBlock) {
     const size_t end = std::min(first + kBlock, count);
-    // A magnitude rounds to the floor from one half below; the other quarter outweighs every rounding of this bound.
-    if (!kernels.AnyReaches(in + first, (floor_ - 0.75) / scale, end - first)) continue;
+    if (MostOf(rounded + first, end - first) < wanted()) continue;
     for (size_t i = first; i < end; ++i) {
-      Count(static_cast<int32_t>(std::min(std::fabs(in[i] * scale) + 0.5, kDetailEntries - 1.0)));
+      const int32_t magnitude = std::min(std::abs(rounded[i]), kDetailEntries - 1);
+      if (magnitude >= wanted()) Count(magnitude);
     }
   }
 }

@@ -5,8 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "simd/kernels.h"
-
 namespace zel {
 
 // Details are taken by their rounded magnitude; those of 256 and above stay as they are.
@@ -18,8 +16,8 @@ class DetailCounts {
  public:
   explicit DetailCounts(uint64_t area = 0) : cut_(area < 2048 ? 1 : area >> 11) {}
 
-  // Counts in[i] * scale. Rounded magnitudes from 255 on are counted as one.
-  void Add(const WaveletKernels& kernels, const double* in, double scale, size_t count);
+  // Counts details by their rounded magnitudes, none of which is above `most`. Those from 255 on are counted as one.
+  void Add(const int16_t* rounded, size_t count, int32_t most);
 
   // The largest magnitude that more than one in 2048 details reach, at least two of them; 0 when that is below 1.
   int32_t RobustMaximum() const;

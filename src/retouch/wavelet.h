@@ -39,11 +39,12 @@ class ColumnLift {
  public:
   static constexpr size_t kRows = 8;
 
-  // `rows` holds kRows x `length` values.
-  ColumnLift(const WaveletKernels& kernels, const double* steps, double* rows, size_t length, ptrdiff_t height)
-      : kernels_(kernels), steps_(steps), rows_(rows), length_(length), height_(height) {}
+  // `rows` holds kRows rows of `length` values, `stride` apart.
+  ColumnLift(const WaveletKernels& kernels, const double* steps, double* rows, size_t stride, size_t length,
+             ptrdiff_t height)
+      : kernels_(kernels), steps_(steps), rows_(rows), stride_(stride), length_(length), height_(height) {}
 
-  double* Row(ptrdiff_t y) const { return rows_ + static_cast<size_t>(y) % kRows * length_; }
+  double* Row(ptrdiff_t y) const { return rows_ + static_cast<size_t>(y) % kRows * stride_; }
 
   // Takes in row y and the one before it. Rows y - 3 and y - 4 are then what the transform makes of them; row y - 3 may
   // be read but not changed. To be called for every other y in ascending order, and beyond the last row until all are
@@ -54,7 +55,7 @@ class ColumnLift {
   const WaveletKernels& kernels_;
   const double* steps_;
   double* rows_;
-  size_t length_;
+  size_t stride_, length_;
   ptrdiff_t height_;
 };
 

@@ -1,6 +1,7 @@
 #include "retouch/wavelet_strip.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 #include "core/cache.h"
@@ -13,10 +14,31 @@ namespace {
 constexpr ptrdiff_t kMargin = kLiftMargin;
 constexpr ptrdiff_t kReach = WaveletStrip::kReach;
 constexpr ptrdiff_t kAhead = 6;  // rows from asking for one to reading it
-constexpr ptrdiff_t kLine = WaveletStrip::kPairs + 2 * kReach + 8;
-constexpr ptrdiff_t kRowLength = 2 * (WaveletStrip::kPairs + 2 * kMargin);
+constexpr ptrdiff_t kLine = (kStripPairs + kReach) / 8 * 8 + 24;
+constexpr ptrdiff_t kLineDoubles = kCacheLine / sizeof(double);
+// The low and the high half of a row start a line of the cache each, and rows are not a power of two apart, which the
+// first-level cache would take for one place.
+constexpr ptrdiff_t kRowLength = 2 * (kStripPairs + 2 * kMargin + kLineDoubles);
+// Of the quadrants.
+constexpr double kDetailScales[kQuadrants] = {kForwardScales[0], kForwardScales[1], kForwardScales[1]};
+constexpr double kShrunkScales[kQuadrants] = {kInverseScales[0], kInverseScales[1], kInverseScales[1]};
+
+void KeepLarge(const double* details, double scale, const int16_t* rounded, ptrdiff_t count, DetailStore& store) {
+  for (ptrdiff_t i = 0; i < count && store.complete; ++i) {
+    if (std::abs(rounded[i]) < kDetailEntries) continue;
+    if (store.taken < store.room) {
+      store.large[store.taken++] = details[i] * scale;
+    } else {
+      store.complete = false;
+    }
+  }
+}
 
 }  // namespace
+
+uint64_t TiledPlane::Stride(uint64_t width) {
+  return (std::min<uint64_t>(width, kStripPairs) + kLineDoubles - 1) / kLineDoubles * kLineDoubles;
+}
 
 size_t Channel::InMemory(size_t x, size_t y, size_t count) const {
   const size_t step = static_cast<size_t>(geometry.channels);
@@ -29,7 +51,7 @@ bool WaveletStrip::Allocate() {
   constexpr size_t kRings = 2 * ColumnLift::kRows * kRowLength;
   if (!memory_.Allocate(2 * kLine + kRowLength + kRings + kCacheLine / sizeof(double))) return false;
   double* const memory = AtCacheLine(memory_.data());
-  low_ = memory + kReach + 4;
+  low_ = memory + 2 * kLineDoubles;
   high_ = low_ + kLine;
   lastRow_ = memory + 2 * kLine;
   forwardRows_ = lastRow_ + kRowLength;
@@ -40,20 +62,9 @@ bool WaveletStrip::Allocate() {
 void WaveletStrip::Begin(const Layer& layer, ptrdiff_t left) {
   layer_ = &layer;
   left_ = left;
-  pairs_ = std::min(kPairs, layer.width / 2 - left);
+  pairs_ = std::min(kStripPairs, layer.width / 2 - left);
   wide_ = pairs_ + 2 * kMargin;
-}
-
-// The memory that row y of the strip lies in.
-WaveletStrip::Span WaveletStrip::SpanOf(ptrdiff_t y) const {
-  if (layer_->plane != nullptr) {
-    return {reinterpret_cast<const char*>(layer_->plane + y * layer_->width + 2 * left_), 2 * pairs_ * sizeof(double)};
-  }
-  const Geometry& geometry = layer_->channel.geometry;
-  const ptrdiff_t x = std::min<ptrdiff_t>(2 * left_, geometry.width - 1);
-  const int32_t row = static_cast<int32_t>(std::min<ptrdiff_t>(y, geometry.height - 1));
-  return {reinterpret_cast<const char*>(layer_->channel.source) + geometry.RowOffset(row) + x * geometry.channels,
-          static_cast<size_t>(std::min<ptrdiff_t>(2 * pairs_, geometry.width - x) * geometry.channels)};
+  half_ = (wide_ + kLineDoubles - 1) / kLineDoubles * kLineDoubles;
 }
 
 // Reads row y of the strip and kReach pairs on either side. The pairs on the left come from what the strip before it
@@ -61,16 +72,19 @@ WaveletStrip::Span WaveletStrip::SpanOf(ptrdiff_t y) const {
 void WaveletStrip::LoadRow(ptrdiff_t y) {
   const Layer& layer = *layer_;
   const ptrdiff_t first = 2 * left_, end = std::min(2 * (left_ + pairs_ + kReach), layer.width);
-  const Span ahead = SpanOf(std::min(y + kAhead, layer.height - 1));
-  AskFor(ahead.begin, ahead.bytes);
   double* const carry = layer.carried + y * kCarried;
   if (left_ > 0) {
     std::memcpy(low_ - kReach, carry, kReach * sizeof(double));
     std::memcpy(high_ - kReach, carry + kReach, kReach * sizeof(double));
   }
 
-  if (layer.plane != nullptr) {
-    kernels_->SplitDoubles(layer.plane + y * layer.width + first, low_, high_, static_cast<size_t>(end - first) / 2);
+  if (layer.plane.values != nullptr) {
+    for (ptrdiff_t x = first; x < end; x += kStripPairs) {
+      const ptrdiff_t done = (x - first) / 2, pairs = std::min(kStripPairs, end - x) / 2;
+      const double* const in = layer.plane.Row(x / kStripPairs, y);
+      AskFor(in + std::min(kAhead, layer.height - 1 - y) * layer.plane.stride, static_cast<size_t>(2 * pairs));
+      kernels_->SplitDoubles(in, low_ + done, high_ + done, pairs);
+    }
   } else {
     const Channel& channel = layer.channel;
     const ptrdiff_t inside = std::min<ptrdiff_t>(end, channel.geometry.width);
@@ -79,6 +93,8 @@ void WaveletStrip::LoadRow(ptrdiff_t y) {
     if (inside > first) {
       const size_t count = channel.InMemory(first, y, inside - first);
       const uint8_t* const in = channel.source + channel.geometry.RowOffset(static_cast<int32_t>(y)) + channel.offset;
+      const ptrdiff_t ahead = std::min<ptrdiff_t>(kAhead, channel.geometry.height - 1 - y);
+      AskFor(in + ahead * channel.geometry.stride + first * step, count * step);
       kernels_->SplitBytes(in + first * step, step, low_, high_, count / 2);
       if (count % 2 != 0) low_[count / 2] = in[(first + count - 1) * step];
       for (x = first + count; x < inside; ++x) At(x) = channel.lastByte;
@@ -96,10 +112,15 @@ void WaveletStrip::LoadRow(ptrdiff_t y) {
 
 void WaveletStrip::StoreRow(ptrdiff_t y, const double* row) {
   const Layer& layer = *layer_;
-  LiftInverse97(*kernels_, row + kMargin, row + wide_ + kMargin, low_, high_, pairs_);
+  // One further, so that the value before it starts a line of the cache.
+  double* const high = high_ + 1;
+  LiftInverse97(*kernels_, row + kMargin, row + half_ + kMargin, low_, high, pairs_);
   const ptrdiff_t first = 2 * left_;
-  if (layer.plane != nullptr) {
-    kernels_->JoinDoubles(low_, high_, layer.plane + y * layer.width + first, pairs_);
+  if (layer.plane.values != nullptr) {
+    for (ptrdiff_t done = 0; done < pairs_; done += kStripPairs / 2) {
+      double* const out = layer.plane.Row((first + 2 * done) / kStripPairs, y);
+      kernels_->JoinDoubles(low_ + done, high + done, out, std::min(kStripPairs / 2, pairs_ - done));
+    }
     return;
   }
   const Channel& channel = layer.channel;
@@ -109,28 +130,30 @@ void WaveletStrip::StoreRow(ptrdiff_t y, const double* row) {
   const size_t count = channel.InMemory(first, y, end - first);
   uint8_t* const out =
       channel.destination + channel.geometry.RowOffset(static_cast<int32_t>(y)) + channel.offset + first * step;
-  kernels_->JoinBytes(low_, high_, out, step, count / 2);
+  const ptrdiff_t ahead = std::min<ptrdiff_t>(kAhead, channel.geometry.height - 1 - y);
+  AskFor(out + ahead * channel.geometry.stride, count * step);
+  kernels_->JoinBytes(low_, high, out, step, count / 2);
   if (count % 2 != 0) kernels_->JoinBytes(low_ + count / 2, low_ + count / 2, out + (count - 1) * step, 0, 1);
 }
 
 // Runs the forward transform down the strip and hands over every pair of rows, low-pass and high-pass, that are
-// complete but for the columns' scale. Each holds its low-pass values and, wide_ further, its high-pass values, both
+// complete but for the columns' scale. Each holds its low-pass values and, half_ further, its high-pass values, both
 // from kMargin pairs left of the strip on.
 template <class Consumer>
 void WaveletStrip::Transform(const Consumer& consumer) {
   const ptrdiff_t height = layer_->height;
   // Rows below the image repeat its last one, which may be overwritten when their turn comes.
-  const ptrdiff_t last = layer_->plane != nullptr ? height - 1 : layer_->channel.geometry.height - 1;
-  const ColumnLift lift(*kernels_, kForwardSteps, forwardRows_, 2 * wide_, height);
+  const ptrdiff_t last = layer_->plane.values != nullptr ? height - 1 : layer_->channel.geometry.height - 1;
+  const ColumnLift lift(*kernels_, kForwardSteps, forwardRows_, kRowLength, half_ + wide_, height);
   const auto load = [&](ptrdiff_t y) {
     if (y < 0 || y >= height) return;
     double* const row = lift.Row(y);
     if (y <= last) {
       LoadRow(y);
-      LiftForward97(*kernels_, low_ - kMargin, high_ - kMargin, row, row + wide_, wide_);
-      if (y == last) std::memcpy(lastRow_, row, 2 * wide_ * sizeof(double));
+      LiftForward97(*kernels_, low_ - kMargin, high_ - kMargin, row, row + half_, wide_);
+      if (y == last) std::memcpy(lastRow_, row, (half_ + wide_) * sizeof(double));
     } else {
-      std::memcpy(row, lastRow_, 2 * wide_ * sizeof(double));
+      std::memcpy(row, lastRow_, (half_ + wide_) * sizeof(double));
     }
   };
   for (ptrdiff_t y = 0; y < height + 4; y += 2) {
@@ -141,45 +164,86 @@ void WaveletStrip::Transform(const Consumer& consumer) {
   }
 }
 
-void WaveletStrip::Measure(const Layer& layer, ptrdiff_t left, double* low, DetailCounts* counts) {
-  Begin(layer, left);
-  Transform([&](ptrdiff_t y, const double* lowRow, const double* highRow) {
-    kernels_->ScaleDoubles(lowRow + kMargin, kForwardScales[0], low + y * (layer.width / 2) + left, pairs_);
-    counts[kRight].Add(*kernels_, lowRow + wide_ + kMargin, kForwardScales[0], pairs_);
-    counts[kBelow].Add(*kernels_, highRow + kMargin, kForwardScales[1], pairs_);
-    counts[kDiagonal].Add(*kernels_, highRow + wide_ + kMargin, kForwardScales[1], pairs_);
-  });
+uint64_t WaveletStrip::StoredDetails(uint64_t width, uint64_t height) {
+  const uint64_t pairs = width / 2, strips = (pairs + kStripPairs - 1) / kStripPairs;
+  return kQuadrants * (height / 2) * (pairs + strips * 2 * kMargin);
 }
 
-void WaveletStrip::Rebuild(const Layer& layer, ptrdiff_t left, const double* low, const DetailTables& tables) {
+// Where the store has the details of row y of the strip, one quadrant after the other, wide_ values each.
+int16_t* WaveletStrip::DetailRows(const DetailStore& store, ptrdiff_t y) const {
+  const ptrdiff_t before = left_ / kStripPairs * (kStripPairs + 2 * kMargin) * (layer_->height / 2);
+  return store.rounded + kQuadrants * (before + y * wide_);
+}
+
+void WaveletStrip::Measure(const Layer& layer, ptrdiff_t left, const TiledPlane& low, DetailCounts* counts,
+                           DetailStore& store) {
+  Begin(layer, left);
+  int32_t most[kQuadrants] = {};
+  // A row is counted when the next one is there, since reading what was just written would wait for it.
+  const auto count = [&](ptrdiff_t y) {
+    const int16_t* const rounded = DetailRows(store, y);
+    for (int32_t q = 0; q < kQuadrants; ++q) counts[q].Add(rounded + q * wide_ + kMargin, pairs_, most[q]);
+  };
+  Transform([&](ptrdiff_t y, const double* lowRow, const double* highRow) {
+    if (y > 0) count(y - 1);
+    kernels_->ScaleDoubles(lowRow + kMargin, kForwardScales[0], low.Row(left / kStripPairs, y), pairs_);
+    const double* const details[kQuadrants] = {lowRow + half_, highRow, highRow + half_};
+    int16_t* rounded = DetailRows(store, y);
+    for (int32_t q = 0; q < kQuadrants; ++q, rounded += wide_) {
+      most[q] = kernels_->RoundDetails(details[q], kDetailScales[q], rounded, wide_);
+      if (most[q] == kDetailEntries) KeepLarge(details[q], kDetailScales[q], rounded, wide_, store);
+    }
+  });
+  count(layer.height / 2 - 1);
+}
+
+void WaveletStrip::Rebuild(const Layer& layer, ptrdiff_t left, const TiledPlane& low, const DetailCurves& curves,
+                           DetailStore& store) {
   Begin(layer, left);
   const ptrdiff_t half = layer.width / 2, height = layer.height;
-  const ColumnLift back(*kernels_, kInverseSteps, inverseRows_, 2 * wide_, height);
+  const ColumnLift back(*kernels_, kInverseSteps, inverseRows_, kRowLength, half_ + wide_, height);
   const auto take = [&](ptrdiff_t y) {
     back.Take(y);
     if (y >= 5 && y - 4 < height) StoreRow(y - 4, back.Row(y - 4));
     if (y >= 3 && y - 3 < height) StoreRow(y - 3, back.Row(y - 3));
   };
-  Transform([&](ptrdiff_t y, const double* lowRow, const double* highRow) {
+  // With the details themselves, or none where the store has all that is needed.
+  const auto rebuild = [&](ptrdiff_t y, const double* const* details) {
     double* const outLow = back.Row(2 * y);
     double* const outHigh = back.Row(2 * y + 1);
     // Low-pass values are mirrored about even samples: the one at either end of the row is not repeated on the left,
     // but is on the right.
-    const double* const in = low + y * half;
-    const double* const ahead = low + std::min<ptrdiff_t>(y + kAhead / 2, height / 2 - 1) * half + left;
-    AskFor(ahead, static_cast<size_t>(pairs_));
-    const ptrdiff_t begin = std::max<ptrdiff_t>(left - kMargin, 0), end = std::min(left + pairs_ + kMargin, half);
-    double* const outLowLow = outLow + kMargin - left;
-    kernels_->ScaleDoubles(in + begin, kInverseScales[0], outLowLow + begin, end - begin);
-    for (ptrdiff_t x = left - kMargin; x < begin; ++x) outLowLow[x] = outLowLow[-x];
-    for (ptrdiff_t x = end; x < left + pairs_ + kMargin; ++x) outLowLow[x] = outLowLow[2 * half - 1 - x];
-    kernels_->ShrinkDetails(lowRow + wide_, kForwardScales[0], tables[kRight], kInverseScales[0], outLow + wide_,
-                            wide_);
-    kernels_->ShrinkDetails(highRow, kForwardScales[1], tables[kBelow], kInverseScales[1], outHigh, wide_);
-    kernels_->ShrinkDetails(highRow + wide_, kForwardScales[1], tables[kDiagonal], kInverseScales[1], outHigh + wide_,
-                            wide_);
+    double* const lows = outLow + kMargin - left;
+    const ptrdiff_t tile = left / kStripPairs, later = std::min(y + kAhead / 2, height / 2 - 1);
+    AskFor(low.Row(tile, later), static_cast<size_t>(pairs_));
+    if (left > 0) AskFor(low.Row(tile - 1, later) + kStripPairs - kMargin, 1);
+    if (left + pairs_ < half) AskFor(low.Row(tile + 1, later), 1);
+    kernels_->ScaleDoubles(low.Row(tile, y), kInverseScales[0], lows + left, pairs_);
+    for (ptrdiff_t x = left - kMargin; x < left; ++x) lows[x] = x < 0 ? lows[-x] : low.At(x, y) * kInverseScales[0];
+    for (ptrdiff_t x = left + pairs_; x < left + pairs_ + kMargin; ++x) {
+      lows[x] = x < half ? low.At(x, y) * kInverseScales[0] : lows[2 * half - 1 - x];
+    }
+    double* const shrunk[kQuadrants] = {outLow + half_, outHigh, outHigh + half_};
+    int16_t* rounded = DetailRows(store, y);
+    for (int32_t q = 0; q < kQuadrants; ++q, rounded += wide_) {
+      if (details != nullptr) kernels_->RoundDetails(details[q], kDetailScales[q], rounded, wide_);
+      if (!kernels_->ExpandDetails(rounded, curves[q], kShrunkScales[q], shrunk[q], wide_)) continue;
+      for (ptrdiff_t i = 0; i < wide_; ++i) {
+        if (std::abs(rounded[i]) < kDetailEntries) continue;
+        const double detail = details != nullptr ? details[q][i] * kDetailScales[q] : store.large[store.taken++];
+        shrunk[q][i] = detail * kShrunkScales[q];
+      }
+    }
     take(2 * y + 1);
-  });
+  };
+  if (store.complete) {
+    for (ptrdiff_t y = 0; y < height / 2; ++y) rebuild(y, nullptr);
+  } else {
+    Transform([&](ptrdiff_t y, const double* lowRow, const double* highRow) {
+      const double* const details[kQuadrants] = {lowRow + half_, highRow, highRow + half_};
+      rebuild(y, details);
+    });
+  }
   take(height + 1);
   take(height + 3);
 }

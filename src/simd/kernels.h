@@ -144,18 +144,18 @@ struct WaveletKernels {
   void (*LiftRows)(const double* r0, double* r1, double* r2, double* r3, double* r4, const double* r5, const double* c,
                    size_t count);
   // The same four steps along a row of samples even[0], odd[0], even[1], ...: odd samples between their even neighbours
-  // first. The results are scaled on their way out, by scales[0] the even and by scales[1] the odd ones. Three more
-  // pairs are read before the first pair and two behind the last, where the first one does not matter; the inputs are
+  // first. The results are scaled on their way out, by scales[0] the even and by scales[1] the odd ones. Seven more
+  // pairs are read before the first pair, where only the last two matter, and two behind the last; the inputs are
   // spoilt. Outputs are other memory than the inputs.
   void (*LiftThenScale)(double* even, double* odd, const double* c, const double* scales, double* outEven,
                         double* outOdd, size_t pairs);
   // The same with the inputs scaled before the steps and kept. The outputs are spoilt two pairs beyond either end.
   void (*ScaleThenLift)(const double* even, const double* odd, const double* c, const double* scales, double* outEven,
                         double* outOdd, size_t pairs);
-  // Whether any magnitude is `bound` or more.
-  uint32_t (*AnyReaches)(const double* in, double bound, size_t count);
-  // With c = in[i] * scale and r = |c| + 0.5: out[i] = r < 256 ? sign(c) * table[trunc(r)] : c * back.
-  void (*ShrinkDetails)(const double* in, double scale, const double* table, double back, double* out, size_t count);
+  // With c = in[i] * scale: out[i] = sign(c) * min(trunc(|c| + 0.5), 256). Returns the largest magnitude, or 0.
+  int32_t (*RoundDetails)(const double* in, double scale, int16_t* out, size_t count);
+  // out[i] = sign(in[i]) * curve[min(|in[i]|, 255)] * scale, where curve[0] is 0. Whether any magnitude is 256.
+  uint32_t (*ExpandDetails)(const int16_t* in, const uint8_t* curve, double scale, double* out, size_t count);
 };
 
 struct Kernels {

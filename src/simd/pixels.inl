@@ -5,14 +5,16 @@
 #define ZEL_WIDE(operation) _mm512_##operation
 #define ZEL_WIDE_BITS(operation) _mm512_##operation##_si512
 typedef __m512i Wide;
+typedef __m512d WideDoubles;
 #elif defined(__AVX2__)
 #define ZEL_WIDE(operation) _mm256_##operation
 #define ZEL_WIDE_BITS(operation) _mm256_##operation##_si256
 typedef __m256i Wide;
+typedef __m256d WideDoubles;
 #endif
 
 #if defined(__AVX2__)
-enum : size_t { kWideBytes = sizeof(Wide), kWideWords = sizeof(Wide) / 2 };
+enum : size_t { kWideBytes = sizeof(Wide), kWideWords = sizeof(Wide) / 2, kDoubles = sizeof(Wide) / 8 };
 
 static inline Wide LoadWide(const void* in) {
   return ZEL_WIDE_BITS(loadu)((const Wide*)in);

@@ -1,23 +1,38 @@
 // The 9/7 wavelet by lifting, on even ("low") and odd ("high") samples kept apart. Vector forms evaluate the very
 // expressions of the plain loops for each value; only the order of the values differs.
 
+#if defined(__AVX512F__)
+// Values i - 1 of a sequence, from its values i. `last` holds the vector before this one and then this one.
+static inline WideDoubles OneBack(WideDoubles* last, WideDoubles now) {
+  const WideDoubles before = *last;
+  *last = now;
+  return _mm512_castsi512_pd(_mm512_alignr_epi64(_mm512_castpd_si512(now), _mm512_castpd_si512(before), 7));
+}
+#elif defined(__AVX2__)
+// Values i - 1 of a sequence, from its values i. `last` holds the vector before this one, turned by one value, and then
+// this one.
+static inline WideDoubles OneBack(WideDoubles* last, WideDoubles now) {
+  const WideDoubles before = *last;
+  *last = _mm256_permute4x64_pd(now, 0x93);
+  return _mm256_blend_pd(*last, before, 1);
+}
+#endif
+
 #if defined(__AVX2__)
-// Values i - 1 of a sequence, from its values i. What this leaves in `turned` serves the next vector of the sequence.
-static inline __m256d OneBack(__m256d* turned, __m256d now) {
-  const __m256d before = *turned;
-  *turned = _mm256_permute4x64_pd(now, 0x93);
-  return _mm256_blend_pd(*turned, before, 1);
-}
-
 // target + c * (a + b)
-static inline __m256d Lifted(__m256d target, __m256d c, __m256d a, __m256d b) {
-  return _mm256_add_pd(target, _mm256_mul_pd(c, _mm256_add_pd(a, b)));
+static inline WideDoubles Lifted(WideDoubles target, WideDoubles c, WideDoubles a, WideDoubles b) {
+  return ZEL_WIDE(add_pd)(target, ZEL_WIDE(mul_pd)(c, ZEL_WIDE(add_pd)(a, b)));
 }
+#endif
 
-static inline __m256d Magnitude(__m256d v) {
-  return _mm256_andnot_pd(_mm256_set1_pd(-0.0), v);
+#if defined(__AVX512VBMI__)
+// A byte behind the exponent of 2^52 stands for 2^52 + b.
+static inline __m512d PickedBytes(__m512i bytes, __m512i places) {
+  const __m512d base = _mm512_set1_pd(4503599627370496.0);
+  const __m512i picked = _mm512_maskz_permutexvar_epi8(0x0101010101010101ULL, places, bytes);
+  return _mm512_sub_pd(_mm512_castsi512_pd(_mm512_or_si512(picked, _mm512_castpd_si512(base))), base);
 }
-
+#elif defined(__AVX2__)
 // Four bytes as doubles, picked by the lowest byte of each quarter of `places`; the others clear. A byte behind the
 // exponent of 2^52 stands for 2^52 + b.
 static inline __m256d PickedBytes(__m256i bytes, __m256i places) {
@@ -32,7 +47,20 @@ static inline long long PlaceOf(size_t byte) {
 
 static void SplitBytes(const uint8_t* in, size_t step, double* low, double* high, size_t pairs) {
   size_t i = 0;
-#if defined(__AVX2__)
+#if defined(__AVX512VBMI__)
+  if (step <= 4) {
+    const long long pair = (long long)(2 * step);
+    const __m512i even = _mm512_mullo_epi64(_mm512_setr_epi64(0, 1, 2, 3, 4, 5, 6, 7), _mm512_set1_epi64(pair));
+    const __m512i odd = _mm512_add_epi64(even, _mm512_set1_epi64(pair / 2));
+    const __mmask64 wanted = ~0ULL >> (63 - 15 * step);  // nothing behind the last sample is touched
+    const uint8_t* p = in;
+    for (; i + 8 <= pairs; i += 8, p += 16 * step) {
+      const __m512i bytes = _mm512_maskz_loadu_epi8(wanted, p);
+      _mm512_storeu_pd(low + i, PickedBytes(bytes, even));
+      _mm512_storeu_pd(high + i, PickedBytes(bytes, odd));
+    }
+  }
+#elif defined(__AVX2__)
   if (step <= 4) {
     const long long even0 = PlaceOf(0), even1 = PlaceOf(2 * step), odd0 = PlaceOf(step), odd1 = PlaceOf(3 * step);
     const __m256i even = _mm256_setr_epi64x(even0, even1, even0, even1);
@@ -67,7 +95,7 @@ static inline uint8_t TruncatedByte(double v) {
   return (uint8_t)(int32_t)(raised < 255.0 ? raised : 255.0);
 }
 
-#if defined(__AVX2__)
+#if defined(__AVX2__) && !defined(__AVX512VBMI__)
 // Eight pairs as 16 bytes in order. Values are far from the limits of 32 bits; packing clamps to 0..255.
 static inline __m128i JoinedBytes(const double* low, const double* high) {
   const __m256i even =
@@ -87,7 +115,26 @@ static inline void PutBytes(uint8_t* out, __m128i bytes, __m128i places, __m128i
 
 static void JoinBytes(const double* low, const double* high, uint8_t* out, size_t step, size_t pairs) {
   size_t i = 0;
-#if defined(__AVX2__)
+#if defined(__AVX512VBMI__)
+  if (step == 3) {
+    const __m256i zero = _mm256_setzero_si256(), most = _mm256_set1_epi32(255);
+    uint8_t from[64] = {};  // a pair's bytes come to lie in the lower half of its four
+    for (size_t k = 0; k < 16; ++k) from[3 * k] = (uint8_t)(4 * (k / 2) + k % 2);
+    const __m512i places = LoadWide(from);
+    // The bytes between are written as they were. The last store ends behind the last of the 16, so one more follows.
+    const __mmask64 kept = 0x0000DB6DB6DB6DB6ULL, all = 0x0000FFFFFFFFFFFFULL;
+    for (; i + 8 < pairs; i += 8, out += 48) {
+      const __m256i even = _mm512_cvttpd_epi32(_mm512_loadu_pd(low + i));
+      const __m256i odd = _mm512_cvttpd_epi32(_mm512_loadu_pd(high + i));
+      const __m256i both = _mm256_or_si256(_mm256_min_epi32(_mm256_max_epi32(even, zero), most),
+                                           _mm256_slli_epi32(_mm256_min_epi32(_mm256_max_epi32(odd, zero), most), 8));
+      const __m512i spread = _mm512_permutexvar_epi8(places, _mm512_castsi256_si512(both));
+      const __m512i joined = _mm512_mask_blend_epi8(kept, spread, _mm512_maskz_loadu_epi8(all, out));
+      _mm256_storeu_si256((__m256i*)out, _mm512_castsi512_si256(joined));
+      _mm_storeu_si128((__m128i*)(out + 32), _mm512_extracti32x4_epi32(joined, 2));
+    }
+  }
+#elif defined(__AVX2__)
   if (step == 3) {
     const __m128i p0 = _mm_setr_epi8(0, -1, -1, 1, -1, -1, 2, -1, -1, 3, -1, -1, 4, -1, -1, 5);
     const __m128i p1 = _mm_setr_epi8(-1, -1, 6, -1, -1, 7, -1, -1, 8, -1, -1, 9, -1, -1, 10, -1);
@@ -147,63 +194,69 @@ static void LiftPairsInPlace(double* even, double* odd, const double* c, size_t 
 }
 
 #if defined(__AVX2__)
-// All four steps in one walk. A block takes in pairs i to i + 3; each step follows half a pair behind the one before,
-// so that pairs i - 1 to i + 2 are finished. What a block needs of the one before it is kept in three registers.
+// All four steps in one walk. A block takes in a vector of pairs from i on; each step follows half a pair behind the
+// one before, so that the vector of pairs from i - 1 on is finished. What a block needs of the one before it is kept in
+// three registers.
+template <bool kScaleFirst>
 struct PairLifter {
-  __m256d c0, c1, c2, c3, evenIn, oddIn, evenOut, oddOut;
-  __m256d first, second, third;
+  WideDoubles c0, c1, c2, c3, evenScale, oddScale;
+  WideDoubles first, second, third;
 
-  inline void Take(const double* even, const double* odd, ptrdiff_t i, __m256d* outEven, __m256d* outOdd) {
-    const __m256d e = _mm256_mul_pd(_mm256_loadu_pd(even + i), evenIn);
-    const __m256d after = _mm256_mul_pd(_mm256_loadu_pd(even + i + 1), evenIn);
-    const __m256d v1 = Lifted(_mm256_mul_pd(_mm256_loadu_pd(odd + i), oddIn), c0, e, after);
-    const __m256d back1 = OneBack(&first, v1);
-    const __m256d v2 = Lifted(e, c1, back1, v1);
-    const __m256d back2 = OneBack(&second, v2);
-    const __m256d v3 = Lifted(back1, c2, back2, v2);
-    *outEven = _mm256_mul_pd(Lifted(back2, c3, OneBack(&third, v3), v3), evenOut);
-    *outOdd = _mm256_mul_pd(v3, oddOut);
+  static inline WideDoubles Scaled(bool now, WideDoubles v, WideDoubles scale) {
+    return now ? ZEL_WIDE(mul_pd)(v, scale) : v;
+  }
+
+  inline void Take(const double* even, const double* odd, ptrdiff_t i, WideDoubles* outEven, WideDoubles* outOdd) {
+    const WideDoubles e = Scaled(kScaleFirst, ZEL_WIDE(loadu_pd)(even + i), evenScale);
+    const WideDoubles after = Scaled(kScaleFirst, ZEL_WIDE(loadu_pd)(even + i + 1), evenScale);
+    const WideDoubles v1 = Lifted(Scaled(kScaleFirst, ZEL_WIDE(loadu_pd)(odd + i), oddScale), c0, e, after);
+    const WideDoubles back1 = OneBack(&first, v1);
+    const WideDoubles v2 = Lifted(e, c1, back1, v1);
+    const WideDoubles back2 = OneBack(&second, v2);
+    const WideDoubles v3 = Lifted(back1, c2, back2, v2);
+    *outEven = Scaled(!kScaleFirst, Lifted(back2, c3, OneBack(&third, v3), v3), evenScale);
+    *outOdd = Scaled(!kScaleFirst, v3, oddScale);
   }
 };
 
-// For at least four pairs. The outputs are not the inputs.
-static inline void LiftPairsAvx2(const double* even, const double* odd, const double* c, double evenIn, double oddIn,
-                                 double* outEven, double* outOdd, double evenOut, double oddOut, size_t pairs) {
-  const __m256d zero = _mm256_setzero_pd();
-  PairLifter lifter = {_mm256_set1_pd(c[0]),
-                       _mm256_set1_pd(c[1]),
-                       _mm256_set1_pd(c[2]),
-                       _mm256_set1_pd(c[3]),
-                       _mm256_set1_pd(evenIn),
-                       _mm256_set1_pd(oddIn),
-                       _mm256_set1_pd(evenOut),
-                       _mm256_set1_pd(oddOut),
-                       zero,
-                       zero,
-                       zero};
-  __m256d e, o;
-  lifter.Take(even, odd, -3, &e, &o);
-  const ptrdiff_t last = (ptrdiff_t)pairs - 3;
+// For at least one vector of pairs. The outputs are not the inputs.
+template <bool kScaleFirst>
+static inline void LiftPairsWide(const double* even, const double* odd, const double* c, const double* scales,
+                                 double* outEven, double* outOdd, size_t pairs) {
+  const ptrdiff_t wide = kDoubles;
+  const WideDoubles zero = ZEL_WIDE(setzero_pd)();
+  PairLifter<kScaleFirst> lifter = {ZEL_WIDE(set1_pd)(c[0]),
+                                    ZEL_WIDE(set1_pd)(c[1]),
+                                    ZEL_WIDE(set1_pd)(c[2]),
+                                    ZEL_WIDE(set1_pd)(c[3]),
+                                    ZEL_WIDE(set1_pd)(scales[0]),
+                                    ZEL_WIDE(set1_pd)(scales[1]),
+                                    zero,
+                                    zero,
+                                    zero};
+  WideDoubles e, o;
+  lifter.Take(even, odd, 1 - wide, &e, &o);
+  const ptrdiff_t last = (ptrdiff_t)pairs + 1 - wide;
   ptrdiff_t i = 1;
-  for (; i <= last; i += 4) {
+  for (; i <= last; i += wide) {
     lifter.Take(even, odd, i, &e, &o);
-    _mm256_storeu_pd(outEven + i - 1, e);
-    _mm256_storeu_pd(outOdd + i - 1, o);
+    ZEL_WIDE(storeu_pd)(outEven + i - 1, e);
+    ZEL_WIDE(storeu_pd)(outOdd + i - 1, o);
   }
   if (i - 1 == (ptrdiff_t)pairs) return;
   // The last pairs, together with some that are done already.
-  lifter.Take(even, odd, last - 4, &e, &o);
+  lifter.Take(even, odd, last - wide, &e, &o);
   lifter.Take(even, odd, last, &e, &o);
-  _mm256_storeu_pd(outEven + last - 1, e);
-  _mm256_storeu_pd(outOdd + last - 1, o);
+  ZEL_WIDE(storeu_pd)(outEven + last - 1, e);
+  ZEL_WIDE(storeu_pd)(outOdd + last - 1, o);
 }
 #endif
 
 static void LiftThenScale(double* even, double* odd, const double* c, const double* scales, double* outEven,
                           double* outOdd, size_t pairs) {
 #if defined(__AVX2__)
-  if (pairs >= 4) {
-    LiftPairsAvx2(even, odd, c, 1.0, 1.0, outEven, outOdd, scales[0], scales[1], pairs);
+  if (pairs >= kDoubles) {
+    LiftPairsWide<false>(even, odd, c, scales, outEven, outOdd, pairs);
     return;
   }
 #endif
@@ -215,8 +268,8 @@ static void LiftThenScale(double* even, double* odd, const double* c, const doub
 static void ScaleThenLift(const double* even, const double* odd, const double* c, const double* scales, double* outEven,
                           double* outOdd, size_t pairs) {
 #if defined(__AVX2__)
-  if (pairs >= 4) {
-    LiftPairsAvx2(even, odd, c, scales[0], scales[1], outEven, outOdd, 1.0, 1.0, pairs);
+  if (pairs >= kDoubles) {
+    LiftPairsWide<true>(even, odd, c, scales, outEven, outOdd, pairs);
     return;
   }
 #endif
@@ -225,46 +278,62 @@ static void ScaleThenLift(const double* even, const double* odd, const double* c
   LiftPairsInPlace(outEven, outOdd, c, pairs);
 }
 
-static uint32_t AnyReaches(const double* in, double bound, size_t count) {
-  size_t i = 0;
-#if defined(__AVX2__)
-  const __m256d least = _mm256_set1_pd(bound);
-  __m256d hits = _mm256_setzero_pd();
-  for (; i + 8 <= count; i += 8) {
-    const __m256d a = _mm256_cmp_pd(Magnitude(_mm256_loadu_pd(in + i)), least, _CMP_GE_OQ);
-    const __m256d b = _mm256_cmp_pd(Magnitude(_mm256_loadu_pd(in + i + 4)), least, _CMP_GE_OQ);
-    hits = _mm256_or_pd(hits, _mm256_or_pd(a, b));
+static int32_t RoundDetails(const double* in, double scale, int16_t* out, size_t count) {
+  int32_t most = 0;
+  for (size_t i = 0; i < count; ++i) {
+    const double c = in[i] * scale;
+    // Magnitudes stay far from the limits of 32 bits.
+    const int32_t rounded = (int32_t)(c + __builtin_copysign(0.5, c));
+    const int32_t cut = rounded < -256 ? -256 : rounded > 256 ? 256 : rounded;
+    const int32_t magnitude = cut < 0 ? -cut : cut;
+    most = magnitude > most ? magnitude : most;
+    out[i] = (int16_t)cut;
   }
-  if (_mm256_movemask_pd(hits) != 0) return 1;
-#endif
-  uint32_t hit = 0;
-  for (; i < count; ++i) hit |= (uint32_t)((in[i] < 0.0 ? -in[i] : in[i]) >= bound);
-  return hit;
+  return most;
 }
 
-static void ShrinkDetails(const double* in, double scale, const double* table, double back, double* out, size_t count) {
+#if defined(__AVX2__)
+// The new magnitudes with the signs of the old values.
+static inline Wide Signed(Wide magnitudes, Wide values) {
+  const Wide signs = ZEL_WIDE(srai_epi16)(values, 15);
+  return ZEL_WIDE(sub_epi16)(ZEL_WIDE_BITS(xor)(magnitudes, signs), signs);
+}
+
+// Packing and unpacking keep the order.
+static inline Wide ExpandVector(const int16_t* in, const Table& curve, double scale, double* out) {
+  const Wide zero = ZEL_WIDE_BITS(setzero)(), a = LoadWide(in), b = LoadWide(in + kWideWords);
+  const Wide sizeA = ZEL_WIDE(abs_epi16)(a), sizeB = ZEL_WIDE(abs_epi16)(b);
+  const Wide mapped = LookUp(ZEL_WIDE(packus_epi16)(sizeA, sizeB), curve);
+  int16_t words[2 * kWideWords];
+  StoreWide(words, Signed(ZEL_WIDE(unpacklo_epi8)(mapped, zero), a));
+  StoreWide(words + kWideWords, Signed(ZEL_WIDE(unpackhi_epi8)(mapped, zero), b));
+  for (size_t i = 0; i < 2 * kWideWords; ++i) out[i] = words[i] * scale;
+  return ZEL_WIDE_BITS(or)(sizeA, sizeB);
+}
+#endif
+
+static uint32_t ExpandDetails(const int16_t* in, const uint8_t* curve, double scale, double* out, size_t count) {
+  uint32_t seen = 0;
   size_t i = 0;
 #if defined(__AVX2__)
-  const __m256d scales = _mm256_set1_pd(scale), backs = _mm256_set1_pd(back), sign = _mm256_set1_pd(-0.0);
-  for (; i + 4 <= count; i += 4) {
-    const __m256d c = _mm256_mul_pd(_mm256_loadu_pd(in + i), scales);
-    const __m256d rounded = _mm256_add_pd(Magnitude(c), _mm256_set1_pd(0.5));
-    const __m128i entry = _mm256_cvttpd_epi32(_mm256_min_pd(rounded, _mm256_set1_pd(255.0)));
-    const __m256d shrunk = _mm256_or_pd(
-        _mm256_mask_i32gather_pd(_mm256_setzero_pd(), table, entry, _mm256_castsi256_pd(_mm256_set1_epi32(-1)), 8),
-        _mm256_and_pd(c, sign));
-    const __m256d large = _mm256_cmp_pd(rounded, _mm256_set1_pd(256.0), _CMP_GE_OQ);
-    _mm256_storeu_pd(out + i, _mm256_blendv_pd(shrunk, _mm256_mul_pd(c, backs), large));
+  const Table table = LoadTable(curve);
+  Wide sizes = ZEL_WIDE_BITS(setzero)();
+  for (; i + 2 * kWideWords <= count; i += 2 * kWideWords) {
+    sizes = ZEL_WIDE_BITS(or)(sizes, ExpandVector(in + i, table, scale, out + i));
   }
+  uint16_t lanes[kWideWords];
+  StoreWide(lanes, sizes);
+  for (size_t k = 0; k < kWideWords; ++k) seen |= lanes[k];
 #endif
   for (; i < count; ++i) {
-    const double c = in[i] * scale;
-    const double rounded = __builtin_fabs(c) + 0.5;
-    const double shrunk = table[(int32_t)(rounded < 255.0 ? rounded : 255.0)];
-    out[i] = rounded >= 256.0 ? c * back : __builtin_copysign(shrunk, c);
+    const int32_t magnitude = in[i] < 0 ? -in[i] : in[i];
+    const int32_t shrunk = curve[magnitude < 255 ? magnitude : 255];
+    seen |= (uint32_t)magnitude;
+    out[i] = (in[i] < 0 ? -shrunk : shrunk) * scale;
   }
+  return seen >> 8;
 }
 
 static const WaveletKernels kWaveletKernels = {SplitBytes,    SplitDoubles, JoinBytes,    JoinDoubles,
                                                ScaleDoubles,  LiftOnce,     LiftRows,     LiftThenScale,
-                                               ScaleThenLift, AnyReaches,   ShrinkDetails};
+                                               ScaleThenLift, RoundDetails, ExpandDetails};

@@ -14,16 +14,20 @@ namespace {
 std::vector<double> RunAll(const WaveletKernels& kernels, size_t count, size_t shift) {
   constexpr size_t kRoom = 8, kSize = kMostCount + 26, kRows = 12;
   std::mt19937 random(static_cast<uint32_t>(count * 8 + shift));
-  std::vector<double> memory(kRows * kSize), table(256), results;
+  std::vector<double> memory(kRows * kSize), results;
   for (double& v : memory) v = (static_cast<int>(random() % 100001) - 50000) / 131.0;
-  for (double& v : table) v = random() % 200;
   std::vector<uint8_t> bytes(10 * kSize), written(10 * kSize, 7);
+  std::vector<uint8_t> curve(256);
+  for (size_t k = 1; k < 256; ++k) curve[k] = static_cast<uint8_t>(random());
   for (uint8_t& b : bytes) b = static_cast<uint8_t>(random());
   const auto row = [&](size_t i) { return memory.data() + i * kSize + kRoom + shift; };
   const auto keep = [&](size_t i) { results.insert(results.end(), row(i), row(i) + count); };
 
-  kernels.AnyReaches(row(0), 381.0, count) ? results.push_back(1) : results.push_back(0);
-  kernels.ShrinkDetails(row(0), 0.87, table.data(), 1.15, row(1), count);
+  std::vector<int16_t> rounded(count);
+  results.push_back(kernels.RoundDetails(row(0), shift == 0 ? 0.87 : 0.01, rounded.data(), count));
+  results.insert(results.end(), rounded.begin(), rounded.end());
+  for (int16_t& r : rounded) r = std::abs(r) == 256 && shift > 1 ? 255 : r;
+  results.push_back(kernels.ExpandDetails(rounded.data(), curve.data(), 1.15, row(1), count));
   keep(1);
   for (const size_t step : {1, 2, 3, 4, 5}) {
     // Rows are as long as they must be, so that a read too far shows under the sanitizers.
