@@ -3,12 +3,24 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/cache.h"
+
 namespace zel {
 
 namespace {
 
 int32_t CeilingQuotient(int32_t a, int32_t b) {
   return a / b + (a % b != 0 ? 1 : 0);
+}
+
+// Copies `count` pixels of a row that lie `distance` bytes apart, and asks for those `toNext` bytes further.
+template <size_t kBytes>
+uint8_t* CopyPixels(const uint8_t* pixel, int32_t count, size_t distance, size_t toNext, uint8_t* out) {
+  for (int32_t x = 0; x < count; ++x, pixel += distance, out += kBytes) {
+    AskFor(pixel + toNext, 1);
+    std::memcpy(out, pixel, kBytes);
+  }
+  return out;
 }
 
 }  // namespace
@@ -37,8 +49,18 @@ bool PointSample(const void* source, const Geometry& geometry, const ZelRect* re
       out += reduced.width * pixelBytes;
       continue;
     }
-    for (int32_t x = 0; x < reduced.width; ++x, pixel += step * pixelBytes) {
-      for (size_t i = 0; i < pixelBytes; ++i) *out++ = pixel[i];
+    // Rows that are skipped on the way to the next one keep the processor from seeing it coming.
+    const size_t toNext = y + 1 < reduced.height ? geometry.RowOffset(step) * (geometry.bits / 8) : 0;
+    const size_t distance = step * pixelBytes;
+    switch (pixelBytes) {
+      case 3:
+        out = CopyPixels<3>(pixel, reduced.width, distance, toNext, out);
+        break;
+      case 6:
+        out = CopyPixels<6>(pixel, reduced.width, distance, toNext, out);
+        break;
+      default:
+        for (int32_t x = 0; x < reduced.width; ++x, pixel += distance) out = std::copy_n(pixel, pixelBytes, out);
     }
   }
   return true;

@@ -40,14 +40,8 @@ Range LevelsRange(int32_t white, int32_t black) {
   return {white / 2 + 128, black / 2, true};
 }
 
-bool MeasureRange(const void* samples, const Geometry& geometry, const ZelRect* rect, Range* range) {
-  float histogram[3 * kBins];
-  int32_t high[3], low[3];
-  if (ComputeHistogram(samples, geometry, rect, histogram, true, {false, kLimit, kLimit}) == 0) return false;
-  if (!HistogramPercentiles(histogram, true, 0, geometry.channels, high, low, 0.99, 0.01)) return false;
-  *range =
-      LevelsRange(*std::max_element(high, high + geometry.channels), *std::min_element(low, low + geometry.channels));
-  return true;
+bool Measure(const void* samples, const Geometry& geometry, const ZelRect* rect, float histogram[3 * kBins]) {
+  return ComputeHistogram(samples, geometry, rect, histogram, true, {false, kLimit, kLimit}) != 0;
 }
 
 // Counts luminances as seen through the 8-bit tables; returns the number of pixels.
@@ -58,15 +52,18 @@ int32_t LuminanceHistogram(const uint8_t* samples, const Geometry& geometry, con
   const int32_t columnStep = std::max(1, region.Width() / kLimit);
   const int32_t rowStep = std::max(1, region.Height() / kLimit);
   int32_t count = 0;
-  std::fill(bins, bins + kBins, 0);
+  // Neighbours often have the same luminance. Counted apart, one need not wait for the other.
+  int32_t apart[2][kBins] = {};
   for (int64_t y = region.top; y < region.bottom; y += rowStep) {
     const uint8_t* const row = samples + geometry.RowOffset(static_cast<int32_t>(y));
     for (int64_t x = region.left; x < region.right; x += columnStep, ++count) {
       const uint8_t* const p = row + x * geometry.channels;
-      ++bins[geometry.channels == 1 ? red[p[0]]
-                                    : (38 * red[p[redAt]] + 75 * green[p[1]] + 15 * blue[p[2 - redAt]]) >> 7];
+      ++apart[count % 2][geometry.channels == 1
+                             ? red[p[0]]
+                             : (38 * red[p[redAt]] + 75 * green[p[1]] + 15 * blue[p[2 - redAt]]) >> 7];
     }
   }
+  for (int32_t i = 0; i < kBins; ++i) bins[i] = apart[0][i] + apart[1][i];
   return count;
 }
 
@@ -130,90 +127,16 @@ size_t BlockBytes(int32_t tables, int32_t bits) {
   return tables * (bits == 8 ? kLutEntries8 : 2 * kLutEntries16);
 }
 
-// The curve of kToneLight: the picture is darkened first and equalised then. Changes the samples.
-bool LightCurve(void* samples, const Geometry& geometry, double exponent, int32_t strength, void* block, int32_t tables,
-                int32_t bits) {
-  const float gamma[3] = {0.75f, 0.75f, 0.75f};
-  const Scratch<uint8_t> second(BlockBytes(tables, bits));
-  return second && GammaCorrectRaw(samples, samples, geometry, nullptr, gamma) &&
-         MakeGammaLut(block, tables, bits, gamma) &&
-         EqualizeToneCurve(samples, geometry, nullptr, exponent, strength, kToneLight, second.data(), tables, bits) &&
-         ComposeChannelLut(block, tables, bits, second.data(), tables, bits);
-}
-
-// The curve of kToneDark: equalised by half, then the shadows of each channel stretched down to black. Changes the
-// samples.
-bool DarkCurve(void* samples, const Geometry& geometry, double exponent, int32_t strength, void* block, int32_t tables,
-               int32_t bits) {
-  if (!EqualizeToneCurve(samples, geometry, nullptr, exponent, strength / 2, kToneDark, block, tables, bits) ||
-      !ApplyChannelLutRaw(samples, samples, geometry, nullptr, block, tables, bits)) {
-    return false;
-  }
-  float histogram[3 * kBins];
-  int32_t black[3];
-  if (ComputeHistogram(samples, geometry, nullptr, histogram, true, {false, kLimit, kLimit}) == 0) return false;
-  if (!HistogramPercentiles(histogram, true, 0, geometry.channels, nullptr, black, 0.99, 0.01)) return false;
-  const int32_t white = 255 * ScaleOf(bits);
-  const int32_t whites[3] = {white, white, white};
-  for (int32_t k = 0; k < tables; ++k) black[k] *= ScaleOf(bits);
-  const Scratch<uint8_t> second(BlockBytes(tables, bits));
-  return second && MakeLevelsLut(second.data(), tables, bits, whites, black) &&
-         ComposeChannelLut(block, tables, bits, second.data(), tables, bits);
-}
-
-bool CurveOf(int32_t core, SampledCopy* copy, double exponent, int32_t strength, void* block, int32_t tables,
-             int32_t bits) {
-  uint8_t* const samples = copy->pixels.data();
-  const Geometry& geometry = copy->geometry;
-  if (core == kToneChosen) core = ClassifyExposure(samples, geometry);
-  switch (core) {
-    case kToneLight:
-      return LightCurve(samples, geometry, exponent, strength, block, tables, bits);
-    case kToneNormal:
-    case kToneMiddle:
-      return EqualizeToneCurve(samples, geometry, nullptr, exponent, strength, core, block, tables, bits);
-    case kToneDark:
-      return DarkCurve(samples, geometry, exponent, strength, block, tables, bits);
-    default:
-      return false;
-  }
-}
-
-}  // namespace
-
-bool AutoToneCurve(const ImageDesc* source, const ZelRect* rect, double exponent, int32_t strength, int32_t core,
-                   void* block, int32_t tables, int32_t bits) {
-  if (block == nullptr || tables < 1 || tables > 3 || (bits != 8 && bits != 16)) return false;
-  MakeIdentityLut(block, tables, bits);
-  SampledCopy copy;
-  if (!IsUsable(source) || !PointSample(source->data, GeometryOf(*source), rect, kLimit, &copy)) return false;
-  if (CurveOf(core, &copy, exponent, strength, block, tables, bits)) return true;
-  MakeIdentityLut(block, tables, bits);
-  return false;
-}
-
-int32_t ClassifyExposure(const void* samples, const Geometry& geometry) {
-  float histogram[3 * kBins];
-  if (ComputeHistogram(samples, geometry, nullptr, histogram, true, {false, kLimit, kLimit}) == 0) return -1;
-  int32_t dark = 0, light = 0;
-  for (int32_t k = 0; k < geometry.channels; ++k) {
-    double shadows = 0.0;
-    for (int32_t i = 0; i < 64; ++i) shadows += histogram[k * kBins + i];
-    if (shadows > 0.5) {
-      ++dark;
-    } else if (shadows < 0.05) {
-      ++light;
-    }
-  }
-  return dark > geometry.channels / 2 ? kToneDark : light > geometry.channels / 2 ? kToneLight : kToneNormal;
-}
-
-bool EqualizeToneCurve(const void* samples, const Geometry& geometry, const ZelRect* rect, double exponent,
-                       int32_t strength, int32_t core, void* block, int32_t tables, int32_t bits) {
-  if (samples == nullptr || block == nullptr || tables != geometry.channels || bits != geometry.bits) return false;
+// EqualizeToneCurve with the histogram that Measure() finds.
+bool EqualizeMeasured(const float histogram[3 * kBins], const void* samples, const Geometry& geometry,
+                      const ZelRect* rect, double exponent, int32_t strength, int32_t core, void* block, int32_t tables,
+                      int32_t bits) {
+  if (block == nullptr || tables != geometry.channels || bits != geometry.bits) return false;
   if (core < kToneLight || core > kToneDark || strength < 0 || strength > 100) return false;
-  Range range;
-  if (!MeasureRange(samples, geometry, rect, &range)) return false;
+  int32_t high[3], low[3];
+  if (!HistogramPercentiles(histogram, true, 0, geometry.channels, high, low, 0.99, 0.01)) return false;
+  const Range range =
+      LevelsRange(*std::max_element(high, high + geometry.channels), *std::min_element(low, low + geometry.channels));
   const int32_t white = range.white * ScaleOf(bits), black = range.black * ScaleOf(bits);
   const int32_t whites[3] = {white, white, white}, blacks[3] = {black, black, black};
   if (!MakeLevelsLut(block, tables, bits, whites, blacks)) return false;
@@ -236,6 +159,98 @@ bool EqualizeToneCurve(const void* samples, const Geometry& geometry, const ZelR
     curves[i] = static_cast<uint8_t>((curves[i] * w + (i & 0xFF) * (128 - w)) >> 7);
   }
   return true;
+}
+
+// The curve of kToneLight: the picture is darkened first and equalised then. Changes the samples.
+bool LightCurve(void* samples, const Geometry& geometry, double exponent, int32_t strength, void* block, int32_t tables,
+                int32_t bits) {
+  const float gamma[3] = {0.75f, 0.75f, 0.75f};
+  const Scratch<uint8_t> second(BlockBytes(tables, bits));
+  return second && GammaCorrectRaw(samples, samples, geometry, nullptr, gamma) &&
+         MakeGammaLut(block, tables, bits, gamma) &&
+         EqualizeToneCurve(samples, geometry, nullptr, exponent, strength, kToneLight, second.data(), tables, bits) &&
+         ComposeChannelLut(block, tables, bits, second.data(), tables, bits);
+}
+
+// The curve of kToneDark: equalised by half, then the shadows of each channel stretched down to black. Changes the
+// samples.
+bool DarkCurve(float histogram[3 * kBins], void* samples, const Geometry& geometry, double exponent, int32_t strength,
+               void* block, int32_t tables, int32_t bits) {
+  if (!EqualizeMeasured(histogram, samples, geometry, nullptr, exponent, strength / 2, kToneDark, block, tables,
+                        bits) ||
+      !ApplyChannelLutRaw(samples, samples, geometry, nullptr, block, tables, bits)) {
+    return false;
+  }
+  int32_t black[3];
+  if (!Measure(samples, geometry, nullptr, histogram)) return false;
+  if (!HistogramPercentiles(histogram, true, 0, geometry.channels, nullptr, black, 0.99, 0.01)) return false;
+  const int32_t white = 255 * ScaleOf(bits);
+  const int32_t whites[3] = {white, white, white};
+  for (int32_t k = 0; k < tables; ++k) black[k] *= ScaleOf(bits);
+  const Scratch<uint8_t> second(BlockBytes(tables, bits));
+  return second && MakeLevelsLut(second.data(), tables, bits, whites, black) &&
+         ComposeChannelLut(block, tables, bits, second.data(), tables, bits);
+}
+
+// kToneLight, kToneNormal or kToneDark.
+int32_t ExposureOf(const float histogram[3 * kBins], int32_t channels) {
+  int32_t dark = 0, light = 0;
+  for (int32_t k = 0; k < channels; ++k) {
+    double shadows = 0.0;
+    for (int32_t i = 0; i < 64; ++i) shadows += histogram[k * kBins + i];
+    if (shadows > 0.5) {
+      ++dark;
+    } else if (shadows < 0.05) {
+      ++light;
+    }
+  }
+  return dark > channels / 2 ? kToneDark : light > channels / 2 ? kToneLight : kToneNormal;
+}
+
+bool CurveOf(int32_t core, SampledCopy* copy, double exponent, int32_t strength, void* block, int32_t tables,
+             int32_t bits) {
+  uint8_t* const samples = copy->pixels.data();
+  const Geometry& geometry = copy->geometry;
+  float histogram[3 * kBins];
+  // LightCurve measures what it has darkened.
+  if (core != kToneLight && !Measure(samples, geometry, nullptr, histogram)) return false;
+  if (core == kToneChosen) core = ExposureOf(histogram, geometry.channels);
+  switch (core) {
+    case kToneLight:
+      return LightCurve(samples, geometry, exponent, strength, block, tables, bits);
+    case kToneNormal:
+    case kToneMiddle:
+      return EqualizeMeasured(histogram, samples, geometry, nullptr, exponent, strength, core, block, tables, bits);
+    case kToneDark:
+      return DarkCurve(histogram, samples, geometry, exponent, strength, block, tables, bits);
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+bool AutoToneCurve(const ImageDesc* source, const ZelRect* rect, double exponent, int32_t strength, int32_t core,
+                   void* block, int32_t tables, int32_t bits) {
+  if (block == nullptr || tables < 1 || tables > 3 || (bits != 8 && bits != 16)) return false;
+  MakeIdentityLut(block, tables, bits);
+  SampledCopy copy;
+  if (!IsUsable(source) || !PointSample(source->data, GeometryOf(*source), rect, kLimit, &copy)) return false;
+  if (CurveOf(core, &copy, exponent, strength, block, tables, bits)) return true;
+  MakeIdentityLut(block, tables, bits);
+  return false;
+}
+
+int32_t ClassifyExposure(const void* samples, const Geometry& geometry) {
+  float histogram[3 * kBins];
+  return Measure(samples, geometry, nullptr, histogram) ? ExposureOf(histogram, geometry.channels) : -1;
+}
+
+bool EqualizeToneCurve(const void* samples, const Geometry& geometry, const ZelRect* rect, double exponent,
+                       int32_t strength, int32_t core, void* block, int32_t tables, int32_t bits) {
+  float histogram[3 * kBins];
+  return samples != nullptr && Measure(samples, geometry, rect, histogram) &&
+         EqualizeMeasured(histogram, samples, geometry, rect, exponent, strength, core, block, tables, bits);
 }
 
 }  // namespace zel

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/cache.h"
 #include "core/channel_lut.h"
 
 namespace zel {
@@ -56,8 +57,11 @@ int64_t VisitGrid(const T* samples, const Geometry& geometry, const Grid& grid, 
   for (int64_t row = 0; row < rows; ++row) {
     const int32_t y = static_cast<int32_t>(grid.top + row * grid.rowStep);
     const T* const start = samples + geometry.RowOffset(y) + static_cast<size_t>(grid.left) * geometry.channels;
+    // Rows that are skipped on the way to the next one keep the processor from seeing it coming.
+    const size_t toNext = grid.rowStep > 1 && row + 1 < rows ? geometry.RowOffset(grid.rowStep) : 0;
     for (int64_t column = 0; column < columns; ++column) {
       const int64_t x = column * grid.columnStep;
+      if (toNext != 0) AskFor(start + x * geometry.channels + toNext, 1);
       count(static_cast<int32_t>(grid.left + x), y, start + x * geometry.channels);
     }
   }
