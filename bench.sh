@@ -13,7 +13,7 @@ cmake --build build/bench --target zel_bench
 
 case ${1:-} in
   --all) filter=. ;;
-  '') filter='peer/.*24MP|step/|zel/.*/24MP/8/avx2|zel/(blur|unsharp).*/24MP/16/avx2|zel/.*-lut.*/1MP/8/avx2' ;;
+  '') filter='peer/.*24MP|step/|zel/.*/24MP/8/avx|zel/(blur|unsharp).*/24MP/16/avx|zel/.*-lut.*/1MP/8/avx' ;;
   *) filter=$1 ;;
 esac
 mkdir -p bench-results
