@@ -192,11 +192,20 @@ struct WordSums {
   Wide low, high;
 };
 
+// sums + a[2i] * b[2i] + a[2i + 1] * b[2i + 1]
+static inline Wide AddProducts(Wide sums, Wide a, Wide b) {
+#if defined(__AVX512VNNI__)
+  return _mm512_dpwssd_epi32(sums, a, b);
+#else
+  return _mm256_add_epi32(sums, _mm256_madd_epi16(a, b));
+#endif
+}
+
 static inline void AddWordPair(WordSums* sums, const uint16_t* a, const uint16_t* b, Wide weight) {
   const Wide half = ZEL_WIDE(set1_epi16)(-32768);
   const Wide va = ZEL_WIDE_BITS(xor)(LoadWide(a), half), vb = ZEL_WIDE_BITS(xor)(LoadWide(b), half);
-  sums->low = ZEL_WIDE(add_epi32)(sums->low, ZEL_WIDE(madd_epi16)(ZEL_WIDE(unpacklo_epi16)(va, vb), weight));
-  sums->high = ZEL_WIDE(add_epi32)(sums->high, ZEL_WIDE(madd_epi16)(ZEL_WIDE(unpackhi_epi16)(va, vb), weight));
+  sums->low = AddProducts(sums->low, ZEL_WIDE(unpacklo_epi16)(va, vb), weight);
+  sums->high = AddProducts(sums->high, ZEL_WIDE(unpackhi_epi16)(va, vb), weight);
 }
 
 static inline void StoreSums(const WordSums& sums, __m128i shift, uint16_t* out) {

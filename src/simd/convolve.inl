@@ -27,27 +27,28 @@ static bool IsNarrowCross(const int32_t weights[9]) {
          weights[7] == arm && arm >= -32768 && arm <= 32767 && centre >= -32768 && centre <= 32767;
 }
 
-// Eight sums for 16-bit pairs of a sample and its four neighbours' sum (at most 1020), divided by 1024 and cut to 16
+// Sums for 16-bit pairs of a sample and its four neighbours' sum (at most 1020), divided by 1024 and cut to 16
 // bits, which still tells what lies outside a byte.
-static inline __m256i CrossSums(__m256i firstPairs, __m256i secondPairs, __m256i weights) {
-  return _mm256_packs_epi32(_mm256_srai_epi32(_mm256_madd_epi16(firstPairs, weights), 10),
-                            _mm256_srai_epi32(_mm256_madd_epi16(secondPairs, weights), 10));
+static inline Wide CrossSums(Wide firstPairs, Wide secondPairs, Wide weights) {
+  return ZEL_WIDE(packs_epi32)(ZEL_WIDE(srai_epi32)(ZEL_WIDE(madd_epi16)(firstPairs, weights), 10),
+                               ZEL_WIDE(srai_epi32)(ZEL_WIDE(madd_epi16)(secondPairs, weights), 10));
 }
 
-static inline void ConvolveCross(const uint8_t* const rows[3], size_t step, __m256i weights, uint8_t* out, size_t i) {
-  const __m256i one = _mm256_set1_epi8(1), zero = _mm256_setzero_si256();
-  const __m256i above = LoadVector(rows[0] + i + step), below = LoadVector(rows[2] + i + step);
-  const __m256i left = LoadVector(rows[1] + i), right = LoadVector(rows[1] + i + 2 * step);
-  const __m256i middle = LoadVector(rows[1] + i + step);
-  const __m256i armsLow = _mm256_add_epi16(_mm256_maddubs_epi16(_mm256_unpacklo_epi8(above, below), one),
-                                           _mm256_maddubs_epi16(_mm256_unpacklo_epi8(left, right), one));
-  const __m256i armsHigh = _mm256_add_epi16(_mm256_maddubs_epi16(_mm256_unpackhi_epi8(above, below), one),
-                                            _mm256_maddubs_epi16(_mm256_unpackhi_epi8(left, right), one));
-  const __m256i low = _mm256_unpacklo_epi8(middle, zero), high = _mm256_unpackhi_epi8(middle, zero);
-  const __m256i lowSums = CrossSums(_mm256_unpacklo_epi16(low, armsLow), _mm256_unpackhi_epi16(low, armsLow), weights);
-  const __m256i highSums =
-      CrossSums(_mm256_unpacklo_epi16(high, armsHigh), _mm256_unpackhi_epi16(high, armsHigh), weights);
-  _mm256_storeu_si256((__m256i*)(out + i), _mm256_packus_epi16(lowSums, highSums));
+static inline void ConvolveCross(const uint8_t* const rows[3], size_t step, Wide weights, uint8_t* out, size_t i) {
+  const Wide one = ZEL_WIDE(set1_epi8)(1), zero = ZEL_WIDE_BITS(setzero)();
+  const Wide above = LoadWide(rows[0] + i + step), below = LoadWide(rows[2] + i + step);
+  const Wide left = LoadWide(rows[1] + i), right = LoadWide(rows[1] + i + 2 * step);
+  const Wide middle = LoadWide(rows[1] + i + step);
+  const Wide armsLow = ZEL_WIDE(add_epi16)(ZEL_WIDE(maddubs_epi16)(ZEL_WIDE(unpacklo_epi8)(above, below), one),
+                                           ZEL_WIDE(maddubs_epi16)(ZEL_WIDE(unpacklo_epi8)(left, right), one));
+  const Wide armsHigh = ZEL_WIDE(add_epi16)(ZEL_WIDE(maddubs_epi16)(ZEL_WIDE(unpackhi_epi8)(above, below), one),
+                                            ZEL_WIDE(maddubs_epi16)(ZEL_WIDE(unpackhi_epi8)(left, right), one));
+  const Wide low = ZEL_WIDE(unpacklo_epi8)(middle, zero), high = ZEL_WIDE(unpackhi_epi8)(middle, zero);
+  const Wide lowSums =
+      CrossSums(ZEL_WIDE(unpacklo_epi16)(low, armsLow), ZEL_WIDE(unpackhi_epi16)(low, armsLow), weights);
+  const Wide highSums =
+      CrossSums(ZEL_WIDE(unpacklo_epi16)(high, armsHigh), ZEL_WIDE(unpackhi_epi16)(high, armsHigh), weights);
+  StoreWide(out + i, ZEL_WIDE(packus_epi16)(lowSums, highSums));
 }
 #endif
 
@@ -56,8 +57,8 @@ static void Convolve3x3(const uint8_t* const rows[3], size_t step, const int32_t
   size_t i = 0;
 #if defined(__AVX2__)
   if (IsNarrowCross(weights)) {
-    const __m256i pair = _mm256_set1_epi32((int32_t)((uint32_t)weights[1] << 16 | (uint16_t)weights[4]));
-    for (; i + 32 <= count; i += 32) ConvolveCross(rows, step, pair, out, i);
+    const Wide pair = ZEL_WIDE(set1_epi32)((int32_t)((uint32_t)weights[1] << 16 | (uint16_t)weights[4]));
+    for (; i + kWideBytes <= count; i += kWideBytes) ConvolveCross(rows, step, pair, out, i);
   }
 #endif
   Convolve3x3Flat(rows, step, weights, i, out, count);

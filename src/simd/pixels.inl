@@ -1,7 +1,7 @@
 // Vectors: the widest ones of the level, for code that is the same at every width, and taking apart pixels of three
 // bytes. Unpacking and packing work within 16 bytes at every width, so that the one undoes the other.
 
-#if defined(__AVX512BW__)
+#if defined(__AVX512VBMI__)
 #define ZEL_WIDE(operation) _mm512_##operation
 #define ZEL_WIDE_BITS(operation) _mm512_##operation##_si512
 typedef __m512i Wide;
@@ -26,7 +26,7 @@ static inline void StoreWide(void* out, Wide v) {
 
 // The bytes of v where those of `test` are 0, else 0.
 static inline Wide WhereZero(Wide test, Wide v) {
-#if defined(__AVX512BW__)
+#if defined(__AVX512VBMI__)
   return _mm512_maskz_mov_epi8(_mm512_testn_epi8_mask(test, test), v);
 #else
   return _mm256_and_si256(_mm256_cmpeq_epi8(test, _mm256_setzero_si256()), v);

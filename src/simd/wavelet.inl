@@ -1,7 +1,7 @@
 // The 9/7 wavelet by lifting, on even ("low") and odd ("high") samples kept apart. Vector forms evaluate the very
 // expressions of the plain loops for each value; only the order of the values differs.
 
-#if defined(__AVX512F__)
+#if defined(__AVX512VBMI__)
 // Values i - 1 of a sequence, from its values i. `last` holds the vector before this one and then this one.
 static inline WideDoubles OneBack(WideDoubles* last, WideDoubles now) {
   const WideDoubles before = *last;
