@@ -186,7 +186,12 @@ void WaveletStrip::Measure(const Layer& layer, ptrdiff_t left, const TiledPlane&
   };
   Transform([&](ptrdiff_t y, const double* lowRow, const double* highRow) {
     if (y > 0) count(y - 1);
-    kernels_->ScaleDoubles(lowRow + kMargin, kForwardScales[0], low.Row(left / kStripPairs, y), pairs_);
+    double* const lowOut = low.Row(left / kStripPairs, y);
+    if (y + 2 < layer.height / 2) {
+      AskFor(lowOut + 2 * low.stride, static_cast<size_t>(pairs_));
+      AskFor(DetailRows(store, y + 2), static_cast<size_t>(kQuadrants * wide_));
+    }
+    kernels_->ScaleDoubles(lowRow + kMargin, kForwardScales[0], lowOut, pairs_);
     const double* const details[kQuadrants] = {lowRow + half_, highRow, highRow + half_};
     int16_t* rounded = DetailRows(store, y);
     for (int32_t q = 0; q < kQuadrants; ++q, rounded += wide_) {

@@ -304,10 +304,10 @@ static inline Wide ExpandVector(const int16_t* in, const Table& curve, double sc
   const Wide zero = ZEL_WIDE_BITS(setzero)(), a = LoadWide(in), b = LoadWide(in + kWideWords);
   const Wide sizeA = ZEL_WIDE(abs_epi16)(a), sizeB = ZEL_WIDE(abs_epi16)(b);
   const Wide mapped = LookUp(ZEL_WIDE(packus_epi16)(sizeA, sizeB), curve);
-  int16_t words[2 * kWideWords];
+  int16_t words[kWideBytes];
   StoreWide(words, Signed(ZEL_WIDE(unpacklo_epi8)(mapped, zero), a));
   StoreWide(words + kWideWords, Signed(ZEL_WIDE(unpackhi_epi8)(mapped, zero), b));
-  for (size_t i = 0; i < 2 * kWideWords; ++i) out[i] = words[i] * scale;
+  for (size_t i = 0; i < kWideBytes; ++i) out[i] = words[i] * scale;
   return ZEL_WIDE_BITS(or)(sizeA, sizeB);
 }
 #endif
@@ -318,8 +318,10 @@ static uint32_t ExpandDetails(const int16_t* in, const uint8_t* curve, double sc
 #if defined(__AVX2__)
   const Table table = LoadTable(curve);
   Wide sizes = ZEL_WIDE_BITS(setzero)();
-  for (; i + 2 * kWideWords <= count; i += 2 * kWideWords) {
-    sizes = ZEL_WIDE_BITS(or)(sizes, ExpandVector(in + i, table, scale, out + i));
+  // A last vector that is not full starts earlier and expands some details again.
+  for (; count >= kWideBytes && i < count; i += kWideBytes) {
+    const size_t at = i + kWideBytes <= count ? i : count - kWideBytes;
+    sizes = ZEL_WIDE_BITS(or)(sizes, ExpandVector(in + at, table, scale, out + at));
   }
   uint16_t lanes[kWideWords];
   StoreWide(lanes, sizes);
