@@ -81,8 +81,9 @@ bool Pyramid::Allocate(uint64_t width, uint64_t height, int32_t levels) {
     const uint64_t stored = WaveletStrip::StoredDetails(levelWidth, levelHeight);
     values += levelHeight * WaveletStrip::kCarried;
     details += stored;
-    level.store.room = static_cast<size_t>(l == 0 ? stored / kLargeShare : stored);
-    large += level.store.room;
+    const uint64_t room = l == 0 ? stored / kLargeShare : stored;
+    level.store.room = static_cast<size_t>(room);
+    large += room;
   }
   if (std::max(values, large) > PTRDIFF_MAX / sizeof(double) || details > PTRDIFF_MAX / sizeof(int16_t)) return false;
   if (!values_.Allocate(static_cast<size_t>(values)) || !details_.Allocate(static_cast<size_t>(details)) ||

@@ -46,6 +46,10 @@ size_t Channel::InMemory(size_t x, size_t y, size_t count) const {
   return first < total ? std::min(count, (total - first + step - 1) / step) : 0;
 }
 
+size_t Channel::Ahead(ptrdiff_t y) const {
+  return geometry.RowOffset(static_cast<int32_t>(std::min<ptrdiff_t>(y + kAhead, geometry.height - 1)));
+}
+
 bool WaveletStrip::Allocate() {
   kernels_ = &ActiveKernels().wavelet;
   constexpr size_t kRings = 2 * ColumnLift::kRows * kRowLength;
@@ -93,8 +97,7 @@ void WaveletStrip::LoadRow(ptrdiff_t y) {
     if (inside > first) {
       const size_t count = channel.InMemory(first, y, inside - first);
       const uint8_t* const in = channel.source + channel.geometry.RowOffset(static_cast<int32_t>(y)) + channel.offset;
-      const ptrdiff_t ahead = std::min<ptrdiff_t>(kAhead, channel.geometry.height - 1 - y);
-      AskFor(in + ahead * channel.geometry.stride + first * step, count * step);
+      AskFor(channel.source + channel.Ahead(y) + first * step, count * step);
       kernels_->SplitBytes(in + first * step, step, low_, high_, count / 2);
       if (count % 2 != 0) low_[count / 2] = in[(first + count - 1) * step];
       for (x = first + count; x < inside; ++x) At(x) = channel.lastByte;
@@ -130,8 +133,7 @@ void WaveletStrip::StoreRow(ptrdiff_t y, const double* row) {
   const size_t count = channel.InMemory(first, y, end - first);
   uint8_t* const out =
       channel.destination + channel.geometry.RowOffset(static_cast<int32_t>(y)) + channel.offset + first * step;
-  const ptrdiff_t ahead = std::min<ptrdiff_t>(kAhead, channel.geometry.height - 1 - y);
-  AskFor(out + ahead * channel.geometry.stride, count * step);
+  AskFor(channel.destination + channel.Ahead(y) + first * step, count * step);
   kernels_->JoinBytes(low_, high, out, step, count / 2);
   if (count % 2 != 0) kernels_->JoinBytes(low_ + count / 2, low_ + count / 2, out + (count - 1) * step, 0, 1);
 }

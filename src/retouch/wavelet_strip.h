@@ -22,6 +22,8 @@ struct Channel {
 
   // How many of `count` samples from column x of row y on lie in memory.
   size_t InMemory(size_t x, size_t y, size_t count) const;
+  // Where the row begins that is worth asking for while row y is at hand.
+  size_t Ahead(ptrdiff_t y) const;
 };
 
 // Pairs of columns in a strip, and columns in a tile. All rows that are in flight at a time take some 50 KB.
