@@ -60,7 +60,10 @@ bool PointSample(const void* source, const Geometry& geometry, const ZelRect* re
         out = CopyPixels<6>(pixel, reduced.width, distance, toNext, out);
         break;
       default:
-        for (int32_t x = 0; x < reduced.width; ++x, pixel += distance) out = std::copy_n(pixel, pixelBytes, out);
+        for (int32_t x = 0; x < reduced.width; ++x, pixel += distance) {
+          AskFor(pixel + toNext, 1);
+          out = std::copy_n(pixel, pixelBytes, out);
+        }
     }
   }
   return true;

@@ -167,7 +167,7 @@ void WaveletStrip::Transform(const Consumer& consumer) {
 }
 
 uint64_t WaveletStrip::StoredDetails(uint64_t width, uint64_t height) {
-  const uint64_t pairs = width / 2, strips = (pairs + kStripPairs - 1) / kStripPairs;
+  const uint64_t pairs = width / 2, strips = static_cast<uint64_t>(TiledPlane::Tiles(pairs));
   return kQuadrants * (height / 2) * (pairs + strips * 2 * kMargin);
 }
 
@@ -220,15 +220,15 @@ void WaveletStrip::Rebuild(const Layer& layer, ptrdiff_t left, const TiledPlane&
     double* const outHigh = back.Row(2 * y + 1);
     // Low-pass values are mirrored about even samples: the one at either end of the row is not repeated on the left,
     // but is on the right.
-    double* const lows = outLow + kMargin - left;
+    double* const lows = outLow + kMargin;
     const ptrdiff_t tile = left / kStripPairs, later = std::min(y + kAhead / 2, height / 2 - 1);
     AskFor(low.Row(tile, later), static_cast<size_t>(pairs_));
     if (left > 0) AskFor(low.Row(tile - 1, later) + kStripPairs - kMargin, 1);
     if (left + pairs_ < half) AskFor(low.Row(tile + 1, later), 1);
-    kernels_->ScaleDoubles(low.Row(tile, y), kInverseScales[0], lows + left, pairs_);
-    for (ptrdiff_t x = left - kMargin; x < left; ++x) lows[x] = x < 0 ? lows[-x] : low.At(x, y) * kInverseScales[0];
-    for (ptrdiff_t x = left + pairs_; x < left + pairs_ + kMargin; ++x) {
-      lows[x] = x < half ? low.At(x, y) * kInverseScales[0] : lows[2 * half - 1 - x];
+    kernels_->ScaleDoubles(low.Row(tile, y), kInverseScales[0], lows, pairs_);
+    for (ptrdiff_t i = -kMargin; i < 0; ++i) lows[i] = left == 0 ? lows[-i] : low.At(left + i, y) * kInverseScales[0];
+    for (ptrdiff_t i = pairs_; i < pairs_ + kMargin; ++i) {
+      lows[i] = left + i < half ? low.At(left + i, y) * kInverseScales[0] : lows[2 * (half - left) - 1 - i];
     }
     double* const shrunk[kQuadrants] = {outLow + half_, outHigh, outHigh + half_};
     int16_t* rounded = DetailRows(store, y);
