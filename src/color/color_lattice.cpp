@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "core/scratch.h"
-#include "simd/kernels.h"
+#include "simd/prepare.h"
 
 namespace zel {
 
@@ -24,7 +24,6 @@ void FillIdentity(T* sample, int32_t step) {
 
 // Below this many pixels the table of cells costs more than it saves.
 constexpr int64_t kFewPixels = 8192;
-constexpr size_t kCellBytes = 16;
 
 }  // namespace
 
@@ -41,19 +40,8 @@ void* MakeColorLattice(void* block, int32_t bits) {
 }
 
 LatticeMap::LatticeMap(const uint8_t* lattice, int64_t pixels) : nodes_(lattice) {
-  if (pixels < kFewPixels || !cells_.AllocateZeroed(kCellBytes * kLatticeCells)) return;
-  uint8_t* cell = cells_.data();
-  for (size_t i = 0; i < kLatticeNodes; ++i, cell += kCellBytes) {
-    const uint8_t* const node = lattice + 3 * i;
-    // Behind the last index there is no neighbour, and its weight will be 0.
-    const size_t red = i % 16 < 15 ? 3 : 0, green = i / 16 % 16 < 15 ? 48 : 0;
-    for (size_t k = 0; k < 3; ++k) {
-      cell[4 * k] = node[k];
-      cell[4 * k + 1] = node[k + red];
-      cell[4 * k + 2] = node[k + green];
-      cell[4 * k + 3] = node[k + red + green];
-    }
-  }
+  if (pixels < kFewPixels || !cells_.AllocateZeroed(kLatticeCellBytes * kLatticeCells)) return;
+  PackLatticeCells(lattice, cells_.data());
 }
 
 void LatticeMap::MapBytes(const uint8_t* in, uint8_t* out, size_t pixels, bool blueFirst) const {

@@ -5,6 +5,7 @@
 
 #include "core/cache.h"
 #include "filter/blurred_rows.h"
+#include "simd/prepare.h"
 
 namespace zel {
 
@@ -15,31 +16,6 @@ constexpr double kMostSigma = 1e6;
 
 int32_t Rounded(double value) {
   return static_cast<int32_t>(value + 0.5);
-}
-
-// Weights up to 64 stay whole: a sum of two bytes times 64 is the most that a signed 16-bit product holds. Greater ones
-// are split so that the coarse sum over all taps stays below 2^16; the fine sum is folded before it would not. The
-// centre is summed first.
-void SplitForBytes(BlurWeights* weights) {
-  const int32_t fineBits = weights->shift - 7, reach = weights->reach;
-  const auto split = [&](int32_t k) {
-    const int32_t coarse = weights->taps[k] > 64 ? weights->taps[k] >> fineBits : 0;
-    const int32_t fine = weights->taps[k] - (coarse << fineBits);
-    weights->coarse[k] = 0x01010101u * static_cast<uint32_t>(coarse);
-    weights->fine[k] = 0x01010101u * static_cast<uint32_t>(fine);
-    return fine;
-  };
-  int32_t most = 255 * split(reach);  // of the fine sum so far
-  weights->runs = 0;
-  for (int32_t k = 0; k < reach; ++k) {
-    const int32_t share = 2 * 255 * split(k);
-    const bool coarse = weights->coarse[k] != 0, fold = most + share > 65535;
-    if (k == 0 || fold || coarse != weights->run[weights->runs - 1].coarse) {
-      weights->run[weights->runs++] = {k, coarse, fold};
-    }
-    weights->run[weights->runs - 1].end = k + 1;
-    most = share + (fold ? (1 << fineBits) - 1 : most);
-  }
 }
 
 template <class T>
@@ -101,7 +77,7 @@ bool MakeBlurWeights(double sigma, BlurWeights* weights) {
   const double power = 1 << weights->shift;
   weights->reach = length / 2;
   for (int32_t k = 0; k <= weights->reach; ++k) weights->taps[k] = Rounded(kernel[k] * power / sum);
-  SplitForBytes(weights);
+  SplitBlurWeights(weights);
   return true;
 }
 

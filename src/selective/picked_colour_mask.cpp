@@ -7,7 +7,7 @@
 #include "core/pixel.h"
 #include "core/scratch.h"
 #include "selective/weight_lattice.h"
-#include "simd/kernels.h"
+#include "simd/prepare.h"
 
 namespace zel {
 
@@ -119,7 +119,7 @@ bool BuildPickedColourMaskRaw(const void* source, const Geometry& geometry, void
   if (geometry.bits != 8) return true;
   if (maskGeometry.bits != 8) return false;
 
-  Scratch<uint8_t> cells(kCellBytes), spare(maskGeometry.channels > 1 ? geometry.width : 1);
+  Scratch<uint8_t> cells(kWeightCellBytes), spare(maskGeometry.channels > 1 ? geometry.width : 1);
   if (!cells || !spare) return false;
   uint8_t lattice[kLatticeEntries];
   const Rgb mean = MeanColourAround(source, geometry, point);

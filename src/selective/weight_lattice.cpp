@@ -30,19 +30,4 @@ int32_t SampleWeightLattice(const uint8_t* lattice, int32_t red, int32_t green, 
   return sum / (kLatticeStep * kLatticeStep * kLatticeStep);
 }
 
-void PackWeightCells(const uint8_t* lattice, bool blueFirst, uint8_t* cells) {
-  for (int32_t third = 0; third < kLatticeLevels; ++third) {
-    for (int32_t second = 0; second < kLatticeLevels; ++second) {
-      for (int32_t first = 0; first < kLatticeLevels; ++first) {
-        for (int32_t corner = 0; corner < 8; ++corner) {
-          const int32_t a = (corner & 1) != 0 ? Above(first) : first;
-          const int32_t g = (corner & 2) != 0 ? Above(second) : second;
-          const int32_t c = (corner & 4) != 0 ? Above(third) : third;
-          *cells++ = lattice[blueFirst ? EntryOf(c, g, a) : EntryOf(a, g, c)];
-        }
-      }
-    }
-  }
-}
-
 }  // namespace zel

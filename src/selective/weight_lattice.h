@@ -16,11 +16,6 @@ constexpr size_t kLatticeEntries = 4096;
 // The weight of an 8-bit colour: trilinear, exact, the final quotient truncated. A grid colour gets its entry.
 int32_t SampleWeightLattice(const uint8_t* lattice, int32_t red, int32_t green, int32_t blue);
 
-// The eight corners of every cell side by side, as the row kernel reads them; the last sample's axis is the slowest.
-// With `blueFirst` the axes change places, so that the kernel takes samples in memory order.
-constexpr size_t kCellBytes = 8 * kLatticeEntries;
-void PackWeightCells(const uint8_t* lattice, bool blueFirst, uint8_t* cells);
-
 }  // namespace zel
 
 #endif  // ZEL_SELECTIVE_WEIGHT_LATTICE_H_

@@ -5,7 +5,7 @@
 #include <random>
 #include <vector>
 
-#include "simd/kernels.h"
+#include "simd/prepare.h"
 
 namespace zel::test {
 namespace {
@@ -32,7 +32,7 @@ TEST(WeightLattice, GridColoursAreExactAndOthersInterpolate) {
 // that a read beyond is caught by the address sanitiser.
 TEST(WeightLattice, RowKernelsEqualSingleColours) {
   const std::vector<uint8_t> lattice = RandomLattice();
-  std::vector<uint8_t> cells(kCellBytes);
+  std::vector<uint8_t> cells(kWeightCellBytes);
   for (const bool blueFirst : {false, true}) {
     PackWeightCells(lattice.data(), blueFirst, cells.data());
     for (const int blue : {0, 1, 16, 17, 130, 250, 254, 255}) {
