@@ -49,7 +49,7 @@ if(ZEL_X86)
 endif()
 
 file(GLOB ZEL_SOURCES CONFIGURE_DEPENDS src/core/*.cpp src/tone/*.cpp src/filter/*.cpp src/color/*.cpp
-  src/selective/*.cpp src/retouch/*.cpp)
+  src/selective/*.cpp src/retouch/*.cpp src/exports/*.cpp)
 if(WIN32)
   list(FILTER ZEL_SOURCES EXCLUDE REGEX "_posix\\.cpp$")
 else()

@@ -10,6 +10,8 @@
 #include "color/lab.h"
 #include "core/blend.h"
 #include "core/reduce.h"
+#include "core/rounding.h"
+#include "core/work_time.h"
 #include "simd/kernels.h"
 
 namespace zel {
@@ -20,10 +22,6 @@ constexpr int32_t kMeasuredSize = 300;
 constexpr double kFullChroma = 100.0;
 constexpr double kMostGain = 1.4;
 constexpr int32_t kStrip = 256;  // pixels whose working rows stay in the first-level cache
-
-int32_t Cut(int64_t value) {
-  return static_cast<int32_t>(std::min<int64_t>(std::max<int64_t>(value, INT32_MIN), INT32_MAX));
-}
 
 // The lattice followed by more saturation.
 void AppendSaturation(uint8_t* lattice, int32_t saturation) {
@@ -40,9 +38,9 @@ bool ApplyMasked(const ImageDesc& source, const ImageDesc& destination, const Re
   const bool saturates = strength > 50;
   uint8_t saturated[kLatticeSamples];
   MakeColorLattice(saturated, 8);
-  if (saturates) AdjustLatticeHueSaturation(saturated, 8, 0, Cut(strength < 76 ? s - 50 : 2 * s - 125));
+  if (saturates) AdjustLatticeHueSaturation(saturated, 8, 0, Saturated(strength < 76 ? s - 50 : 2 * s - 125));
   uint16_t weights[360];
-  MakeHueWeights(Cut(std::min<int64_t>(2 * s, 100) * 192 / 100), 8, weights);
+  MakeHueWeights(Saturated(std::min<int64_t>(2 * s, 100) * 192 / 100), 8, weights);
 
   const int64_t pixels = static_cast<int64_t>(region.Width()) * region.Height();
   const LatticeMap colorful(lattice, pixels), saturation(saturated, saturates ? pixels : 0);
@@ -100,23 +98,23 @@ bool EstimateColorfulLattice(const void* samples, const Geometry& geometry, cons
 
 bool ColorfulLattice(const ImageDesc* source, const ZelRect* rect, ColorfulStyle style, int32_t strength,
                      uint8_t* lattice) {
-  if (!IsUsable(source)) {
+  if (strength == 0 || !IsUsable(source)) {
     MakeColorLattice(lattice, 8);
-    return false;
+    return strength == 0;
   }
   if (!EstimateColorfulLattice(source->data, GeometryOf(*source), rect, lattice)) return false;
   const int64_t s = strength;
   if (style == ColorfulStyle::kMasked) {
-    if (strength > 50) AppendSaturation(lattice, Cut((s - 50) / 2));
+    if (strength > 50) AppendSaturation(lattice, Saturated((s - 50) / 2));
     return true;
   }
-  const int32_t percent = strength > 75 ? 150 : Cut(2 * s);
+  const int32_t percent = strength > 75 ? 150 : Saturated(2 * s);
   if (percent != 100) {
     uint8_t identity[kLatticeSamples];
     MakeColorLattice(identity, 8);
     PullTowards(lattice, identity, kLatticeSamples, percent);
   }
-  if (strength > 75) AppendSaturation(lattice, Cut(2 * s - 150));
+  if (strength > 75) AppendSaturation(lattice, Saturated(2 * s - 150));
   return true;
 }
 
@@ -126,6 +124,20 @@ bool ApplyColorful(const ImageDesc* source, const ImageDesc* destination, const 
   if (lattice == nullptr || !SameImageLayout(source, destination)) return false;
   if (ChannelsOf(source->format) != 3 || BitsOf(source->format) != 8) return false;
   return ApplyMasked(*source, *destination, ClampedRegion(rect, source->width, source->height), strength, lattice);
+}
+
+bool Colorful(const ImageDesc* source, const ImageDesc* destination, ColorfulStyle style, int32_t strength,
+              const ZelRect* rect) {
+  if (strength == 0) return true;
+  const WorkTime time;
+  uint8_t lattice[kLatticeSamples];
+  if (!ColorfulLattice(source, nullptr, style, strength, lattice) ||
+      !ApplyColorful(source, destination, rect, style, strength, lattice)) {
+    CopyRefused(source, destination, rect);
+    return false;
+  }
+  time.Report();
+  return true;
 }
 
 }  // namespace zel

@@ -20,8 +20,8 @@ void RaiseLatticeChroma(uint8_t* lattice, double gain);
 enum class ColorfulStyle { kPlain, kMasked };
 
 // The lattice of a picture at a strength: in the plain style the estimated one, faded towards the identity below 50 and
-// beyond itself above, with extra saturation from 76; in the masked one with extra saturation from 51. The lattice
-// holds the identity when the picture is refused.
+// beyond itself above, with extra saturation from 76; in the masked one with extra saturation from 51. Strength 0
+// gives the identity; so does, with false, a picture that is refused.
 bool ColorfulLattice(const ImageDesc* source, const ZelRect* rect, ColorfulStyle style, int32_t strength,
                      uint8_t* lattice);
 
@@ -30,6 +30,11 @@ bool ColorfulLattice(const ImageDesc* source, const ZelRect* rect, ColorfulStyle
 // bits, in the plain style 16 as well. False, with nothing written, on anything else.
 bool ApplyColorful(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, ColorfulStyle style,
                    int32_t strength, const uint8_t* lattice);
+
+// Measures the whole picture and applies its lattice to the rectangle. Strength 0 does nothing, whatever the records.
+// On refusal a destination of the same layout holds a copy of the source.
+bool Colorful(const ImageDesc* source, const ImageDesc* destination, ColorfulStyle style, int32_t strength,
+              const ZelRect* rect);
 
 }  // namespace zel
 

@@ -5,6 +5,7 @@
 #include "core/blend.h"
 #include "core/rounding.h"
 #include "core/scratch.h"
+#include "core/work_time.h"
 #include "filter/gaussian_blur.h"
 #include "filter/sharpen.h"
 #include "simd/kernels.h"
@@ -75,14 +76,21 @@ bool MakeMaskTable(const uint8_t* mask, const Geometry& geometry, const Region& 
   return true;
 }
 
-int32_t Limited(int64_t amount) {
-  return static_cast<int32_t>(std::min<int64_t>(std::max<int64_t>(amount, INT32_MIN), INT32_MAX));
-}
-
 // One row of an image as an image of its own.
 ImageDesc RowRecord(const void* row, Geometry geometry) {
   geometry.height = 1;
   return Describe(row, geometry);
+}
+
+bool Enhanced(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t mode,
+              int32_t strength) {
+  const int64_t s = strength;
+  if (mode == 0) return Sharpen(source, destination, rect, Saturated(s * 4 / 5));
+  if (mode == 1 && s > 30) return Sharpen(source, destination, rect, Saturated(20 + (55 * s - 1650) / 70));
+  if (mode == 1) return VividDetailBlend(source, destination, rect, Saturated(s * 8 / 3));
+  if (mode == 2 && s > 40) return Sharpen(source, destination, rect, Saturated(s / 2));
+  if (mode == 2) return VividDetailBlend(source, destination, rect, Saturated(s * 2));
+  return rect != nullptr;
 }
 
 }  // namespace
@@ -131,13 +139,10 @@ bool VividDetailBlend(const ImageDesc* source, const ImageDesc* destination, con
 
 bool VividImage(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t mode,
                 int32_t strength) {
-  const int64_t s = strength;
-  if (mode == 0) return Sharpen(source, destination, rect, Limited(s * 4 / 5));
-  if (mode == 1 && s > 30) return Sharpen(source, destination, rect, Limited(20 + (55 * s - 1650) / 70));
-  if (mode == 1) return VividDetailBlend(source, destination, rect, Limited(s * 8 / 3));
-  if (mode == 2 && s > 40) return Sharpen(source, destination, rect, Limited(s / 2));
-  if (mode == 2) return VividDetailBlend(source, destination, rect, Limited(s * 2));
-  return rect != nullptr;
+  const WorkTime time;
+  const bool done = Enhanced(source, destination, rect, mode, strength);
+  time.Report();
+  return done;
 }
 
 }  // namespace zel

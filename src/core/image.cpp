@@ -127,6 +127,26 @@ void CopyImageRect(const ImageDesc& destination, const ImageDesc& source, const 
   }
 }
 
+bool CopySource(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
+  if (!IsUsable(source) || !IsUsable(destination)) return false;
+  if (rect != nullptr) {
+    CopyImageRect(*destination, *source, rect);
+  } else if (source->data != destination->data) {
+    const size_t bytes = std::min(GeometryOf(*source).SampleCount(), GeometryOf(*destination).ByteCount());
+    std::memcpy(destination->data, source->data, bytes);
+  }
+  return true;
+}
+
+void CopyRefused(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
+  if (!SameImageLayout(source, destination)) return;
+  if (rect != nullptr) {
+    CopyImageRect(*destination, *source, rect);
+  } else {
+    CopySamples(source->data, destination->data, GeometryOf(*source));
+  }
+}
+
 void CopySamples(const void* source, void* destination, const Geometry& geometry) {
   if (source != destination) std::memcpy(destination, source, geometry.ByteCount());
 }

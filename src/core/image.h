@@ -77,6 +77,14 @@ Region Grown(const Region& region, int32_t margin, int32_t width, int32_t height
 // source's stride, so the destination must have the same; rows beyond a smaller destination are left out.
 void CopyImageRect(const ImageDesc& destination, const ImageDesc& source, const ZelRect* rect);
 
+// What "copies the source" means to a host. Without a rectangle that is height x stride bytes at any depth (the upper
+// half of a 16-bit image), cut to what both records hold; with one its pixels. False when a record cannot be used.
+bool CopySource(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect);
+
+// What a separate destination gets from some functions that refuse: the source, its rectangle or all height x stride
+// samples. Nothing when the records do not agree.
+void CopyRefused(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect);
+
 // Copies all height x stride samples, unless both are the same memory.
 void CopySamples(const void* source, void* destination, const Geometry& geometry);
 

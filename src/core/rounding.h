@@ -1,6 +1,8 @@
-// Rounding that no optimiser may skip.
+// Rounding that no optimiser may skip, and limits.
 #ifndef ZEL_CORE_ROUNDING_H_
 #define ZEL_CORE_ROUNDING_H_
+
+#include <cstdint>
 
 namespace zel {
 
@@ -9,6 +11,11 @@ namespace zel {
 inline double ToSingle(double value) {
   const volatile float rounded = static_cast<float>(value);
   return rounded;
+}
+
+// Settings are combined in 64 bits, where nothing overflows, and saturate on their way back.
+inline int32_t Saturated(int64_t value) {
+  return static_cast<int32_t>(value < INT32_MIN ? INT32_MIN : value > INT32_MAX ? INT32_MAX : value);
 }
 
 }  // namespace zel

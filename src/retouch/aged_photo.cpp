@@ -6,6 +6,7 @@
 #include "core/blend.h"
 #include "core/channel_lut.h"
 #include "core/reduce.h"
+#include "core/work_time.h"
 
 namespace zel {
 
@@ -181,6 +182,16 @@ bool RecoverAgedPhoto(const ImageDesc* source, const ImageDesc* destination, int
   BuildCurves(histograms, geometry.channels, block);
   Pull(histograms, geometry.channels, std::min(2 * std::min(std::max(strength, 0), 100), 150), block);
   return ApplyChannelLut(source, destination, rect, block, geometry.channels, 8);
+}
+
+bool AgedPhotoRecovered(const ImageDesc* source, const ImageDesc* destination, int32_t mode, int32_t strength,
+                        const ZelRect* rect) {
+  const WorkTime time;
+  if (mode == 1) strength = static_cast<int32_t>(static_cast<int64_t>(strength) * 3 / 4);
+  if (strength == 0) return CopySource(source, destination, rect);
+  if (!RecoverAgedPhoto(source, destination, strength, rect)) return false;
+  time.Report();
+  return true;
 }
 
 }  // namespace zel

@@ -17,6 +17,10 @@ namespace zel {
 // images differ or cannot be processed, or memory ran out.
 bool RecoverAgedPhoto(const ImageDesc* source, const ImageDesc* destination, int32_t strength, const ZelRect* rect);
 
+// The same for a host's mode: 1 takes three quarters of the strength. Strength 0 copies the source.
+bool AgedPhotoRecovered(const ImageDesc* source, const ImageDesc* destination, int32_t mode, int32_t strength,
+                        const ZelRect* rect);
+
 }  // namespace zel
 
 #endif  // ZEL_RETOUCH_AGED_PHOTO_H_

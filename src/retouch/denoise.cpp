@@ -201,4 +201,9 @@ bool WaveletDenoisePlanes(const uint8_t* source, uint8_t* destination, const Geo
   return true;
 }
 
+bool Denoise(const ImageDesc* source, const ImageDesc* destination, uint32_t setting, const ZelRect* rect) {
+  return setting == 0 ? CopySource(source, destination, rect)
+                      : DenoiseImage(source, destination, DenoiseStrength(setting));
+}
+
 }  // namespace zel

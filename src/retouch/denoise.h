@@ -26,6 +26,9 @@ int64_t PaddedSize(int32_t size, int32_t levels);
 bool DenoiseImage(const ImageDesc* source, const ImageDesc* destination, int32_t strength);
 bool WaveletDenoisePlanes(const uint8_t* source, uint8_t* destination, const Geometry& geometry, int32_t strength);
 
+// The same for a user's setting, of which 0 copies the source.
+bool Denoise(const ImageDesc* source, const ImageDesc* destination, uint32_t setting, const ZelRect* rect);
+
 }  // namespace zel
 
 #endif  // ZEL_RETOUCH_DENOISE_H_

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/channel_lut.h"
+#include "core/rounding.h"
 #include "filter/blurred_rows.h"
 #include "filter/gaussian_blur.h"
 #include "retouch/skin_mask.h"
@@ -89,6 +90,11 @@ bool SoftenInto(const void* source, void* output, const Geometry& geometry, cons
       [&](int32_t, size_t offset, size_t, size_t, auto soften) { soften(static_cast<uint8_t*>(output) + offset); });
 }
 
+// Tenths of a pixel for a level.
+int32_t WidthOf(int32_t mode, int64_t level) {
+  return Saturated(mode == 1 ? 6 * level / 5 : level < 51 ? 4 * level / 5 : (8 * level - 400) / 5 + 40);
+}
+
 }  // namespace
 
 bool SkinClearCorrect(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t k,
@@ -103,6 +109,12 @@ bool SkinClearCorrect(const ImageDesc* source, const ImageDesc* destination, con
   }
   CopySamples(source->data, destination->data, geometry);
   return false;
+}
+
+bool SkinClear(const ImageDesc* source, const ImageDesc* destination, int32_t mode, const ZelPoint* point,
+               int32_t level, const ZelRect* rect) {
+  const int32_t k = WidthOf(mode, level);
+  return k == 0 ? CopySource(source, destination, rect) : SkinClearCorrect(source, destination, rect, k, point);
 }
 
 bool SkinClearBlend(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,

@@ -16,6 +16,11 @@ namespace zel {
 bool SkinClearCorrect(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t k,
                       const ZelPoint* point);
 
+// The same for a host's mode and level: mode 2 starts gently and then catches up with mode 1. Level 0 copies the
+// source.
+bool SkinClear(const ImageDesc* source, const ImageDesc* destination, int32_t mode, const ZelPoint* point,
+               int32_t level, const ZelRect* rect);
+
 // The steps on bare samples of 8 bits; in place works. `weights` is a mask without gaps between its rows. False, with
 // nothing written, for other depths and channels and without memory.
 //

@@ -1,7 +1,9 @@
 #include "retouch/skin_flash.h"
 
 #include "core/blend.h"
+#include "core/rounding.h"
 #include "retouch/skin_mask.h"
+#include "selective/region_points.h"
 #include "selective/region_tone.h"
 
 namespace zel {
@@ -18,6 +20,14 @@ bool SkinFlashCorrect(const ImageDesc* source, const ImageDesc* destination, con
   }
   MaskBlend(source, source, destination, &mask.desc(), kScreen, rect);
   return true;
+}
+
+bool SkinFlash(const ImageDesc* source, const ImageDesc* destination, int32_t mode, const ZelPoint* point,
+               int32_t strength, const ZelRect* rect) {
+  if (point == nullptr) return SkinFlashCorrect(source, destination, rect, strength, 3.0);
+  if (!IsSkinPoint(source, point)) return CopySource(source, destination, rect);
+  const int32_t amount = mode == 1 ? strength : Saturated(static_cast<int64_t>(strength) * 3 / 4);
+  return SeededToneEnhance(source, destination, *point, amount, rect);
 }
 
 }  // namespace zel

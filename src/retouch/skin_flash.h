@@ -14,6 +14,11 @@ namespace zel {
 bool SkinFlashCorrect(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t strength,
                       double sigma);
 
+// The same in mode 1 and 2, with a softening of 3 pixels, or where the skin around `point` has its colour: there mode 2
+// takes three quarters of the strength, strength 0 copies the source, and so does a point that does not look like skin.
+bool SkinFlash(const ImageDesc* source, const ImageDesc* destination, int32_t mode, const ZelPoint* point,
+               int32_t strength, const ZelRect* rect);
+
 }  // namespace zel
 
 #endif  // ZEL_RETOUCH_SKIN_FLASH_H_

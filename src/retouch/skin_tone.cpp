@@ -81,6 +81,21 @@ bool SamplePixel(const ImageDesc* image, int32_t x, int32_t y, Rgb* colour) {
   return true;
 }
 
+bool InitialPercentages(const ImageDesc* image, const ZelPoint* point, SkinPercentages* percentages) {
+  Rgb skin = kTypicalSkin;
+  if (point != nullptr && !SamplePixel(image, point->x, point->y, &skin)) return false;
+  *percentages = PercentagesOf(skin);
+  return true;
+}
+
+bool SkinTone(const ImageDesc* source, const ImageDesc* destination, const ZelPoint* point,
+              const SkinPercentages& percentages, const ZelRect* rect) {
+  Rgb skin = kTypicalSkin;
+  if (point != nullptr && !SamplePixel(source, point->x, point->y, &skin)) return false;
+  SkinToneCorrect(source, destination, rect, point, skin, ComplementTarget(percentages));
+  return true;
+}
+
 bool SkinToneCorrect(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, const ZelPoint* point,
                      const Rgb& skin, const Rgb& target) {
   if (!SameImageLayout(source, destination)) return false;

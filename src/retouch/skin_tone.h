@@ -26,6 +26,15 @@ Rgb ComplementTarget(const SkinPercentages& percentages);
 // image and for other than one or three channels of 8 or 16 bits.
 bool SamplePixel(const ImageDesc* image, int32_t x, int32_t y, Rgb* colour);
 
+// The sliders that describe the colour of the skin at `point`, or typical skin without one, which no image is needed
+// for. False, with nothing written, as SamplePixel.
+bool InitialPercentages(const ImageDesc* image, const ZelPoint* point, SkinPercentages* percentages);
+
+// Carries that colour to the one that the sliders describe, as SkinToneCorrect does. False when it cannot be sampled;
+// whether the image could be corrected is not reported.
+bool SkinTone(const ImageDesc* source, const ImageDesc* destination, const ZelPoint* point,
+              const SkinPercentages& percentages, const ZelRect* rect);
+
 // Carries `skin` to `target` by one gain per channel, through a softened mask of the colour around `point`, or of
 // skin-like hues without one. A reversed rectangle is empty. 8 bits, three channels. False when the records differ,
 // for anything else and without memory, with nothing written; at 16 bits a separate destination then holds the colour

@@ -32,6 +32,21 @@ bool CorrectCast(const ImageDesc* source, int32_t family, int32_t filter, int32_
          CurvesOf(copy, family, filter, strength, block);
 }
 
+bool RemoveCast(const ImageDesc* source, const ImageDesc* destination, int32_t strength, const ZelRect* rect) {
+  uint8_t block[ZEL_LUT1D_BYTES];
+  MakeIdentityLut(block, 3, 8);
+  CorrectCast(source, 0, kKeepAll, strength, block);
+  return ApplyChannelLut(source, destination, rect, block, 3, 8);
+}
+
+bool RemoveCastOfColour(const ImageDesc* source, const ImageDesc* destination, int32_t colour, int32_t strength) {
+  // Colours come in the order of the hue wheel, families in the order of their table.
+  constexpr int32_t kFamilyOfColour[] = {0, 1, 6, 2, 4, 3, 5};
+  uint8_t block[ZEL_LUT1D_BYTES];
+  return colour >= 0 && colour <= 6 && CorrectCast(source, kFamilyOfColour[colour], kKeepAll, strength, block) &&
+         ApplyChannelLut(source, destination, nullptr, block, 3, 8);
+}
+
 bool ApplyCastCorrection(const uint8_t* source, uint8_t* destination, const Geometry& geometry, const CastArea& area,
                          const CastColour& from, const CastColour& to) {
   if (source == nullptr || destination == nullptr || !geometry.DescribesMemory() || geometry.bits != 8) return false;

@@ -13,6 +13,13 @@ namespace zel {
 // which the block becomes the identity, and without pixels or block, when nothing is written.
 bool CorrectCast(const ImageDesc* source, int32_t family, int32_t filter, int32_t strength, uint8_t* block);
 
+// Applies such tables to the rectangle: those of the strongest family, an unchanged picture where none was found.
+bool RemoveCast(const ImageDesc* source, const ImageDesc* destination, int32_t strength, const ZelRect* rect);
+
+// The same to the whole image for one colour of cast: 0 for any, 1 red, 2 yellow, 3 green, 4 cyan, 5 blue, 6 magenta.
+// Other colours, and images in which no cast is looked for, are refused.
+bool RemoveCastOfColour(const ImageDesc* source, const ImageDesc* destination, int32_t colour, int32_t strength);
+
 // Applies to the whole image the curves that move the source colour, as measured in the area, to the target colour.
 // When there is no such curve (red below 2, or not three channels) the source is copied. Row ends behind the last pixel
 // are copied too. False, with nothing written, for images not of 8 bits.

@@ -57,6 +57,7 @@ bool Apply(const ImageDesc* source, const ImageDesc* destination, const Move mov
 }  // namespace
 
 bool LightCorrect(const ImageDesc* source, const ImageDesc* destination, int32_t strength) {
+  if (strength == 0) return CopySource(source, destination, nullptr);
   if (!SameImageLayout(source, destination)) return false;
   const Geometry geometry = GeometryOf(*source);
   if (geometry.channels != 1 && geometry.channels != 3) return false;

@@ -4,13 +4,13 @@
 
 #include "color/color_lattice.h"
 #include "color/hue_saturation.h"
-#include "core/entry.h"
 #include "core/rounding.h"
 #include "core/scratch.h"
 #include "filter/blurred_rows.h"
 #include "filter/gaussian_blur.h"
 #include "selective/mix_tile.h"
 #include "selective/picked_colour_mask.h"
+#include "selective/region_points.h"
 #include "tone/gamma.h"
 
 namespace zel {
@@ -95,7 +95,7 @@ bool MixRaisedColour(const uint8_t* source, uint8_t* destination, const Geometry
 template <class FillMask>
 bool Enhance(const ImageDesc* source, const ImageDesc* destination, int32_t amount, const ZelRect* rect,
              FillMask fillMask) {
-  if (amount == 0) return ZeroStrengthCopy(source, destination, rect) == ZEL_OK;
+  if (amount == 0) return CopySource(source, destination, rect);
   if (!SameImageLayout(source, destination)) return false;
   const Geometry geometry = GeometryOf(*source);
   if (geometry.channels != 3 || geometry.bits != 8) return false;
@@ -166,6 +166,13 @@ bool RegionColourfulEnhance(const ImageDesc* source, const ImageDesc* destinatio
     return BuildRegionHueMaskRaw(source->data, geometry, mask, layout, nullptr, region, Tolerance(base, amount),
                                  kMaskMaximum);
   });
+}
+
+bool RegionColourful(const ImageDesc* source, const ImageDesc* destination, ColourRegion region, const ZelPoint* point,
+                     int32_t amount, const ZelRect* rect) {
+  if (point == nullptr) return RegionColourfulEnhance(source, destination, region, amount, rect);
+  return IsPointOf(region, source, point) ? SeededColourfulEnhance(source, destination, *point, amount, rect)
+                                          : CopySource(source, destination, rect);
 }
 
 }  // namespace zel

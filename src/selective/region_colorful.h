@@ -19,6 +19,11 @@ bool SeededColourfulEnhance(const ImageDesc* source, const ImageDesc* destinatio
 bool RegionColourfulEnhance(const ImageDesc* source, const ImageDesc* destination, ColourRegion region, int32_t amount,
                             const ZelRect* rect);
 
+// The first around a point that looks like the region, the second without a point. A point that does not look like it
+// leaves a copy of the source.
+bool RegionColourful(const ImageDesc* source, const ImageDesc* destination, ColourRegion region, const ZelPoint* point,
+                     int32_t amount, const ZelRect* rect);
+
 // Looks at the pixels of an 8-bit three-channel image whose weight in the mask (rows without gaps) reaches `threshold`:
 // lowers the weight where the saturation is above 75 per cent already, and counts the saturations of those whose weight
 // still reaches it.

@@ -33,4 +33,10 @@ bool IsSkyPoint(const ImageDesc* source, const ZelPoint* point) {
   return HueSatAt(source, point, &pixel) && pixel.hue >= 150 && pixel.hue < 330;
 }
 
+bool IsPointOf(ColourRegion region, const ImageDesc* source, const ZelPoint* point) {
+  return region == kSkin      ? IsSkinPoint(source, point)
+         : region == kFoliage ? IsFoliagePoint(source, point)
+                              : IsSkyPoint(source, point);
+}
+
 }  // namespace zel

@@ -3,6 +3,7 @@
 #define ZEL_SELECTIVE_REGION_POINTS_H_
 
 #include "core/image.h"
+#include "selective/region_hue_mask.h"
 
 namespace zel {
 
@@ -12,6 +13,7 @@ namespace zel {
 bool IsSkinPoint(const ImageDesc* source, const ZelPoint* point);     // 300..359 and 0..120 degrees
 bool IsFoliagePoint(const ImageDesc* source, const ZelPoint* point);  // 30..180
 bool IsSkyPoint(const ImageDesc* source, const ZelPoint* point);      // 150..329
+bool IsPointOf(ColourRegion region, const ImageDesc* source, const ZelPoint* point);
 
 }  // namespace zel
 

@@ -3,10 +3,10 @@
 #include <algorithm>
 
 #include "core/blend.h"
-#include "core/entry.h"
 #include "core/scratch.h"
 #include "filter/gaussian_blur.h"
 #include "selective/picked_colour_mask.h"
+#include "selective/region_points.h"
 
 namespace zel {
 
@@ -17,9 +17,16 @@ int32_t MaskCeiling(int32_t strength) {
 
 bool SeededToneEnhance(const ImageDesc* source, const ImageDesc* destination, const ZelPoint& point, int32_t amount,
                        const ZelRect* rect) {
-  if (amount == 0) return ZeroStrengthCopy(source, destination, rect) == ZEL_OK;
+  if (amount == 0) return CopySource(source, destination, rect);
   if (!SameImageLayout(source, destination)) return false;
   return ToneEnhanceInRegion(source->data, destination->data, GeometryOf(*source), rect, point, amount, 3.0);
+}
+
+bool RegionTone(const ImageDesc* source, const ImageDesc* destination, ColourRegion region, const ZelPoint* point,
+                int32_t amount, const ZelRect* rect) {
+  if (point == nullptr) return false;
+  return IsPointOf(region, source, point) ? SeededToneEnhance(source, destination, *point, amount, rect)
+                                          : CopySource(source, destination, rect);
 }
 
 bool ToneEnhanceInRegion(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,

@@ -3,6 +3,7 @@
 #define ZEL_SELECTIVE_REGION_TONE_H_
 
 #include "core/image.h"
+#include "selective/region_hue_mask.h"
 
 namespace zel {
 
@@ -13,6 +14,10 @@ namespace zel {
 // that amount 0 copies it.
 bool SeededToneEnhance(const ImageDesc* source, const ImageDesc* destination, const ZelPoint& point, int32_t amount,
                        const ZelRect* rect);
+
+// The same where the pixel at `point` looks like the region, else a copy of the source. False without a point.
+bool RegionTone(const ImageDesc* source, const ImageDesc* destination, ColourRegion region, const ZelPoint* point,
+                int32_t amount, const ZelRect* rect);
 
 // The same on bare samples and without the copy: every pixel of the rectangle goes through the mask, which is blurred
 // by `sigma` pixels, or not at all for 0.

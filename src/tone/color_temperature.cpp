@@ -62,6 +62,10 @@ double ChromaticityY(int32_t kelvin) {
   return Chromaticity(kelvin, &White::y);
 }
 
+int32_t TemperatureOfLevel(int32_t level) {
+  return Saturated(2 * static_cast<int64_t>(level) - 100);
+}
+
 bool ColorTemperature(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t temperature) {
   if (!SameImageLayout(source, destination)) return false;
   return ColorTemperatureRaw(source->data, destination->data, GeometryOf(*source), rect, temperature);

@@ -18,6 +18,9 @@ bool ColorTemperature(const ImageDesc* source, const ImageDesc* destination, con
 bool ColorTemperatureRaw(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
                          int32_t temperature);
 
+// The temperature behind a level from 0 (warmest) to 100 (coolest).
+int32_t TemperatureOfLevel(int32_t level);
+
 // Multiplies the channels by the gains that take the white of one temperature to the white of another.
 bool WhiteBalanceShift(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
                        int32_t referenceKelvin, int32_t targetKelvin);

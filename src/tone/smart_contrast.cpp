@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "core/channel_lut.h"
+#include "core/rounding.h"
+#include "core/work_time.h"
 #include "tone/levels.h"
 
 namespace zel {
@@ -26,17 +28,13 @@ Points Moderated(Points measured, int64_t level) {
   return {inner - (inner - 128) * (level - 200) / 200, outer + (127 - outer) * (level - 200) / 200};
 }
 
-int32_t Limited(int64_t value) {
-  return static_cast<int32_t>(std::min<int64_t>(std::max<int64_t>(value, INT32_MIN), INT32_MAX));
-}
-
 constexpr int32_t kMostLevel = 400;
 
 }  // namespace
 
 int32_t SmartContrastLevel(int32_t strength) {
   const int64_t s = strength;
-  return Limited(s < 50 ? 2 * s : s < 90 ? (2 * (5 * s - 250)) / 4 + 100 : 2 * (5 * s - 350));
+  return Saturated(s < 50 ? 2 * s : s < 90 ? (2 * (5 * s - 250)) / 4 + 100 : 2 * (5 * s - 350));
 }
 
 bool SmartContrastCurve(const void* samples, const Geometry& geometry, const ZelRect* rect, int32_t level, void* block,
@@ -54,7 +52,7 @@ bool SmartContrastCurve(const void* samples, const Geometry& geometry, const Zel
   const Points points = Moderated({std::max(widest, 128), std::min(darkest, 127)}, std::min(level, kMostLevel));
 
   const int32_t scale = blockBits == 8 ? 1 : 257;
-  const int32_t white = Limited(points.white * scale), black = Limited(points.black * scale);
+  const int32_t white = Saturated(points.white * scale), black = Saturated(points.black * scale);
   const int32_t whites[3] = {white, white, white}, blacks[3] = {black, black, black};
   return MakeLevelsLut(block, tables, blockBits, whites, blacks);
 }
@@ -63,6 +61,22 @@ bool SmartContrastLut(const ImageDesc* source, const ZelRect* rect, int32_t leve
                       int32_t blockBits, const AppliedCurves* through) {
   if (!IsUsable(source)) return false;
   return SmartContrastCurve(source->data, GeometryOf(*source), rect, level, block, tables, blockBits, through);
+}
+
+bool SmartContrastTables(const ImageDesc* source, int32_t strength, const ZelRect* rect, uint8_t* block) {
+  if (strength != 0 && SmartContrastLut(source, rect, SmartContrastLevel(strength), block, 3, 8)) return true;
+  MakeIdentityLut(block, 3, 8);
+  return strength == 0;
+}
+
+bool SmartContrast(const ImageDesc* source, const ImageDesc* destination, int32_t strength, const ZelRect* rect) {
+  if (strength == 0) return CopySource(source, destination, rect);
+  const WorkTime time;
+  uint8_t block[3 * kLutEntries8];
+  if (!SmartContrastTables(source, strength, nullptr, block)) return false;
+  const bool done = ApplyChannelLut(source, destination, rect, block, 3, 8);
+  time.Report();
+  return done;
 }
 
 }  // namespace zel

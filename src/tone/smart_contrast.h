@@ -18,6 +18,13 @@ bool SmartContrastCurve(const void* samples, const Geometry& geometry, const Zel
 // The level behind a host's strength of 1 to 100: doubled up to the full stretch at 50, then steeper.
 int32_t SmartContrastLevel(int32_t strength);
 
+// Three 8-bit tables for a host's strength, measured on the rectangle; the identity at 0 and, with false, where the
+// image cannot be measured.
+bool SmartContrastTables(const ImageDesc* source, int32_t strength, const ZelRect* rect, uint8_t* block);
+
+// Measures the whole image and applies the tables to the rectangle. Strength 0 copies the source.
+bool SmartContrast(const ImageDesc* source, const ImageDesc* destination, int32_t strength, const ZelRect* rect);
+
 }  // namespace zel
 
 #endif  // ZEL_TONE_SMART_CONTRAST_H_

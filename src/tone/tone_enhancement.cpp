@@ -5,6 +5,7 @@
 
 #include "core/blend.h"
 #include "core/channel_lut.h"
+#include "core/work_time.h"
 #include "tone/equalize_tone.h"
 #include "tone/gamma.h"
 #include "tone/histogram.h"
@@ -147,6 +148,16 @@ bool ToneEnhancementLut(const ImageDesc* source, int32_t flag, int32_t style, in
                                     : EqualizingStyle(source, flag, style, strength, rect, block);
   if (!success) MakeIdentityLut(block, 3, 8);
   return success;
+}
+
+bool ToneEnhancement(const ImageDesc* source, const ImageDesc* destination, int32_t flag, int32_t style,
+                     int32_t strength, const ZelRect* rect) {
+  const WorkTime time;
+  uint8_t block[kBlockBytes];
+  if (!ToneEnhancementLut(source, flag, style, strength, nullptr, block)) return false;
+  const bool done = ApplyChannelLut(source, destination, rect, block, 3, 8);
+  time.Report();
+  return done;
 }
 
 }  // namespace zel

@@ -14,6 +14,10 @@ namespace zel {
 bool ToneEnhancementLut(const ImageDesc* source, int32_t flag, int32_t style, int32_t strength, const ZelRect* rect,
                         uint8_t* block);
 
+// Measures the whole image and applies the curve to the rectangle.
+bool ToneEnhancement(const ImageDesc* source, const ImageDesc* destination, int32_t flag, int32_t style,
+                     int32_t strength, const ZelRect* rect);
+
 }  // namespace zel
 
 #endif  // ZEL_TONE_TONE_ENHANCEMENT_H_

@@ -5,7 +5,6 @@
 #include "color/hue_saturation.h"
 #include "color/rgb_to_hsl.h"
 #include "core/blend.h"
-#include "core/entry.h"
 #include "core/image.h"
 #include "filter/gaussian_blur.h"
 #include "selective/picked_colour_mask.h"

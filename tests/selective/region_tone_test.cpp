@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "core/blend.h"
-#include "core/entry.h"
+#include "exports/entry.h"
 #include "filter/gaussian_blur.h"
 #include "selective/picked_colour_mask.h"
 #include "support/images.h"

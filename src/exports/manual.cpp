@@ -3,8 +3,7 @@
 
 #include "color/hue_saturation.h"
 #include "color/hue_saturation_ranges.h"
-#include "core/channel_lut.h"
-#include "core/entry.h"
+#include "exports/entry.h"
 #include "filter/gaussian_blur.h"
 #include "filter/sharpen.h"
 #include "filter/unsharp_mask.h"
@@ -12,7 +11,6 @@
 #include "selective/color_cast.h"
 #include "selective/light_correct.h"
 #include "selective/region_colorful.h"
-#include "selective/region_points.h"
 #include "selective/region_tone.h"
 #include "tone/color_temperature.h"
 #include "tone/contrast_brightness.h"
@@ -25,15 +23,6 @@ namespace {
 
 int32_t Within(int32_t value, int32_t low, int32_t high) {
   return std::min(std::max(value, low), high);
-}
-
-// A point that does not look like the region leaves the image alone.
-int32_t Colorful(const ImageDesc* source, const ImageDesc* destination, ColourRegion region,
-                 bool (*isInRegion)(const ImageDesc*, const ZelPoint*), const ZelPoint* point, int32_t amount,
-                 const ZelRect* rect) {
-  if (!HasPoint(point)) return ResultOf(RegionColourfulEnhance(source, destination, region, amount, rect));
-  if (!isInRegion(source, point)) return ZeroStrengthCopy(source, destination, rect);
-  return ResultOf(SeededColourfulEnhance(source, destination, *point, amount, rect));
 }
 
 }  // namespace
@@ -82,18 +71,11 @@ int32_t ZEL_CALL ZelBasicToolFunc_HueSaturationPro(const ImageDesc* source, cons
 
 int32_t ZEL_CALL ZelBasicToolFunc_ColorCorrect(const ImageDesc* source, const ImageDesc* destination, int32_t colour,
                                                int32_t strength) {
-  // Colours come in the order of the hue wheel, families in the order of their table.
-  constexpr int32_t kFamilyOfColour[] = {0, 1, 6, 2, 4, 3, 5};
-  uint8_t block[ZEL_LUT1D_BYTES];
-  if (colour < 0 || colour > 6 || !CorrectCast(source, kFamilyOfColour[colour], kKeepAll, strength, block)) {
-    return ZEL_REFUSED;
-  }
-  return ResultOf(ApplyChannelLut(source, destination, nullptr, block, 3, 8));
+  return ResultOf(RemoveCastOfColour(source, destination, colour, strength));
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_LightCorrect(const ImageDesc* source, const ImageDesc* destination,
                                                int32_t strength) {
-  if (strength == 0) return ZeroStrengthCopy(source, destination, nullptr);
   return ResultOf(LightCorrect(source, destination, strength));
 }
 
@@ -105,37 +87,32 @@ int32_t ZEL_CALL ZelBasicToolFunc_ColorCastManual(const ImageDesc* source, const
 int32_t ZEL_CALL ZelBasicToolFunc_FoliageColorful(const ImageDesc* source, const ImageDesc* destination,
                                                   const ZelPoint* point, int32_t amount, const ZelRect* rect,
                                                   uint32_t) {
-  return Colorful(source, destination, kFoliage, IsFoliagePoint, point, amount, rect);
+  return ResultOf(RegionColourful(source, destination, kFoliage, Given(point), amount, rect));
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_FoliageTone(const ImageDesc* source, const ImageDesc* destination,
                                               const ZelPoint* point, int32_t amount, const ZelRect* rect, uint32_t) {
-  if (!HasPoint(point)) return ZEL_REFUSED;
-  if (!IsFoliagePoint(source, point)) return ZeroStrengthCopy(source, destination, rect);
-  return ResultOf(SeededToneEnhance(source, destination, *point, amount, rect));
+  return ResultOf(RegionTone(source, destination, kFoliage, Given(point), amount, rect));
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_SkyColorful(const ImageDesc* source, const ImageDesc* destination,
                                               const ZelPoint* point, int32_t amount, const ZelRect* rect, uint32_t) {
-  return Colorful(source, destination, kSky, IsSkyPoint, point, amount, rect);
+  return ResultOf(RegionColourful(source, destination, kSky, Given(point), amount, rect));
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_SkyTone(const ImageDesc* source, const ImageDesc* destination, const ZelPoint* point,
                                           int32_t amount, const ZelRect* rect, uint32_t) {
-  if (!HasPoint(point)) return ZEL_REFUSED;
-  if (!IsSkyPoint(source, point)) return ZeroStrengthCopy(source, destination, rect);
-  return ResultOf(SeededToneEnhance(source, destination, *point, amount, rect));
+  return ResultOf(RegionTone(source, destination, kSky, Given(point), amount, rect));
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_SkinColorful(const ImageDesc* source, const ImageDesc* destination,
                                                const ZelPoint* point, int32_t amount, const ZelRect* rect, uint32_t) {
-  return Colorful(source, destination, kSkin, IsSkinPoint, point, amount, rect);
+  return ResultOf(RegionColourful(source, destination, kSkin, Given(point), amount, rect));
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_DeNoise(const ImageDesc* source, const ImageDesc* destination, uint32_t strength,
                                           const ZelRect* rect) {
-  if (strength == 0) return ZeroStrengthCopy(source, destination, rect);
-  return ResultOf(DenoiseImage(source, destination, DenoiseStrength(strength)));
+  return ResultOf(Denoise(source, destination, strength, rect));
 }
 
 int32_t ZEL_CALL ZelBasicToolFunc_Sharpen(const ImageDesc* source, const ImageDesc* destination, int32_t amount,
