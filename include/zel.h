@@ -20,8 +20,9 @@
  *             is too little of it, the function refuses.
  *
  * "Copies the source" means: with a rectangle its pixels, in any depth; without one height x stride bytes
- * from the start of the pixel memory. The stride counts samples, so a 16-bit image gets only the upper half
- * of its rows that way: a host that keeps separate buffers at 16 bits passes the full rectangle.
+ * from the start of the pixel memory, row ends included, whatever the two records say: source and destination
+ * must have the same layout there. The stride counts samples, so a 16-bit image gets only the upper half of
+ * its rows that way: a host that keeps separate buffers at 16 bits passes the full rectangle.
  */
 #ifndef ZEL_H_
 #define ZEL_H_
@@ -404,7 +405,8 @@ ZEL_API int32_t ZEL_CALL ZelBasicToolFunc_ColorCastManual(const ImageDesc* sourc
  *
  * point   a pixel of the foliage, or none for all foliage-like hues. When the pixel there does not look like
  * foliage, the source is copied. amount  0 (copies the source) to 100. extra   ignored
- * rect    where the colours change; the whole image is always measured. A reversed one is empty.
+ * rect    where the colours change; the whole image is always measured, and a last softening looks one
+ * pixel beyond it, at what the destination holds there. A reversed one is empty.
  *
  * 8 bits, three channels.
  */

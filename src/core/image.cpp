@@ -12,8 +12,26 @@ static_assert(sizeof(ZelRect) == 16 && sizeof(ZelPoint) == 8);
 
 namespace {
 
+// Bytes. No picture's rows are that long, so what is longer is no padding and not worth the time.
+constexpr size_t kLongestRowEnd = size_t{1} << 22;
+
 int32_t Clamp(int32_t value, int32_t low, int32_t high) {
   return std::min(std::max(value, low), high);
+}
+
+// The first bytes of an image.
+void CopyBytes(const void* source, void* destination, const Geometry& geometry, size_t bytes) {
+  if (source == destination) return;
+  const size_t sample = geometry.bits / 8, row = static_cast<size_t>(geometry.width) * geometry.channels * sample;
+  const size_t step = geometry.stride * sample;
+  if (step - row <= kLongestRowEnd) {
+    std::memcpy(destination, source, bytes);
+    return;
+  }
+  for (size_t first = 0; first < bytes; first += step) {
+    std::memcpy(static_cast<uint8_t*>(destination) + first, static_cast<const uint8_t*>(source) + first,
+                std::min(row, bytes - first));
+  }
 }
 
 }  // namespace
@@ -132,8 +150,9 @@ bool CopySource(const ImageDesc* source, const ImageDesc* destination, const Zel
   if (rect != nullptr) {
     CopyImageRect(*destination, *source, rect);
   } else if (source->data != destination->data) {
-    const size_t bytes = std::min(GeometryOf(*source).SampleCount(), GeometryOf(*destination).ByteCount());
-    std::memcpy(destination->data, source->data, bytes);
+    const Geometry from = GeometryOf(*source);
+    CopyBytes(source->data, destination->data, from,
+              std::min(from.SampleCount(), GeometryOf(*destination).ByteCount()));
   }
   return true;
 }
@@ -148,7 +167,7 @@ void CopyRefused(const ImageDesc* source, const ImageDesc* destination, const Ze
 }
 
 void CopySamples(const void* source, void* destination, const Geometry& geometry) {
-  if (source != destination) std::memcpy(destination, source, geometry.ByteCount());
+  CopyBytes(source, destination, geometry, geometry.ByteCount());
 }
 
 }  // namespace zel

@@ -85,7 +85,8 @@ bool CopySource(const ImageDesc* source, const ImageDesc* destination, const Zel
 // samples. Nothing when the records do not agree.
 void CopyRefused(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect);
 
-// Copies all height x stride samples, unless both are the same memory.
+// Copies all height x stride samples, unless both are the same memory. Here and above, row ends of more than 4 MiB are
+// left out: the time of a call must not hang on a stride that no pixel lies in.
 void CopySamples(const void* source, void* destination, const Geometry& geometry);
 
 }  // namespace zel

@@ -56,7 +56,11 @@ bool Process(const void* source, void* destination, const Geometry& geometry, co
   if ((geometry.channels != 1 && geometry.channels != 3) || !geometry.DescribesMemory()) return false;
   BlurWeights weights;
   if (!MakeBlurWeights(sigma, &weights)) {  // nothing differs from its blurred value
-    CopyImageRect(Describe(destination, geometry), Describe(source, geometry), rect);
+    if (rect == nullptr) {
+      CopySamples(source, destination, geometry);
+    } else {
+      CopyImageRect(Describe(destination, geometry), Describe(source, geometry), rect);
+    }
     return true;
   }
   const Region region = ClampedRegion(rect, geometry.width, geometry.height);

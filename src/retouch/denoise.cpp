@@ -190,8 +190,9 @@ bool WaveletDenoisePlanes(const uint8_t* source, uint8_t* destination, const Geo
   Pyramid pyramid;
   if (levels > 0 && !pyramid.Allocate(width, height, levels)) return false;
   for (size_t offset = 0; offset < 3; ++offset) {
-    // In place the pass before may have changed the last byte.
-    const Channel channel = {source, destination, geometry, offset, source[geometry.SampleCount() - 1]};
+    // In place the pass before may have changed the last byte, which only images of fewer channels need.
+    const uint8_t lastByte = geometry.channels < 3 ? source[geometry.SampleCount() - 1] : uint8_t{0};
+    const Channel channel = {source, destination, geometry, offset, lastByte};
     if (levels > 0) {
       pyramid.Denoise(channel, strength);
     } else {

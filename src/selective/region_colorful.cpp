@@ -38,12 +38,13 @@ struct SaturationLattice {
   uint8_t nodes[kLatticeSamples];
 };
 
-// The colour change of the rectangle's pixels, as it is wanted before the blur.
+// Puts the raised colour of the source's pixels into the rectangle of a row that is to be blurred.
 class RaisedColour final : public BlurredRows<uint8_t>::RowChange {
  public:
-  RaisedColour(const Region& region, bool blueFirst, int64_t increase)
-      : region_(region),
-        blueFirst_(blueFirst),
+  RaisedColour(const uint8_t* source, const Geometry& geometry, const Region& region, int64_t increase)
+      : source_(source),
+        geometry_(geometry),
+        region_(region),
         lattice_(increase),
         map_(lattice_.nodes, static_cast<int64_t>(region.Width()) * region.Height()) {
     // The gamma operation leaves its table in a row of all levels.
@@ -57,13 +58,15 @@ class RaisedColour final : public BlurredRows<uint8_t>::RowChange {
     if (y < region_.top || y >= region_.bottom) return;
     uint8_t* const own = samples + static_cast<size_t>(region_.left - left) * 3;
     const size_t pixels = region_.Width();
-    map_.MapBytes(own, own, pixels, blueFirst_);
+    map_.MapBytes(source_ + geometry_.RowOffset(y) + static_cast<size_t>(region_.left) * 3, own, pixels,
+                  geometry_.blueFirst);
     ActiveKernels().lut.MapBytes(own, own, 3 * pixels, curve_);
   }
 
  private:
+  const uint8_t* source_;
+  Geometry geometry_;
   Region region_;
-  bool blueFirst_;
   SaturationLattice lattice_;
   LatticeMap map_;
   uint8_t curve_[256];
@@ -73,9 +76,10 @@ bool MixRaisedColour(const uint8_t* source, uint8_t* destination, const Geometry
                      const uint8_t* mask, int64_t increase) {
   BlurWeights kernel;
   MakeBlurWeights(0.5, &kernel);
-  const RaisedColour raised(region, geometry.blueFirst, increase);
+  const RaisedColour raised(source, geometry, region, increase);
+  // What surrounds the rectangle is what the destination holds there.
   BlurredRows<uint8_t> rows;
-  if (!rows.Start(source, geometry, region, kernel, &raised)) return false;
+  if (!rows.Start(destination, geometry, region, kernel, &raised)) return false;
   static_assert(kBlurTile % 3 == 0, "tiles hold whole pixels");
   for (int32_t top = region.top; const int32_t ready = rows.NextBlock(); top += ready) {
     for (size_t first = 0; first < rows.RowSamples(); first += kBlurTile) {

@@ -10,7 +10,8 @@ namespace zel {
 // Raises saturation and a little brightness where a mask finds the colour around `point`, or the hues that are typical
 // of a region. The less saturated that area is, the more is added. `amount` is in per cent: above 50 a fixed part is
 // added, above 85 the mask widens; 0 copies the source. The mask and the measurement look at the whole image, whatever
-// the rectangle; pixels around the rectangle count as they are in the source. A reversed rectangle is empty.
+// the rectangle; the last softening also looks at the pixels that the destination holds around the rectangle. A
+// reversed rectangle is empty.
 //
 // 8 bits, three channels. False, with nothing written, for anything else, when the records differ, for a point outside
 // the image and without memory.

@@ -55,5 +55,10 @@ TEST(UnsharpMask, PushesEverySampleAwayFromItsBlur) {
   }
 }
 
+TEST(UnsharpMask, CopiesTheWholeMemoryWhenNothingIsBlurred) {
+  const TestImage source({37, 23, 3, 16, true, 5});
+  EXPECT_EQ(After(ZelBasicToolFunc_UnsharpMask, source, 100, 0.1f, 0, nullptr), source);
+}
+
 }  // namespace
 }  // namespace zel::test

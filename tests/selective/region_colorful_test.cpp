@@ -17,7 +17,7 @@ namespace {
 
 // The steps one after the other on whole images.
 TestImage Expected(const TestImage& source, TestImage mask, int threshold, int amount, const ZelRect* rect) {
-  TestImage working(source), result(source.shape(), 2);
+  TestImage result(source.shape(), 2);
   uint32_t histogram[101] = {};
   for (int y = 0; y < source.shape().height; ++y) {
     for (int x = 0; x < source.shape().width; ++x) {
@@ -31,10 +31,10 @@ TestImage Expected(const TestImage& source, TestImage mask, int threshold, int a
   const int32_t increase = static_cast<int32_t>(SaturationIncrease(histogram, amount));
   const float gamma = static_cast<float>(1.0 + increase * static_cast<double>(0.001f));
   const float gammas[3] = {gamma, gamma, gamma};
-  EXPECT_TRUE(ApplyHueSaturation(working.desc(), working.desc(), rect, 0, increase, true) &&
-              GammaCorrect(working.desc(), working.desc(), rect, gammas) &&
-              GaussianBlur(working.desc(), working.desc(), rect, 0.5) &&
-              MaskBlend(working.desc(), source.desc(), result.desc(), mask.desc(), kMix, rect));
+  EXPECT_TRUE(ApplyHueSaturation(source.desc(), result.desc(), rect, 0, increase, true) &&
+              GammaCorrect(result.desc(), result.desc(), rect, gammas) &&
+              GaussianBlur(result.desc(), result.desc(), rect, 0.5) &&
+              MaskBlend(result.desc(), source.desc(), result.desc(), mask.desc(), kMix, rect));
   return result;
 }
 
@@ -58,6 +58,15 @@ TEST(RegionColourful, EqualsItsStepsDoneOneByOne) {
                 Expected(source, mask, threshold, c.amount, rect));
     }
   }
+}
+
+TEST(RegionColourful, SoftensTowardsWhatTheDestinationHolds) {
+  const TestImage source({8, 8, 3, 8, true}, 70, 150, 70);
+  const ZelRect part{2, 2, 6, 6};
+  TestImage result(source.shape(), 0, 0, 0);
+  ASSERT_EQ(ZelBasicToolFunc_FoliageColorful(source.desc(), result.desc(), nullptr, 100, &part, 0), ZEL_OK);
+  const int greens[] = {0, 155, 169, 169, 155, 0};
+  for (int i = 0; i < 6; ++i) EXPECT_EQ(result.Colour(1 + i, 2, 1), greens[i]) << i;
 }
 
 TEST(RegionColourful, AddsMoreToADullArea) {

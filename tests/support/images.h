@@ -57,6 +57,7 @@ using Operation = std::function<int32_t(const ImageDesc* source, const ImageDesc
 
 struct Laws {
   int margin = 0;             // pixels around the rectangle that may change too
+  int sight = 0;              // the rectangle's outermost pixels that hang on what the destination held around it
   bool usesRect = true;       // false: the rectangle does not limit what is written
   bool orderMatters = false;  // RGB and BGR are allowed to differ
   bool reorders = true;       // a reversed rectangle equals the reordered one; otherwise it is empty
