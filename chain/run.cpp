@@ -87,7 +87,8 @@ class Runner {
   bool Run(const Work& work, int32_t left, int32_t top, double from, double share, const Work* first) {
     work_ = work;
     narrowed_ = false;
-    const double each = share / static_cast<double>(plan_.steps.size());
+    if (plan_.steps.empty() && !plan_.Advance(from, error_)) return false;
+    const double each = share / static_cast<double>(std::max<size_t>(plan_.steps.size(), 1));
     for (size_t i = 0; i < plan_.steps.size(); ++i) {
       if (!plan_.Advance(from + each * static_cast<double>(i), error_)) return false;
       if (!RunStep(i, left, top, i == 0 ? first : nullptr)) return false;
@@ -106,9 +107,7 @@ class Runner {
     if (difference && !MakeNarrow()) return error_->Fail(ZEL_CHAIN_NO_MEMORY, "");
     const Work& work = difference ? narrow_ : work_;
 
-    // The marked area of a cast is only measured.
-    const bool measuredRect = step.decision != nullptr && operation.Has(kMeasuresRect);
-    const bool hasRect = step.placed.hasRect && !measuredRect;
+    const bool hasRect = step.placed.hasRect;
     const ZelRect rect = hasRect ? InPart(step.placed.rect, left, top, work) : ZelRect{};
     if (hasRect && (rect.left >= rect.right || rect.top >= rect.bottom)) return true;
     const ZelRect* const where = hasRect ? &rect : nullptr;
@@ -192,71 +191,66 @@ int32_t BandRows(const ZelPixels& pixels) {
   return static_cast<int32_t>(std::clamp<int64_t>(rows, 1, pixels.height));
 }
 
-// Whether the first step can write from the source straight into the destination: it writes every pixel there, and both
-// have the same form without padding, which the library would copy along.
-bool CanStartAcross(const Plan& plan, const ZelPixels& source, const ZelPixels& destination, const Work& work) {
-  const Step& first = plan.steps[0];
-  return !SameMemory(source, destination) && first.decision == nullptr && !first.placed.hasRect &&
-         !first.placed.hasPoint && !first.settings->operation->Has(kPartly) && work.bits == 8 &&
-         IsDirect(source, work.channels) && work.rowBytes == work.RowSamples() &&
+// Whether source and destination have the same form without padding, which the library would copy along.
+bool AreAlike(const ZelPixels& source, const Work& work) {
+  return IsDirect(source, work.channels) && work.rowBytes == work.RowSamples() * work.SampleBytes() &&
          DirectWork(source).rowBytes == work.rowBytes &&
          (work.channels == 1 || (source.blueFirst != 0) == work.blueFirst);
 }
 
 // In the destination's own memory.
-bool RunThere(const Plan& plan, const ZelPixels& source, const ZelPixels& destination, Work work, ZelReport* report,
-              Error* error) {
-  const bool swapped = work.channels == 3 && plan.blueFirst && !work.blueFirst;
+bool TreatThere(const Treatment& treatment, const ZelPixels& source, const ZelPixels& destination, ZelReport* report) {
+  Work work = DirectWork(destination);
+  const bool swapped = work.channels == 3 && treatment.blueFirst && !work.blueFirst;
   work.blueFirst = work.blueFirst || swapped;
-  Runner runner(plan, report, error);
-  bool moved = false, done = true;
-  if (CanStartAcross(plan, source, destination, work)) {
+  bool done = true, changed = false;
+  if (treatment.across && !SameMemory(source, destination) && AreAlike(source, work)) {
     const Work from = DirectWork(source);
-    moved = true;
-    done = runner.Run(work, plan.left, plan.top, 0, 1, &from);
+    changed = true;
+    done = treatment.run(work, 0, 0, 1, &from, &changed);
   } else {
-    moved = !SameMemory(source, destination);
-    if (moved) {
+    changed = !SameMemory(source, destination);
+    if (changed) {
       Unpack(source, 0, work);
     } else if (swapped) {
       SwapOrder(work);
     }
-    // Parts let the host follow, and spare a copy in 8 bits of the whole.
-    const bool parts = plan.local && ((work.bits == 16 && plan.differences) || plan.progress != nullptr);
-    const int32_t rows = parts ? BandRows(destination) : work.height;
+    const int32_t rows = treatment.local && treatment.parts ? BandRows(destination) : work.height;
     for (int32_t top = 0; done && top < work.height; top += rows) {
       const Work band = work.Band(top, std::min(rows, work.height - top));
-      done = runner.Run(band, plan.left, plan.top + top, static_cast<double>(top) / work.height,
-                        static_cast<double>(band.height) / work.height, nullptr);
+      done = treatment.run(band, top, static_cast<double>(top) / work.height,
+                           static_cast<double>(band.height) / work.height, nullptr, &changed);
     }
   }
   if (swapped) SwapOrder(work);
-  if (report != nullptr) report->changed = !done && (moved || runner.changed());
-  if (done && report != nullptr) report->grey = IsGrey(source) && IsColourless(work);
+  if (report != nullptr) {
+    report->changed = !done && changed;
+    report->grey = done && IsGrey(source) && IsColourless(work);
+  }
   return done;
 }
 
 // Through memory of our own: part by part, or as a whole.
-bool RunAside(const Plan& plan, const ZelPixels& source, const ZelPixels& destination, int32_t channels,
-              ZelReport* report, Error* error) {
+bool TreatAside(const Treatment& treatment, const ZelPixels& source, const ZelPixels& destination, ZelReport* report,
+                Error* error) {
   Work work;
   work.width = source.width;
-  work.channels = channels;
+  work.channels = treatment.channels;
   work.bits = source.bits;
-  work.blueFirst = plan.blueFirst || (IsGrey(source) ? destination : source).blueFirst != 0;
+  work.blueFirst = treatment.blueFirst || (IsGrey(source) ? destination : source).blueFirst != 0;
   // Whether a grey destination can take the result is known when all of it is there.
-  const bool mustWait = channels == 3 && IsGrey(destination);
-  const int32_t rows = plan.local && !mustWait ? BandRows(source) : source.height;
+  const bool mustWait = work.channels == 3 && IsGrey(destination);
+  const int32_t rows = treatment.local && !mustWait ? BandRows(source) : source.height;
   work.height = rows;
   Buffer buffer;
   if (!work.Allocate(&buffer)) return error->Fail(ZEL_CHAIN_NO_MEMORY, "");
-  Runner runner(plan, report, error);
   bool grey = IsGrey(source);
   for (int32_t top = 0; top < source.height; top += rows) {
     work.height = std::min(rows, source.height - top);
     Unpack(source, top, work);
-    if (!runner.Run(work, plan.left, plan.top + top, static_cast<double>(top) / source.height,
-                    static_cast<double>(work.height) / source.height, nullptr)) {
+    bool changed = false;
+    if (!treatment.run(work, top, static_cast<double>(top) / source.height,
+                       static_cast<double>(work.height) / source.height, nullptr, &changed)) {
       if (report != nullptr) report->changed = top > 0;
       return false;
     }
@@ -307,7 +301,9 @@ bool MakePlan(const std::vector<Settings>& steps, const std::vector<Decision>* d
     Step step{&steps[i], {}, decisions != nullptr ? &(*decisions)[i] : nullptr};
     const bool kept = step.decision != nullptr && step.decision->kind != Decision::Kind::None;
     if (!kept) step.decision = nullptr;
-    if (!Place(steps[i], {plan->wholeWidth, plan->wholeHeight, orientation}, &step.placed, error)) {
+    // A rectangle that was measured need not lie in what its decision is applied to.
+    const bool placed = kept && operation.Has(kMeasuresRect);
+    if (!placed && !Place(steps[i], {plan->wholeWidth, plan->wholeHeight, orientation}, &step.placed, error)) {
       error->step = static_cast<int32_t>(i);
       return false;
     }
@@ -324,31 +320,34 @@ bool MakePlan(const std::vector<Settings>& steps, const std::vector<Decision>* d
   return true;
 }
 
+bool Treat(const Treatment& treatment, const ZelPixels& source, const ZelPixels& destination, ZelReport* report,
+           Error* error) {
+  // Swapping all of the destination to and fro is worth it where the alternative is a copy of the whole.
+  const bool swaps = treatment.channels == 3 && treatment.blueFirst && destination.blueFirst == 0;
+  return IsDirect(destination, treatment.channels) && !(swaps && treatment.local)
+             ? TreatThere(treatment, source, destination, report)
+             : TreatAside(treatment, source, destination, report, error);
+}
+
 bool Run(const Plan& plan, const ZelPixels& source, const ZelPixels& destination, ZelReport* report, Error* error) {
-  if (plan.steps.empty()) {
-    if (!plan.Advance(0, error)) return false;
-    if (report != nullptr) report->grey = IsGrey(source);
-    if (!SameMemory(source, destination)) {
-      Work row;
-      row.width = source.width;
-      row.height = 1;
-      row.channels = IsGrey(source) ? 1 : 3;
-      row.bits = source.bits;
-      Buffer buffer;
-      if (!row.Allocate(&buffer)) return error->Fail(ZEL_CHAIN_NO_MEMORY, "");
-      for (int32_t y = 0; y < source.height; ++y) {
-        Unpack(source, y, row);
-        Pack(row, destination, y, source);
-      }
-    }
-    return plan.Advance(1, error);
+  Treatment treatment;
+  treatment.channels = IsGrey(source) && plan.grey ? 1 : 3;
+  treatment.blueFirst = plan.blueFirst;
+  treatment.local = plan.local;
+  // Parts let the host follow, and spare an 8-bit copy of the whole.
+  treatment.parts = plan.progress != nullptr || (source.bits == 16 && plan.differences);
+  if (!plan.steps.empty()) {
+    const Step& first = plan.steps[0];
+    treatment.across = plan.progress == nullptr && source.bits == 8 && first.decision == nullptr &&
+                       !first.placed.hasRect && !first.placed.hasPoint && !first.settings->operation->Has(kPartly);
   }
-  const int32_t channels = IsGrey(source) && plan.grey ? 1 : 3;
-  const bool swaps = channels == 3 && plan.blueFirst && destination.blueFirst == 0;
-  const bool there = IsDirect(destination, channels) && !(swaps && plan.local);
-  const bool done = there ? RunThere(plan, source, destination, DirectWork(destination), report, error)
-                          : RunAside(plan, source, destination, channels, report, error);
-  if (!done) return false;
+  Runner runner(plan, report, error);
+  treatment.run = [&](const Work& work, int32_t top, double from, double share, const Work* first, bool* changed) {
+    const bool done = runner.Run(work, plan.left, plan.top + top, from, share, first);
+    *changed = *changed || runner.changed();
+    return done;
+  };
+  if (!Treat(treatment, source, destination, report, error)) return false;
   if (source.bits == 16) NoteDepth(plan, report);
   if (plan.progress != nullptr) plan.progress(plan.user, 1);
   return true;
