@@ -11,6 +11,8 @@ packages() {
     windows) echo g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64 ;;
     fuzz) echo libclang-rt-14-dev ;;
     platforms) echo g++-12-multilib lld libc6-dev-arm64-cross libstdc++-12-dev-arm64-cross qemu-user emscripten nodejs valgrind ;;
+    web) echo emscripten nodejs; command -v npm >/dev/null || echo npm ;;
+    browsers) echo chromium firefox-esr ;;
     coverage) echo llvm-14 ;;
     packaging) echo dpkg-dev file abigail-tools binutils ;;
     bench) echo libbenchmark-dev libopencv-dev libopencolorio-dev ffmpeg gnuplot-nox python3 ;;

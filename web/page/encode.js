@@ -19,6 +19,7 @@ import { turnUpright } from './picture.js';
  */
 export async function encode(stored, about, orientation, { format, quality, keep }) {
   const pixels = turnUpright(stored, orientation);
+  /** @type {Metadata} */
   const metadata = keep ? { ...about, exif: about.exif && uprightExif(about.exif) } : {};
   const turned = orientation >= 5 && metadata.perMetre;
   if (turned) metadata.perMetre = { x: turned.y, y: turned.x };

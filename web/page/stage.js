@@ -208,7 +208,10 @@ export class Stage {
     const divider = byId('divider'), ratio = devicePixelRatio;
     const single = !this.beside && !this.holding;
     divider.hidden = !single || this.picking !== undefined;
+    const place = this.#place(panes[0]), top = Math.max(0, place.top);
     divider.style.left = `${this.#dividerAt() / ratio}px`;
+    divider.style.top = `${top / ratio}px`;
+    divider.style.height = `${(Math.min(this.canvas.height, place.top + place.height) - top) / ratio}px`;
     divider.setAttribute('aria-valuenow', String(Math.round(this.divided * 100)));
     const [before, after] = this.view.querySelectorAll('.side');
     before.hidden = single && this.divided < 0.02;

@@ -205,7 +205,7 @@ export class Steps {
       const text = field.value.trim().replace(/\s+/g, ',');
       const numbers = text.split(',').map(Number);
       const whole = parameter.type.startsWith('integer');
-      const fits = text !== '' && numbers.every((n) => n >= least && n <= most && (!whole || Number.isInteger(n))) &&
+      const fits = text !== '' && numbers.every((/** @type {number} */ n) => n >= least && n <= most && (!whole || Number.isInteger(n))) &&
         (numbers.length === 1 || (triple && numbers.length === 3));
       if (text === '') reset();
       else if (fits) this.set(id, name, text);
@@ -259,11 +259,12 @@ export class Steps {
     field.addEventListener('change', () => {
       const text = field.value.trim().replace(/\s+/g, '');
       const coordinates = text.split(',');
-      const fits = coordinates.length === (parameter.type === 'rect' ? 4 : 2) && coordinates.every((c) => /^-?\d+(\.\d+)?%$|^-?\d+$/.test(c));
+      const fits = coordinates.length === (parameter.type === 'rect' ? 4 : 2) && coordinates.every((/** @type {string} */ c) => /^-?\d+(\.\d+)?%$|^-?\d+$/.test(c));
       if (text === '' || fits) this.set(id, name, text || undefined);
       else for (const refresh of this.#refresh) refresh();
     });
-    const pick = element('button', { type: 'button', id: `${name}-pick-${id}`, className: 'icon small', textContent: '⌖', 'aria-label': `${full}: ${word('pick')}`, title: word('pick') });
+    const pick = element('button', { type: 'button', id: `${name}-pick-${id}`, className: 'icon small', 'aria-label': `${full}: ${word('pick')}`, title: word('pick') });
+    pick.innerHTML = '<svg viewBox="0 0 20 20" aria-hidden="true"><circle cx="10" cy="10" r="5"/><path d="M10 2v5m0 6v5M2 10h5m6 0h5"/></svg>';
     pick.addEventListener('click', () => this.pick(id, parameter));
     this.#refresh.push(() => (field.value = this.#step(id).settings[name] ?? ''));
     return element('div', { className: 'setting', title: parameter.meaning },
