@@ -3,7 +3,8 @@
  * no way for a script to call them, so this plug-in is one: (plug-in-zel RUN-NONINTERACTIVE image drawable
  * "zel:light-correct strength=60 zel:vivid strength=20").
  */
-#include <gegl-utils.h>
+#include <gegl-types.h>
+#include <gegl-utils.h> /* before gegl.h: another header of GEGL has the same guard */
 #include <libgimp/gimp.h>
 #include <string.h>
 
