@@ -9,6 +9,8 @@ import subprocess
 import sys
 import unittest
 
+from PIL import Image
+
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "tool"))
 from support import ToolTest, ZEL  # noqa: E402
 
@@ -54,7 +56,7 @@ class GeglTest(ToolTest):
         said = self.gegl(source, name + "-gegl.png", "zel:" + operation["name"], *properties(operation, words), **options)
         if not os.path.exists(self.path(name + "-gegl.png")):
             return f"{operation['name']} {words}: {said}"
-        done = self.run_zel(source, "-o", name + "-zel.png", operation["name"], *words.split())
+        done = self.run_zel(source, "-o", name + "-zel.png", "--overwrite", operation["name"], *words.split())
         if done.returncode:
             return f"{operation['name']} {words}: {done.stderr.decode()}"
         ours, theirs = self.pixels(name + "-zel.png"), self.pixels(name + "-gegl.png")
@@ -74,7 +76,6 @@ class GeglTest(ToolTest):
     def test_small_tiles(self):
         """Tiles smaller than the margins, on several threads, with a rectangle and a point too."""
         self.zel("sample", "s.png", "--size", "333x222")
-        self.zel("s.png", "-o", "noise.png", "denoise")
         cases = [(o, o["examples"][2]) for o in OPERATIONS]
         by_name = {o["name"]: o for o in OPERATIONS}
         cases += [
@@ -94,17 +95,16 @@ class GeglTest(ToolTest):
         self.write("g.pgm", grey)
         self.zel("g.pgm", "-o", "g.png", "contrast")
         self.compare_all("g.png", cases)
-        # A circle of alpha, made by GEGL itself.
         self.gegl("g.png", "a.png", "gegl:color-to-alpha", "color=rgb(1,1,1)")
-        self.gegl("a.png", "out.png", "zel:contrast", "contrast=40")
+        self.gegl("a.png", "theirs.png", "zel:contrast", "contrast=40")
         self.zel("a.png", "-o", "ours.png", "contrast", "contrast=40")
-        for made in ("out.png", "ours.png"):  # over black, so that alpha counts
-            self.gegl(made, "flat-" + made, "gegl:over", "aux=[", "gegl:color", "value=black", "]") if False else None
-        self.assertEqual(self.pixels("out.png"), self.pixels("ours.png"))
+        pictures = [Image.open(self.path(name)) for name in ("ours.png", "theirs.png", "a.png")]
+        self.assertEqual(pictures[1].tobytes(), pictures[0].convert(pictures[1].mode).tobytes())
+        self.assertEqual(pictures[1].getchannel("A").tobytes(), pictures[2].getchannel("A").tobytes())
 
     def test_hostile_properties(self):
         """Values beyond their ranges are cut by GEGL; whatever arrives, the command ends with a picture."""
-        self.zel("sample", "s.png", "--size", "40x30")
+        self.zel("sample", "s.png", "--size", "64x64")
         for chain in (
             ("zel:blur", "radius=1e30"),
             ("zel:levels", "shadow-red=-5", "highlight-red=999999"),
