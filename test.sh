@@ -80,8 +80,8 @@ if [ "$mode" = --coverage ]; then
   exit
 fi
 
-groups=(build tool test fuzz packaging windows)
-[ "$mode" != --all ] || groups+=(platforms)
+groups=(build tool test fuzz packaging windows gegl)
+[ "$mode" != --all ] || groups+=(platforms gimp release python)
 scripts/install.sh "${groups[@]}" || exit 1
 
 presets=(release clang asan fuzz windows-x64 windows-x86)
@@ -93,6 +93,8 @@ preset tsan -R threads
 if [ "$mode" = --all ]; then
   check endurance build/release/stress endurance 1000000
   check large build/release/stress large
+  check gimp tests/plugins/gimp_test.sh build/release/zel build/release "$(pkg-config --variable=pluginsdir gegl-0.4)"
+  check release tests/packaging/release_test.sh .
   check valgrind valgrind -q --error-exitcode=1 --leak-check=full build/release/golden tests/golden/digests.txt
 fi
 

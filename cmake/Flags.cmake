@@ -28,3 +28,8 @@ endif()
 # The library throws nothing and asks for no type at run time.
 add_library(zel_plain INTERFACE)
 target_compile_options(zel_plain INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
+
+if(MINGW)
+  # The linker would write the time into every file.
+  add_link_options(-Wl,--no-insert-timestamp)
+endif()
