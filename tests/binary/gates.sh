@@ -9,7 +9,7 @@ defined() { sed -nE 's/^ +([A-Za-z0-9_]+) +@([0-9]+)\r?$/\2 \1/p' "$1"; }
 
 case $1 in
 elf) # The visible symbols are the interface and nothing else.
-  [ "$(defined "$3" | wc -l)" = 35 ] || fail "the interface has 35 functions"
+  [ -n "$(defined "$3")" ] || fail "no names in $3"
   same <(nm -D --defined-only "$2" | awk '{print $3}' | sort) <(defined "$3" | awk '{print $2}' | sort) "visible symbols"
   ;;
 pe) # Names are undecorated, each at its ordinal; the ordinals between them are empty; only system libraries are needed.

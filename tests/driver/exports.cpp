@@ -1,5 +1,7 @@
 #include "driver/exports.h"
 
+#include <tuple>
+
 namespace zel::test {
 
 namespace {
@@ -7,93 +9,112 @@ namespace {
 // Where Picture draws these things.
 constexpr ZelPoint kNone = {-1, -1}, kSkin = {2, 2}, kFoliage = {8, 2}, kSky = {14, 2}, kOutside = {1000, -5};
 
-template <class T>
-T* Given(const Arguments& a, T* pointer) {
-  return a.withoutTables ? nullptr : pointer;
-}
+// Hands out arguments by the types of the parameters, from left to right.
+class Next {
+ public:
+  explicit Next(const Arguments& arguments) : a_(arguments) {}
 
-template <class T>
-int32_t Selective(T function, const Arguments& a) {
-  return function(a.source, a.destination, a.point, a.numbers[0], a.rect, static_cast<uint32_t>(a.numbers[1]));
+  operator const ImageDesc*() { return images_++ == 0 ? a_.source : a_.destination; }
+  operator const ZelRect*() { return a_.rect; }
+  operator const ZelPoint*() { return a_.point; }
+  operator int32_t() { return a_.numbers[numbers_++]; }
+  operator uint32_t() { return static_cast<uint32_t>(a_.numbers[numbers_++]); }
+  operator float() { return a_.reals[reals_++]; }
+  operator const int32_t*() { return Given(a_.numbers + kArray * arrays_++); }
+  operator const float*() { return Given(a_.reals); }
+  operator uint8_t*() { return Given(a_.table); }
+  operator const uint8_t*() { return Given(a_.table); }
+  operator char*() { return reinterpret_cast<char*>(Given(a_.table)); }
+  operator int32_t*() { return Given(reinterpret_cast<int32_t*>(a_.table) + arrays_++); }
+
+ private:
+  template <class T>
+  T* Given(T* pointer) const {
+    return a_.withoutTables ? nullptr : pointer;
+  }
+
+  const Arguments& a_;
+  size_t images_ = 0, numbers_ = 0, reals_ = 0, arrays_ = 0;
+};
+
+template <class... Parameters>
+std::function<int32_t(const Arguments&)> Caller(int32_t(ZEL_CALL* function)(Parameters...)) {
+  return [function](const Arguments& arguments) {
+    Next next(arguments);
+    // Braces, so that the order of evaluation is that of the parameters.
+    return std::apply(function, std::tuple<Parameters...>{static_cast<Parameters>(next)...});
+  };
 }
 
 }  // namespace
+
+#define FUNCTION(name) #name, Caller(name)
 
 const std::vector<Export>& Exports() {
   static const std::vector<Settings> tones = {{{0, 0, 50}}, {{1, 0, 80}}, {{0, 1, 60}}, {{0, 2, 100}},
                                               {{1, 3, 40}}, {{0, 5, 70}}, {{0, 4, 50}}, {{0, 6, 30}},
                                               {{0, 7, 50}}, {{0, 2, 0}},  {{0, 4, 0}},  {{0, 1, 1000}}};
-  static const std::vector<Settings> strengths = {{{0, 0}}, {{0, 1}}, {{0, 30}}, {{0, 75}}, {{0, 100}}, {{0, -50}}};
+  static const std::vector<Settings> reserved = {{{0, 0}}, {{0, 1}}, {{0, 30}}, {{0, 75}}, {{0, 100}}, {{0, -50}}};
+  static const std::vector<Settings> strengths = {{{0}}, {{1}}, {{30}}, {{75}}, {{100}}, {{-50}}};
   static const std::vector<Settings> modes = {{{0, 0}},  {{0, 20}}, {{0, 50}},  {{0, 100}}, {{1, 15}},
                                               {{1, 70}}, {{2, 35}}, {{2, 100}}, {{3, 50}},  {{0, 1000000}}};
   static const std::vector<Settings> areas = {{{0}, kNone}, {{40}, kNone},    {{100}, kSkin},  {{60}, kFoliage},
                                               {{60}, kSky}, {{50}, kOutside}, {{90}, {20, 9}}, {{1000000}, kFoliage}};
+
+  Laws all, margin, detail, softened, given, givenBytes, byOrder, whole, wholeByOrder, rowEnds, wholeColours;
+  margin.margin = softened.sight = 1;
+  detail.margin = 4;
+  detail.reversed = false;
+  givenBytes.bytes = true;
+  given.reorders = givenBytes.reorders = softened.reorders = false;
+  byOrder.orderMatters = wholeByOrder.orderMatters = rowEnds.orderMatters = true;
+  whole.usesRect = wholeByOrder.usesRect = rowEnds.usesRect = wholeColours.usesRect = false;
+  rowEnds.padded = false;
+  wholeColours.colours = true;
+  constexpr MemoryBound tables = {3 << 19, 0, 0}, rows = {1 << 20, 128 * 8, 0}, few = {65536, 64, 0},
+                        mask = {1 << 20, 256, 1}, planes = {65536, 256, 8};
+
   static const std::vector<Export> exports = {
-      {"GetDLLVersion",
-       [](const Arguments& a) { return GetDLLVersion(reinterpret_cast<char*>(Given(a, a.table))); },
-       {{}}},
-      {"ZelTavoraFunc_ToneEnhancement",
-       [](const Arguments& a) {
-         return ZelTavoraFunc_ToneEnhancement(a.source, a.destination, a.numbers[0], a.numbers[1], a.numbers[2],
-                                              a.rect);
-       },
-       tones},
-      {"ZelTavoraFunc_SmartContrast",
-       [](const Arguments& a) {
-         return ZelTavoraFunc_SmartContrast(a.source, a.destination, a.numbers[0], a.numbers[1], a.rect);
-       },
-       strengths},
-      {"ZelTavoraFunc_ColorCast",
-       [](const Arguments& a) {
-         return ZelTavoraFunc_ColorCast(a.source, a.destination, static_cast<uint32_t>(a.numbers[0]), a.numbers[1],
-                                        a.rect);
-       },
-       strengths},
-      {"ZelTavoraFunc_Colorful",
-       [](const Arguments& a) {
-         return ZelTavoraFunc_Colorful(a.source, a.destination, a.numbers[0], a.numbers[1], a.rect);
-       },
-       modes},
-      {"ZelTavoraFunc_Vivid",
-       [](const Arguments& a) {
-         return ZelTavoraFunc_Vivid(a.source, a.destination, a.numbers[0], a.numbers[1], a.rect);
-       },
-       modes},
-      {"ZelTavoraFunc_SkinFlash",
-       [](const Arguments& a) {
-         return ZelTavoraFunc_SkinFlash(a.source, a.destination, a.numbers[0], a.point, a.numbers[1], a.rect, 0);
-       },
+      {FUNCTION(GetDLLVersion), {{}}, all, tables, {}},
+      {FUNCTION(ZelTavoraFunc_ToneEnhancement), tones, all, tables, {{"tone", false, {{0, 0, 80}}}}},
+      {FUNCTION(ZelTavoraFunc_SmartContrast), reserved, all, tables, {{"smart-contrast", true, {{0, 60}}}}},
+      {FUNCTION(ZelTavoraFunc_ColorCast), reserved, byOrder, tables, {{"color-cast", false, {{0, 80}}}}, kAnswersOk},
+      {FUNCTION(ZelTavoraFunc_Colorful),
+       modes,
+       all,
+       tables,
+       {{"colorful", true, {{0, 60}}}, {"colorful-masked", false, {{1, 60}}}},
+       kSlow},
+      {FUNCTION(ZelTavoraFunc_Vivid), modes, detail, mask, {{"vivid", false, {{1, 30}}}}},
+      {FUNCTION(ZelTavoraFunc_SkinFlash),
        {{{1, 50}, kNone},
         {{2, 50}, kSkin},
         {{1, 100}, kSkin},
         {{1, 40}, kSky},
         {{2, 0}, kNone},
         {{1, 60}, kOutside},
-        {{3, 60}, kSkin}}},
-      {"ZelTavoraFunc_GetSkinToneInitialPercentages",
-       [](const Arguments& a) {
-         int32_t* const percentages = Given(a, reinterpret_cast<int32_t*>(a.table));
-         return ZelTavoraFunc_GetSkinToneInitialPercentages(a.source, 0, a.point, percentages,
-                                                            percentages == nullptr ? nullptr : percentages + 1,
-                                                            percentages == nullptr ? nullptr : percentages + 2);
-       },
-       {{{}, kNone}, {{}, kSkin}, {{}, kFoliage}, {{}, kSky}, {{}, {20, 9}}, {{}, kOutside}}},
-      {"ZelTavoraFunc_SkinTone",
-       [](const Arguments& a) {
-         return ZelTavoraFunc_SkinTone(a.source, a.destination, a.numbers[0], a.point, a.numbers[1], a.numbers[2],
-                                       a.numbers[3], a.rect);
-       },
+        {{3, 60}, kSkin}},
+       given,
+       mask,
+       {{"skin-flash", false, {{1, 60}}}}},
+      {FUNCTION(ZelTavoraFunc_GetSkinToneInitialPercentages),
+       {{{}, kNone}, {{}, kSkin}, {{}, kFoliage}, {{}, kSky}, {{}, {20, 9}}, {{}, kOutside}},
+       all,
+       tables,
+       {}},
+      {FUNCTION(ZelTavoraFunc_SkinTone),
        {{{1, 54, 77, 12}, kNone},
         {{2, 80, 20, 60}, kNone},
         {{1, 30, 90, 40}, kSkin},
         {{2, 0, 0, 0}, kSkin},
         {{1, 100, 100, 100}, kSky},
         {{1, 50, 50, 50}, kOutside},
-        {{0, 50, 50, 50}, kSkin}}},
-      {"ZelTavoraFunc_SkinClear",
-       [](const Arguments& a) {
-         return ZelTavoraFunc_SkinClear(a.source, a.destination, a.numbers[0], a.point, a.numbers[1], a.rect);
-       },
+        {{0, 50, 50, 50}, kSkin}},
+       givenBytes,
+       mask,
+       {{"skin-tone", false, {{1, 60, 70, 20}}}},
+       kAnswersOk},
+      {FUNCTION(ZelTavoraFunc_SkinClear),
        {{{1, 50}, kNone},
         {{2, 30}, kSkin},
         {{1, 100}, kSkin},
@@ -101,87 +122,76 @@ const std::vector<Export>& Exports() {
         {{1, 60}, kSky},
         {{1, 0}, kNone},
         {{1, 60}, kOutside},
-        {{3, 60}, kSkin}}},
-      {"ZelTavoraFunc_AgedPhotoRecovered",
-       [](const Arguments& a) {
-         return ZelTavoraFunc_AgedPhotoRecovered(a.source, a.destination, a.numbers[0], a.numbers[1], a.rect);
-       },
-       modes},
-      {"ZelTavoraFunc_ColorTemperature",
-       [](const Arguments& a) {
-         return ZelTavoraFunc_ColorTemperature(a.source, a.destination, 0, a.numbers[0], a.rect, 0);
-       },
-       {{{0}}, {{50}}, {{73}}, {{100}}, {{INT32_MAX}}}},
-      {"ZelTavoraFunc_ToneEnhancement_Get1DLut",
-       [](const Arguments& a) {
-         return ZelTavoraFunc_ToneEnhancement_Get1DLut(a.source, a.numbers[0], a.numbers[1], a.numbers[2], a.rect,
-                                                       Given(a, a.table));
-       },
-       tones},
-      {"ZelTavoraFunc_SmartContrast_Get1DLut",
-       [](const Arguments& a) {
-         return ZelTavoraFunc_SmartContrast_Get1DLut(a.source, a.numbers[0], a.numbers[1], a.rect, Given(a, a.table));
-       },
-       strengths},
-      {"ZelTavoraFunc_ColorCast_Get1DLut",
-       [](const Arguments& a) {
-         return ZelTavoraFunc_ColorCast_Get1DLut(a.source, 0, a.numbers[1], Given(a, a.table));
-       },
-       strengths},
-      {"ZelTavoraFunc_Colorful_Get3DLut",
-       [](const Arguments& a) {
-         return ZelTavoraFunc_Colorful_Get3DLut(a.source, a.numbers[0], a.numbers[1], a.rect, Given(a, a.table));
-       },
-       modes},
-      {"ZelTavoraFunc_Colorful_Apply3DLut",
-       [](const Arguments& a) {
-         return ZelTavoraFunc_Colorful_Apply3DLut(a.source, a.destination, a.numbers[0], a.numbers[1], a.rect,
-                                                  Given(a, a.table));
-       },
-       modes},
-      {"ZelBasicToolFunc_ColorTemperature",
-       [](const Arguments& a) {
-         return ZelBasicToolFunc_ColorTemperature(a.source, a.destination, a.numbers[0], a.rect);
-       },
-       {{{0}}, {{-100}}, {{-37}}, {{60}}, {{100}}, {{INT32_MIN}}}},
-      {"ZelBasicToolFunc_ContrastBrightness",
-       [](const Arguments& a) {
-         return ZelBasicToolFunc_ContrastBrightness(a.source, a.destination, a.numbers[0], a.numbers[1], a.rect);
-       },
-       {{{0, 0}}, {{50, 0}}, {{-30, 20}}, {{100, -60}}, {{-100, 100}}, {{INT32_MAX, INT32_MIN}}}},
-      {"ZelBasicToolFunc_Gamma",
-       [](const Arguments& a) { return ZelBasicToolFunc_Gamma(a.source, a.destination, Given(a, a.reals), a.rect); },
+        {{3, 60}, kSkin}},
+       given,
+       mask,
+       {{"skin-clear", false, {{1, 50}}}}},
+      {FUNCTION(ZelTavoraFunc_AgedPhotoRecovered), modes, all, tables, {{"aged-photo", true, {{0, 60}}}}},
+      {FUNCTION(ZelTavoraFunc_ColorTemperature),
+       {{{0, 0}}, {{0, 50}}, {{0, 73}}, {{0, 100}}, {{0, INT32_MAX}}},
+       all,
+       tables,
+       {{"temperature-level", true, {{0, 70}}}}},
+      {FUNCTION(ZelTavoraFunc_ToneEnhancement_Get1DLut),
+       tones,
+       all,
+       tables,
+       {{"tone-lut", false, {{0, 0, 80}}},
+        {"tone-lut-style-1", false, {{0, 1, 80}}},
+        {"tone-lut-style-6", false, {{0, 6, 80}}}}},
+      {FUNCTION(ZelTavoraFunc_SmartContrast_Get1DLut),
+       reserved,
+       all,
+       tables,
+       {{"smart-contrast-lut", true, {{0, 60}}}}},
+      {FUNCTION(ZelTavoraFunc_ColorCast_Get1DLut),
+       reserved,
+       byOrder,
+       tables,
+       {{"color-cast-lut", false, {{0, 80}}}},
+       kAnswersOk},
+      {FUNCTION(ZelTavoraFunc_Colorful_Get3DLut), modes, all, tables, {{"colorful-lut", true, {{0, 60}}}}, kSlow},
+      {FUNCTION(ZelTavoraFunc_Colorful_Apply3DLut), modes, all, tables, {{"colorful-apply", true, {{0, 60}}}}},
+      {FUNCTION(ZelBasicToolFunc_ColorTemperature),
+       {{{0}}, {{-100}}, {{-37}}, {{60}}, {{100}}, {{INT32_MIN}}},
+       all,
+       tables,
+       {{"temperature", true, {{40}}}}},
+      {FUNCTION(ZelBasicToolFunc_ContrastBrightness),
+       {{{0, 0}}, {{50, 0}}, {{-30, 20}}, {{100, -60}}, {{-100, 100}}, {{INT32_MAX, INT32_MIN}}},
+       all,
+       tables,
+       {{"contrast", true, {{30, 5}}}}},
+      {FUNCTION(ZelBasicToolFunc_Gamma),
        {{{}, kNone, {1, 1, 1}},
         {{}, kNone, {2.2f, 2.2f, 2.2f}},
         {{}, kNone, {0.5f, 1.3f, 4}},
-        {{}, kNone, {0.01f, 11, -1}}}},
-      {"ZelBasicToolFunc_HighlightShadow",
-       [](const Arguments& a) {
-         return ZelBasicToolFunc_HighlightShadow(a.source, a.destination, Given(a, a.numbers), Given(a, a.numbers + 3),
-                                                 a.rect);
-       },
-       {{{255, 255, 255, 0, 0, 0}},
-        {{200, 220, 240, 10, 20, 30}},
-        {{90, 128, 40, 100, 128, 200}},
-        {{INT32_MAX, -5, 300, INT32_MIN, 700, -1}}}},
-      {"ZelBasicToolFunc_HueSaturation",
-       [](const Arguments& a) {
-         return ZelBasicToolFunc_HueSaturation(a.source, a.destination, a.numbers[0], a.numbers[1], a.rect);
-       },
-       {{{0, 0}}, {{30, 50}}, {{-120, -40}}, {{180, 100}}, {{0, -100}}, {{INT32_MIN, INT32_MAX}}}},
-      {"ZelBasicToolFunc_HueSaturationPro",
-       [](const Arguments& a) {
-         return ZelBasicToolFunc_HueSaturationPro(a.source, a.destination, Given(a, a.numbers), Given(a, a.numbers + 7),
-                                                  a.rect);
-       },
+        {{}, kNone, {0.01f, 11, -1}}},
+       all,
+       tables,
+       {{"gamma", true, {{}, kNone, {1.4f, 1.5f, 1.6f}}}, {"gamma-equal", true, {{}, kNone, {1.4f, 1.4f, 1.4f}}}}},
+      {FUNCTION(ZelBasicToolFunc_HighlightShadow),
+       {{{255, 255, 255, 0, 0, 0, 0, 0, 0, 0}},
+        {{200, 220, 240, 0, 0, 0, 0, 10, 20, 30}},
+        {{90, 128, 40, 0, 0, 0, 0, 100, 128, 200}},
+        {{INT32_MAX, -5, 300, 0, 0, 0, 0, INT32_MIN, 700, -1}}},
+       all,
+       tables,
+       {{"levels", true, {{230, 240, 250, 0, 0, 0, 0, 10, 5, 20}}}}},
+      {FUNCTION(ZelBasicToolFunc_HueSaturation),
+       {{{0, 0}}, {{30, 50}}, {{-120, -40}}, {{180, 100}}, {{0, -100}}, {{INT32_MIN, INT32_MAX}}},
+       all,
+       tables,
+       {{"hue-saturation", true, {{20, 30}}}}},
+      {FUNCTION(ZelBasicToolFunc_HueSaturationPro),
        {{{}},
         {{30, 0, 0, 0, 0, 0, 0, 40}},
         {{-10, 20, -20, 60, -60, 10, 5, -30, 100, -100, 50, 20, -20, 70}},
-        {{INT32_MAX, INT32_MIN, 61, -61, 1, 2, 3, INT32_MIN, INT32_MAX, 101, -101, 9, 8, 7}}}},
-      {"ZelBasicToolFunc_ColorCorrect",
-       [](const Arguments& a) {
-         return ZelBasicToolFunc_ColorCorrect(a.source, a.destination, a.numbers[0], a.numbers[1]);
-       },
+        {{INT32_MAX, INT32_MIN, 61, -61, 1, 2, 3, INT32_MIN, INT32_MAX, 101, -101, 9, 8, 7}}},
+       all,
+       tables,
+       {{"hue-saturation-ranges", true, {{5, 10, -10, 20, 0, -20, 15, 10, 20, -10, 30, 0, 10, -20}}}}},
+      {FUNCTION(ZelBasicToolFunc_ColorCorrect),
        {{{0, 0}},
         {{0, 100}},
         {{1, 50}},
@@ -191,45 +201,41 @@ const std::vector<Export>& Exports() {
         {{5, 100}},
         {{6, 80}},
         {{7, 50}},
-        {{2, INT32_MAX}}}},
-      {"ZelBasicToolFunc_LightCorrect",
-       [](const Arguments& a) { return ZelBasicToolFunc_LightCorrect(a.source, a.destination, a.numbers[1]); },
-       strengths},
-      {"ZelBasicToolFunc_ColorCastManual",
-       [](const Arguments& a) {
-         return ZelBasicToolFunc_ColorCastManual(a.source, a.destination, a.numbers[1], a.rect);
-       },
-       strengths},
-      {"ZelBasicToolFunc_FoliageColorful",
-       [](const Arguments& a) { return Selective(ZelBasicToolFunc_FoliageColorful, a); }, areas},
-      {"ZelBasicToolFunc_FoliageTone", [](const Arguments& a) { return Selective(ZelBasicToolFunc_FoliageTone, a); },
-       areas},
-      {"ZelBasicToolFunc_SkyColorful", [](const Arguments& a) { return Selective(ZelBasicToolFunc_SkyColorful, a); },
-       areas},
-      {"ZelBasicToolFunc_SkyTone", [](const Arguments& a) { return Selective(ZelBasicToolFunc_SkyTone, a); }, areas},
-      {"ZelBasicToolFunc_SkinColorful", [](const Arguments& a) { return Selective(ZelBasicToolFunc_SkinColorful, a); },
-       areas},
-      {"ZelBasicToolFunc_DeNoise",
-       [](const Arguments& a) {
-         return ZelBasicToolFunc_DeNoise(a.source, a.destination, static_cast<uint32_t>(a.numbers[0]), a.rect);
-       },
-       {{{0}}, {{1}}, {{50}}, {{100}}, {{1000}}, {{-1}}}},
-      {"ZelBasicToolFunc_Sharpen",
-       [](const Arguments& a) { return ZelBasicToolFunc_Sharpen(a.source, a.destination, a.numbers[0], a.rect); },
-       {{{0}}, {{51}}, {{100}}, {{-20}}, {{INT32_MAX}}}},
-      {"ZelBasicToolFunc_GaussianBlur",
-       [](const Arguments& a) { return ZelBasicToolFunc_GaussianBlur(a.source, a.destination, a.reals[0], a.rect); },
-       {{{}, kNone, {0}}, {{}, kNone, {0.8f}}, {{}, kNone, {3}}, {{}, kNone, {1e9f}}, {{}, kNone, {-1}}}},
-      {"ZelBasicToolFunc_UnsharpMask",
-       [](const Arguments& a) {
-         return ZelBasicToolFunc_UnsharpMask(a.source, a.destination, a.numbers[0], a.reals[0],
-                                             static_cast<uint32_t>(a.numbers[1]), a.rect);
-       },
+        {{2, INT32_MAX}}},
+       wholeByOrder,
+       tables,
+       {{"color-correct", false, {{0, 80}}}}},
+      {FUNCTION(ZelBasicToolFunc_LightCorrect), strengths, whole, tables, {{"light-correct", true, {{80}}}}},
+      {FUNCTION(ZelBasicToolFunc_ColorCastManual), strengths, rowEnds, tables, {{"cast-manual", false, {{80}}}}},
+      {FUNCTION(ZelBasicToolFunc_FoliageColorful), areas, softened, mask, {{"foliage-colorful", false, {{60}}}}},
+      {FUNCTION(ZelBasicToolFunc_FoliageTone), areas, given, mask, {{"foliage-tone", false, {{60}}, 1}}},
+      {FUNCTION(ZelBasicToolFunc_SkyColorful), areas, softened, mask, {{"sky-colorful", false, {{60}}}}},
+      {FUNCTION(ZelBasicToolFunc_SkyTone), areas, given, mask, {{"sky-tone", false, {{60}}, 0}}},
+      {FUNCTION(ZelBasicToolFunc_SkinColorful), areas, softened, mask, {{"skin-colorful", false, {{60}}}}},
+      {FUNCTION(ZelBasicToolFunc_DeNoise),
+       {{{0}}, {{1}}, {{50}}, {{100}}, {{1000}}, {{-1}}},
+       wholeColours,
+       planes,
+       {{"denoise", false, {{50}}}}},
+      {FUNCTION(ZelBasicToolFunc_Sharpen),
+       {{{0}}, {{51}}, {{100}}, {{-20}}, {{INT32_MAX}}},
+       margin,
+       few,
+       {{"sharpen", false, {{50}}}}},
+      {FUNCTION(ZelBasicToolFunc_GaussianBlur),
+       {{{}, kNone, {0}}, {{}, kNone, {0.8f}}, {{}, kNone, {3}}, {{}, kNone, {1e9f}}, {{}, kNone, {-1}}},
+       all,
+       rows,
+       {{"blur-1", true, {{}, kNone, {1}}}, {"blur-3", true, {{}, kNone, {3}}}, {"blur-10", true, {{}, kNone, {10}}}}},
+      {FUNCTION(ZelBasicToolFunc_UnsharpMask),
        {{{0, 0}, kNone, {1}},
         {{100, 0}, kNone, {2}},
         {{60, 8}, kNone, {0.7f}},
         {{500, 3}, kNone, {20}},
-        {{-50, -1}, kNone, {-3}}}},
+        {{-50, -1}, kNone, {-3}}},
+       all,
+       rows,
+       {{"unsharp", true, {{80, 3}, kNone, {2}}}}},
   };
   return exports;
 }

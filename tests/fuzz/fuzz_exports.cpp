@@ -113,8 +113,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const uint8_t choice = bytes.Byte(), flags = bytes.Byte(), absent = bytes.Byte();
   const Export& function = Exports()[choice % Exports().size()];
   // Searching for the strongest chroma takes fifty times as long as other calls, so it gets fewer turns.
-  const bool slow = function.call == Exports()[4].call || function.call == Exports()[15].call;
-  if (slow && absent % 16 != 0) return 0;
+  if ((function.traits & kSlow) && absent % 16 != 0) return 0;
   const bool inPlace = flags & 1;
   const ImageDesc first = Record(bytes);
   const ImageDesc second = (flags & 0x0E) == 0x0E ? Record(bytes) : first;
@@ -125,7 +124,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   ZelRect rect = {0, 0, 0, 0};
   if (flags & 0x10) rect = {bytes.Number(), bytes.Number(), bytes.Number(), bytes.Number()};
   const ZelPoint point = {bytes.Number(), bytes.Number()};
-  std::array<int32_t, 14> numbers;
+  std::array<int32_t, 2 * kArray> numbers;
   std::array<float, 3> reals;
   for (int32_t& number : numbers) number = bytes.Number();
   for (float& real : reals) real = bytes.Real();

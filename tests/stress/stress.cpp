@@ -110,12 +110,6 @@ Outcome Run(const Export& function, const Settings& settings, const Picture& sou
   return outcome;
 }
 
-// Functions that answer ZEL_OK when they could not work: they promise so, and change nothing then.
-bool AnswersOkAnyway(const std::string& name) {
-  return name == "ZelTavoraFunc_SkinTone" || name == "ZelTavoraFunc_ColorCast" ||
-         name == "ZelTavoraFunc_ColorCast_Get1DLut";
-}
-
 // Every byte is what it was or what the source has there.
 bool OldOrCopied(const Picture& image, const Picture& before, const Picture& source) {
   for (size_t i = 0; i < image.Bytes(); ++i) {
@@ -146,7 +140,7 @@ void Failures() {
               Fault("%s: allocation %d fails: %d blocks lost", function.name, i / 2, got.heap.held);
             if (!got.image.GuardsIntact()) Fault("%s: allocation %d fails: wrote outside", function.name, i / 2);
             if (got.SameAs(whole)) continue;  // did without it
-            if (got.result != ZEL_REFUSED && !AnswersOkAnyway(function.name)) {
+            if (got.result != ZEL_REFUSED && !(function.traits & kAnswersOk)) {
               Fault("%s: allocation %d fails: result %d", function.name, i / 2, got.result);
             }
             if (!OldOrCopied(got.image, before, source)) {
@@ -162,28 +156,9 @@ void Failures() {
   std::printf("%lld calls with a failing allocation\n", static_cast<long long>(calls));
 }
 
-// Bytes that a call may hold at once: some at all, some for each sample of a row, some for each pixel.
-struct Bound {
-  const char* words;
-  int64_t fixed, sample, pixel;
-};
-
-// The first whose words are part of the function's name.
-const Bound& BoundOf(const std::string& name) {
-  static const Bound bounds[] = {
-      {"DeNoise", 65536, 256, 8}, {"Gaussian", 65536, 128 * 8, 0}, {"Unsharp", 1 << 20, 128 * 8, 0},
-      {"Sharpen", 65536, 64, 0},  {"Vivid", 1 << 20, 256, 1},      {"Foliage", 1 << 20, 256, 1},
-      {"Sky", 1 << 20, 256, 1},   {"Skin", 1 << 20, 256, 1},       {"", 3 << 19, 0, 0},
-  };
-  for (const Bound& bound : bounds) {
-    if (name.find(bound.words) != std::string::npos) return bound;
-  }
-  std::abort();
-}
-
 void MemoryBounds() {
   for (const Export& function : Exports()) {
-    const Bound& bound = BoundOf(function.name);
+    const MemoryBound& bound = function.memory;
     int64_t most = 0;
     for (const Layout& layout : {Layout{1500, 1100, 3, 8, true, 0}, Layout{1500, 1100, 3, 16, true, 0}}) {
       const Picture source(layout, 0), before(layout, 1);

@@ -9,6 +9,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "driver/exports.h"
 #include "driver/picture.h"
 
 namespace zel::test {
@@ -55,17 +56,10 @@ TestImage After(Call call, const TestImage& source, Arguments... arguments) {
 
 using Operation = std::function<int32_t(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect)>;
 
-struct Laws {
-  int margin = 0;             // pixels around the rectangle that may change too
-  int sight = 0;              // the rectangle's outermost pixels that hang on what the destination held around it
-  bool usesRect = true;       // false: the rectangle does not limit what is written
-  bool orderMatters = false;  // RGB and BGR are allowed to differ
-  bool reorders = true;       // a reversed rectangle equals the reordered one; otherwise it is empty
-};
-
-// Runs the operation over the shapes, rectangles and kernel levels and expects: equal results and bytes at every kernel
-// level; the source, the row padding, the guards and all pixels outside the rectangle untouched; in place equal to out
-// of place inside the rectangle; RGB equal to BGR with its samples swapped. A refusal must leave the destination alone.
+// Runs the operation over the shapes and rectangles and expects: equal results and bytes at every kernel level; the
+// source, the row padding, the guards and all pixels outside the rectangle untouched; in place equal to out of place
+// inside the rectangle; RGB equal to BGR with its samples swapped. A refusal leaves the destination alone or copies the
+// source into it; a call that only copies the memory of the source need not keep the laws.
 void ExpectImageLaws(const Operation& operation, const std::vector<Shape>& shapes, const Laws& laws = {});
 
 // Makes the library use one kernel level, the plain scalar one included, until the end of the scope.
