@@ -31,6 +31,7 @@ endif()
 zel_kernel_level(base)
 set(ZEL_KERNEL_OBJECTS $<TARGET_OBJECTS:zel_kernels_base>)
 if(ZEL_X86)
+  zel_kernel_level(sse41 -msse4.1)
   zel_kernel_level(avx2 -mavx2)
   # Shuffles of bytes across the register came with processors that no longer slow down for wide registers.
   zel_kernel_level(avx512 -mavx2 -mavx512f -mavx512bw -mavx512dq -mavx512vl -mavx512vbmi -mavx512vnni
@@ -39,8 +40,8 @@ if(ZEL_X86)
     # g++ 12 says it of its own headers' undefined vectors.
     target_compile_options(zel_kernels_avx512 PRIVATE -Wno-maybe-uninitialized -Wno-uninitialized)
   endif()
-  foreach(isa avx2 avx512)
-    if(MINGW)
+  foreach(isa sse41 avx2 avx512)
+    if(MINGW AND NOT isa STREQUAL sse41)
       # Windows aligns the stack to 16 bytes only, and g++ stores wider temporaries there with aligned moves.
       target_compile_options(zel_kernels_${isa} PRIVATE -Wa,-muse-unaligned-vector-move)
     endif()

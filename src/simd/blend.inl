@@ -9,60 +9,56 @@ static inline uint8_t Mixed(uint32_t effect, uint32_t base, uint32_t mask) {
   return (uint8_t)(((255 - mask) * base + mask * effect) >> 8);
 }
 
-#if defined(__AVX2__)
+#if defined(ZEL_TWINS)
 // The same on sixteen bits each, for all that come from bytes: 65025 + 1 + 254 still fits.
-static inline __m256i DivideWordsBy255(__m256i p) {
-  const __m256i shifted = _mm256_srli_epi16(p, 8);
-  return _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(p, _mm256_set1_epi16(1)), shifted), 8);
+static inline Mid DivideWordsBy255(Mid p) {
+  const Mid shifted = ZEL_MID(srli_epi16)(p, 8);
+  return ZEL_MID(srli_epi16)(ZEL_MID(add_epi16)(ZEL_MID(add_epi16)(p, ZEL_MID(set1_epi16)(1)), shifted), 8);
 }
 
 // (255 - m) * b + m * e is b * 256 - b + m * (e - b), whose terms may wrap round 65536 while the sum, at most 65025,
 // does not.
-static inline __m256i MixedWords(__m256i effect, __m256i base, __m256i mask) {
-  const __m256i all = _mm256_sub_epi16(_mm256_slli_epi16(base, 8), base);
-  const __m256i moved = _mm256_mullo_epi16(mask, _mm256_sub_epi16(effect, base));
-  return _mm256_srli_epi16(_mm256_add_epi16(all, moved), 8);
+static inline Mid MixedWords(Mid effect, Mid base, Mid mask) {
+  const Mid all = ZEL_MID(sub_epi16)(ZEL_MID(slli_epi16)(base, 8), base);
+  const Mid moved = ZEL_MID(mullo_epi16)(mask, ZEL_MID(sub_epi16)(effect, base));
+  return ZEL_MID(srli_epi16)(ZEL_MID(add_epi16)(all, moved), 8);
 }
 
-static inline __m256i LoadBytes(const uint8_t* in) {
-  return _mm256_loadu_si256((const __m256i*)in);
+static inline Mid LowWords(Mid bytes) {
+  return ZEL_MID(unpacklo_epi8)(bytes, ZEL_MID_BITS(setzero)());
 }
-static inline __m256i LowWords(__m256i bytes) {
-  return _mm256_unpacklo_epi8(bytes, _mm256_setzero_si256());
-}
-static inline __m256i HighWords(__m256i bytes) {
-  return _mm256_unpackhi_epi8(bytes, _mm256_setzero_si256());
+static inline Mid HighWords(Mid bytes) {
+  return ZEL_MID(unpackhi_epi8)(bytes, ZEL_MID_BITS(setzero)());
 }
 
 // The base where the mask is 0, the blended value elsewhere.
-static inline __m256i KeepUnmasked(__m256i blended, __m256i base, __m256i mask) {
-  return _mm256_blendv_epi8(blended, base, _mm256_cmpeq_epi8(mask, _mm256_setzero_si256()));
+static inline Mid KeepUnmasked(Mid blended, Mid base, Mid mask) {
+  return ZEL_MID(blendv_epi8)(blended, base, ZEL_MID(cmpeq_epi8)(mask, ZEL_MID_BITS(setzero)()));
 }
 
-static inline __m256i ScreenWords(__m256i effect, __m256i base, __m256i mask) {
-  const __m256i all = _mm256_set1_epi16(255);
-  const __m256i dark = _mm256_mullo_epi16(_mm256_sub_epi16(all, effect), _mm256_sub_epi16(all, base));
-  return MixedWords(_mm256_sub_epi16(all, DivideWordsBy255(dark)), base, mask);
+static inline Mid ScreenWords(Mid effect, Mid base, Mid mask) {
+  const Mid all = ZEL_MID(set1_epi16)(255);
+  const Mid dark = ZEL_MID(mullo_epi16)(ZEL_MID(sub_epi16)(all, effect), ZEL_MID(sub_epi16)(all, base));
+  return MixedWords(ZEL_MID(sub_epi16)(all, DivideWordsBy255(dark)), base, mask);
 }
 
-static inline __m256i MultiplyWords(__m256i effect, __m256i base, __m256i mask) {
-  return MixedWords(DivideWordsBy255(_mm256_mullo_epi16(effect, base)), base, mask);
+static inline Mid MultiplyWords(Mid effect, Mid base, Mid mask) {
+  return MixedWords(DivideWordsBy255(ZEL_MID(mullo_epi16)(effect, base)), base, mask);
 }
 #endif
 
 static void SpreadMask(const uint8_t* in, uint8_t* out, size_t pixels, size_t channels) {
   if (channels == 3) {
     size_t p = 0;
-#if defined(__AVX2__)
-    const __m128i first = _mm_setr_epi8(0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5);
-    const __m128i second = _mm_setr_epi8(5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10);
-    const __m128i third = _mm_setr_epi8(10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15);
+#if defined(ZEL_TWINS)
+    const Half first = ZEL_HALF(setr_epi8)(0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5);
+    const Half second = ZEL_HALF(setr_epi8)(5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10);
+    const Half third = ZEL_HALF(setr_epi8)(10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15);
     for (; p + 16 <= pixels; p += 16) {
-      const __m128i m = _mm_loadu_si128((const __m128i*)(in + p));
-      __m128i* to = (__m128i*)(out + 3 * p);
-      _mm_storeu_si128(to, _mm_shuffle_epi8(m, first));
-      _mm_storeu_si128(to + 1, _mm_shuffle_epi8(m, second));
-      _mm_storeu_si128(to + 2, _mm_shuffle_epi8(m, third));
+      const Half m = LoadHalf(in + p);
+      StoreHalf(out + 3 * p, ZEL_HALF(shuffle_epi8)(m, first));
+      StoreHalf(out + 3 * p + 16, ZEL_HALF(shuffle_epi8)(m, second));
+      StoreHalf(out + 3 * p + 32, ZEL_HALF(shuffle_epi8)(m, third));
     }
 #endif
     for (; p < pixels; ++p) {
@@ -79,12 +75,12 @@ static void SpreadMask(const uint8_t* in, uint8_t* out, size_t pixels, size_t ch
 
 static void MixBytes(const uint8_t* effect, const uint8_t* base, const uint8_t* mask, uint8_t* out, size_t count) {
   size_t i = 0;
-#if defined(__AVX2__)
-  for (; i + 32 <= count; i += 32) {
-    const __m256i e = LoadBytes(effect + i), b = LoadBytes(base + i), m = LoadBytes(mask + i);
-    const __m256i low = MixedWords(LowWords(e), LowWords(b), LowWords(m));
-    const __m256i high = MixedWords(HighWords(e), HighWords(b), HighWords(m));
-    _mm256_storeu_si256((__m256i*)(out + i), _mm256_packus_epi16(low, high));
+#if defined(ZEL_TWINS)
+  for (; i + kMidBytes <= count; i += kMidBytes) {
+    const Mid e = LoadMid(effect + i), b = LoadMid(base + i), m = LoadMid(mask + i);
+    const Mid low = MixedWords(LowWords(e), LowWords(b), LowWords(m));
+    const Mid high = MixedWords(HighWords(e), HighWords(b), HighWords(m));
+    StoreMid(out + i, ZEL_MID(packus_epi16)(low, high));
   }
 #endif
   for (; i < count; ++i) out[i] = Mixed(effect[i], base[i], mask[i]);
@@ -92,12 +88,12 @@ static void MixBytes(const uint8_t* effect, const uint8_t* base, const uint8_t* 
 
 static void ScreenBytes(const uint8_t* effect, const uint8_t* base, const uint8_t* mask, uint8_t* out, size_t count) {
   size_t i = 0;
-#if defined(__AVX2__)
-  for (; i + 32 <= count; i += 32) {
-    const __m256i e = LoadBytes(effect + i), b = LoadBytes(base + i), m = LoadBytes(mask + i);
-    const __m256i low = ScreenWords(LowWords(e), LowWords(b), LowWords(m));
-    const __m256i high = ScreenWords(HighWords(e), HighWords(b), HighWords(m));
-    _mm256_storeu_si256((__m256i*)(out + i), KeepUnmasked(_mm256_packus_epi16(low, high), b, m));
+#if defined(ZEL_TWINS)
+  for (; i + kMidBytes <= count; i += kMidBytes) {
+    const Mid e = LoadMid(effect + i), b = LoadMid(base + i), m = LoadMid(mask + i);
+    const Mid low = ScreenWords(LowWords(e), LowWords(b), LowWords(m));
+    const Mid high = ScreenWords(HighWords(e), HighWords(b), HighWords(m));
+    StoreMid(out + i, KeepUnmasked(ZEL_MID(packus_epi16)(low, high), b, m));
   }
 #endif
   for (; i < count; ++i) {
@@ -109,12 +105,12 @@ static void ScreenBytes(const uint8_t* effect, const uint8_t* base, const uint8_
 
 static void MultiplyBytes(const uint8_t* effect, const uint8_t* base, const uint8_t* mask, uint8_t* out, size_t count) {
   size_t i = 0;
-#if defined(__AVX2__)
-  for (; i + 32 <= count; i += 32) {
-    const __m256i e = LoadBytes(effect + i), b = LoadBytes(base + i), m = LoadBytes(mask + i);
-    const __m256i low = MultiplyWords(LowWords(e), LowWords(b), LowWords(m));
-    const __m256i high = MultiplyWords(HighWords(e), HighWords(b), HighWords(m));
-    _mm256_storeu_si256((__m256i*)(out + i), KeepUnmasked(_mm256_packus_epi16(low, high), b, m));
+#if defined(ZEL_TWINS)
+  for (; i + kMidBytes <= count; i += kMidBytes) {
+    const Mid e = LoadMid(effect + i), b = LoadMid(base + i), m = LoadMid(mask + i);
+    const Mid low = MultiplyWords(LowWords(e), LowWords(b), LowWords(m));
+    const Mid high = MultiplyWords(HighWords(e), HighWords(b), HighWords(m));
+    StoreMid(out + i, KeepUnmasked(ZEL_MID(packus_epi16)(low, high), b, m));
   }
 #endif
   for (; i < count; ++i) {

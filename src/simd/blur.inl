@@ -59,7 +59,7 @@ static void SumWordsFlat(const uint16_t* const* rows, size_t first, const BlurWe
   }
 }
 
-#if defined(__AVX2__)
+#if defined(ZEL_TWINS)
 // The sums of a vector of bytes in 16 bits, those of every 16 bytes apart: 0 to 7 in the low, 8 to 15 in the high ones.
 // The whole sum is coarse * 2^fineBits + fine, so that folding and the last division lose nothing: the fine sum's
 // quotient by 2^fineBits is added to the coarse one, the rest stays.
@@ -68,13 +68,13 @@ struct ByteSums {
 };
 
 struct Folding {
-  __m128i fineBits;
+  Bits fineBits;
   Wide rest;
 };
 
 static inline void Fold(ByteSums* sums, const Folding& by) {
-  sums->coarseLow = ZEL_WIDE(add_epi16)(sums->coarseLow, ZEL_WIDE(srl_epi16)(sums->fineLow, by.fineBits));
-  sums->coarseHigh = ZEL_WIDE(add_epi16)(sums->coarseHigh, ZEL_WIDE(srl_epi16)(sums->fineHigh, by.fineBits));
+  sums->coarseLow = ZEL_WIDE(add_epi16)(sums->coarseLow, WordsRight(sums->fineLow, by.fineBits));
+  sums->coarseHigh = ZEL_WIDE(add_epi16)(sums->coarseHigh, WordsRight(sums->fineHigh, by.fineBits));
   sums->fineLow = ZEL_WIDE_BITS(and)(sums->fineLow, by.rest);
   sums->fineHigh = ZEL_WIDE_BITS(and)(sums->fineHigh, by.rest);
 }
@@ -86,19 +86,76 @@ static inline ByteSums WeighCentre(const uint8_t* centre, Wide coarse, Wide fine
           ZEL_WIDE(mullo_epi16)(high, fine)};
 }
 
-static inline void AddFine(ByteSums* sums, const uint8_t* a, const uint8_t* b, Wide fine) {
+// A vector of samples from each of two rows, in the form that products want, and twice their sum with a weight.
+#if defined(__SSE4_1__)
+// Pairs side by side: products of signed and unsigned bytes add them up.
+struct BytePairs {
+  Wide low, high;
+};
+
+static inline BytePairs LoadPairs(const uint8_t* a, const uint8_t* b) {
   const Wide va = LoadWide(a), vb = LoadWide(b);
-  sums->fineLow = ZEL_WIDE(add_epi16)(sums->fineLow, ZEL_WIDE(maddubs_epi16)(ZEL_WIDE(unpacklo_epi8)(va, vb), fine));
-  sums->fineHigh = ZEL_WIDE(add_epi16)(sums->fineHigh, ZEL_WIDE(maddubs_epi16)(ZEL_WIDE(unpackhi_epi8)(va, vb), fine));
+  return {ZEL_WIDE(unpacklo_epi8)(va, vb), ZEL_WIDE(unpackhi_epi8)(va, vb)};
+}
+
+static inline Wide WeightOf(uint32_t fourfold) {
+  return ZEL_WIDE(set1_epi32)((int32_t)fourfold);
+}
+
+static inline void AddPairs(Wide* low, Wide* high, const BytePairs& pairs, Wide weight) {
+  *low = ZEL_WIDE(add_epi16)(*low, ZEL_WIDE(maddubs_epi16)(pairs.low, weight));
+  *high = ZEL_WIDE(add_epi16)(*high, ZEL_WIDE(maddubs_epi16)(pairs.high, weight));
+}
+#elif defined(ZEL_NEON)
+// As they are: products of bytes add to words.
+struct BytePairs {
+  Wide a, b;
+};
+
+static inline BytePairs LoadPairs(const uint8_t* a, const uint8_t* b) {
+  return {LoadWide(a), LoadWide(b)};
+}
+
+static inline Wide WeightOf(uint32_t fourfold) {
+  return v_set1_epi32((int32_t)fourfold);
+}
+
+static inline void AddPairs(Wide* low, Wide* high, const BytePairs& pairs, Wide weight) {
+  const uint16x8_t first = vmlal_u8((uint16x8_t)*low, vget_low_u8(pairs.a), vget_low_u8(weight));
+  const uint16x8_t second = vmlal_high_u8((uint16x8_t)*high, pairs.a, weight);
+  *low = (Wide)vmlal_u8(first, vget_low_u8(pairs.b), vget_low_u8(weight));
+  *high = (Wide)vmlal_high_u8(second, pairs.b, weight);
+}
+#else
+// Their sums in words.
+struct BytePairs {
+  Wide low, high;
+};
+
+static inline BytePairs LoadPairs(const uint8_t* a, const uint8_t* b) {
+  const Wide va = LoadWide(a), vb = LoadWide(b);
+  return {wasm_u16x8_extadd_pairwise_u8x16(v_unpacklo_epi8(va, vb)),
+          wasm_u16x8_extadd_pairwise_u8x16(v_unpackhi_epi8(va, vb))};
+}
+
+static inline Wide WeightOf(uint32_t fourfold) {
+  return v_set1_epi16((short)(fourfold & 255));
+}
+
+static inline void AddPairs(Wide* low, Wide* high, const BytePairs& pairs, Wide weight) {
+  *low = v_add_epi16(*low, v_mullo_epi16(pairs.low, weight));
+  *high = v_add_epi16(*high, v_mullo_epi16(pairs.high, weight));
+}
+#endif
+
+static inline void AddFine(ByteSums* sums, const uint8_t* a, const uint8_t* b, Wide fine) {
+  AddPairs(&sums->fineLow, &sums->fineHigh, LoadPairs(a, b), fine);
 }
 
 static inline void AddBoth(ByteSums* sums, const uint8_t* a, const uint8_t* b, Wide coarse, Wide fine) {
-  const Wide va = LoadWide(a), vb = LoadWide(b);
-  const Wide low = ZEL_WIDE(unpacklo_epi8)(va, vb), high = ZEL_WIDE(unpackhi_epi8)(va, vb);
-  sums->fineLow = ZEL_WIDE(add_epi16)(sums->fineLow, ZEL_WIDE(maddubs_epi16)(low, fine));
-  sums->fineHigh = ZEL_WIDE(add_epi16)(sums->fineHigh, ZEL_WIDE(maddubs_epi16)(high, fine));
-  sums->coarseLow = ZEL_WIDE(add_epi16)(sums->coarseLow, ZEL_WIDE(maddubs_epi16)(low, coarse));
-  sums->coarseHigh = ZEL_WIDE(add_epi16)(sums->coarseHigh, ZEL_WIDE(maddubs_epi16)(high, coarse));
+  const BytePairs pairs = LoadPairs(a, b);
+  AddPairs(&sums->fineLow, &sums->fineHigh, pairs, fine);
+  AddPairs(&sums->coarseLow, &sums->coarseHigh, pairs, coarse);
 }
 
 static inline void StoreSums(ByteSums* sums, const Folding& by, uint8_t* out) {
@@ -111,7 +168,7 @@ static inline void StoreSums(ByteSums* sums, const Folding& by, uint8_t* out) {
 static inline void SumBytesTwice(const uint8_t* const* rows, const BlurWeights& weights, size_t first, size_t i,
                                  size_t j, uint8_t* out) {
   const int32_t reach = weights.reach, fineBits = weights.shift - 7;
-  const Folding by = {_mm_cvtsi32_si128(fineBits), ZEL_WIDE(set1_epi16)((short)((1 << fineBits) - 1))};
+  const Folding by = {BitsOf(fineBits), ZEL_WIDE(set1_epi16)((short)((1 << fineBits) - 1))};
   const uint8_t* const centre = rows[reach] + first;
   const Wide c = ZEL_WIDE(set1_epi16)((short)(weights.coarse[reach] & 255));
   const Wide f = ZEL_WIDE(set1_epi16)((short)(weights.fine[reach] & 255));
@@ -127,8 +184,8 @@ static inline void SumBytesTwice(const uint8_t* const* rows, const BlurWeights& 
       for (; k < run.end; ++k) {
         const uint8_t* const a = rows[k] + first;
         const uint8_t* const b = rows[2 * reach - k] + first;
-        const Wide fine = ZEL_WIDE(set1_epi32)((int32_t)weights.fine[k]);
-        const Wide coarse = ZEL_WIDE(set1_epi32)((int32_t)weights.coarse[k]);
+        const Wide fine = WeightOf(weights.fine[k]);
+        const Wide coarse = WeightOf(weights.coarse[k]);
         AddBoth(&one, a + i, b + i, coarse, fine);
         AddBoth(&two, a + j, b + j, coarse, fine);
       }
@@ -136,7 +193,7 @@ static inline void SumBytesTwice(const uint8_t* const* rows, const BlurWeights& 
       for (; k < run.end; ++k) {
         const uint8_t* const a = rows[k] + first;
         const uint8_t* const b = rows[2 * reach - k] + first;
-        const Wide fine = ZEL_WIDE(set1_epi32)((int32_t)weights.fine[k]);
+        const Wide fine = WeightOf(weights.fine[k]);
         AddFine(&one, a + i, b + i, fine);
         AddFine(&two, a + j, b + j, fine);
       }
@@ -152,7 +209,7 @@ template <int kReach>
 static inline void SumBytesUnrolled(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out,
                                     size_t count) {
   const int32_t fineBits = weights.shift - 7;
-  const Folding by = {_mm_cvtsi32_si128(fineBits), ZEL_WIDE(set1_epi16)((short)((1 << fineBits) - 1))};
+  const Folding by = {BitsOf(fineBits), ZEL_WIDE(set1_epi16)((short)((1 << fineBits) - 1))};
   const Wide c = ZEL_WIDE(set1_epi16)((short)(weights.coarse[kReach] & 255));
   const Wide f = ZEL_WIDE(set1_epi16)((short)(weights.fine[kReach] & 255));
   const uint8_t* row[2 * kReach + 1];
@@ -160,8 +217,8 @@ static inline void SumBytesUnrolled(const uint8_t* const* rows, size_t first, co
   bool split[kReach];
   for (int32_t k = 0; k <= 2 * kReach; ++k) row[k] = rows[k] + first;
   for (int32_t k = 0; k < kReach; ++k) {
-    coarse[k] = ZEL_WIDE(set1_epi32)((int32_t)weights.coarse[k]);
-    fine[k] = ZEL_WIDE(set1_epi32)((int32_t)weights.fine[k]);
+    coarse[k] = WeightOf(weights.coarse[k]);
+    fine[k] = WeightOf(weights.fine[k]);
     split[k] = weights.coarse[k] != 0;
   }
   for (size_t i = 0; i < count; i += kWideBytes) {
@@ -186,18 +243,38 @@ static bool NeedsFolding(const BlurWeights& weights) {
   return false;
 }
 
-// The sums of a vector of words in 32 bits, by signed 16-bit products: 32768 is taken from every sample, and what that
-// takes from the sum, 32768 times the sum of the weights, is where the sum starts.
 struct WordSums {
   Wide low, high;
 };
+
+#if defined(ZEL_NEON)
+// The sums of a vector of words in 32 bits.
+enum : int32_t { kWordOffset = 0 };
+
+static inline void AddWordPair(WordSums* sums, const uint16_t* a, const uint16_t* b, Wide weight) {
+  const uint16x8_t va = vld1q_u16(a), vb = vld1q_u16(b), w = (uint16x8_t)weight;
+  const uint32x4_t low = vmlal_u16((uint32x4_t)sums->low, vget_low_u16(va), vget_low_u16(w));
+  const uint32x4_t high = vmlal_high_u16((uint32x4_t)sums->high, va, w);
+  sums->low = (Wide)vmlal_u16(low, vget_low_u16(vb), vget_low_u16(w));
+  sums->high = (Wide)vmlal_high_u16(high, vb, w);
+}
+
+static inline void AddCentre(WordSums* sums, const uint16_t* in, Wide weight) {
+  const uint16x8_t v = vld1q_u16(in), w = (uint16x8_t)weight;
+  sums->low = (Wide)vmlal_u16((uint32x4_t)sums->low, vget_low_u16(v), vget_low_u16(w));
+  sums->high = (Wide)vmlal_high_u16((uint32x4_t)sums->high, v, w);
+}
+#else
+// The sums of a vector of words in 32 bits, by signed 16-bit products: 32768 is taken from every sample, and what that
+// takes from the sum, 32768 times the sum of the weights, is where the sum starts.
+enum : int32_t { kWordOffset = 32768 };
 
 // sums + a[2i] * b[2i] + a[2i + 1] * b[2i + 1]
 static inline Wide AddProducts(Wide sums, Wide a, Wide b) {
 #if defined(__AVX512VNNI__)
   return _mm512_dpwssd_epi32(sums, a, b);
 #else
-  return _mm256_add_epi32(sums, _mm256_madd_epi16(a, b));
+  return ZEL_WIDE(add_epi32)(sums, ZEL_WIDE(madd_epi16)(a, b));
 #endif
 }
 
@@ -208,8 +285,17 @@ static inline void AddWordPair(WordSums* sums, const uint16_t* a, const uint16_t
   sums->high = AddProducts(sums->high, ZEL_WIDE(unpackhi_epi16)(va, vb), weight);
 }
 
-static inline void StoreSums(const WordSums& sums, __m128i shift, uint16_t* out) {
-  const Wide low = ZEL_WIDE(srl_epi32)(sums.low, shift), high = ZEL_WIDE(srl_epi32)(sums.high, shift);
+// The other word of each product is 0.
+static inline void AddCentre(WordSums* sums, const uint16_t* in, Wide weight) {
+  const Wide zero = ZEL_WIDE_BITS(setzero)();
+  const Wide v = ZEL_WIDE_BITS(xor)(LoadWide(in), ZEL_WIDE(set1_epi16)(-32768));
+  sums->low = AddProducts(sums->low, ZEL_WIDE(unpacklo_epi16)(v, zero), weight);
+  sums->high = AddProducts(sums->high, ZEL_WIDE(unpackhi_epi16)(v, zero), weight);
+}
+#endif
+
+static inline void StoreSums(const WordSums& sums, Bits shift, uint16_t* out) {
+  const Wide low = DoubleWordsRight(sums.low, shift), high = DoubleWordsRight(sums.high, shift);
   StoreWide(out, ZEL_WIDE(packus_epi32)(low, high));
 }
 
@@ -217,13 +303,12 @@ static inline void StoreSums(const WordSums& sums, __m128i shift, uint16_t* out)
 static inline void SumWordsTwice(const uint16_t* const* rows, const BlurWeights& weights, Wide start, size_t first,
                                  size_t i, size_t j, uint16_t* out) {
   const int32_t reach = weights.reach;
-  const __m128i shift = _mm_cvtsi32_si128(weights.shift);
+  const Bits shift = BitsOf(weights.shift);
   WordSums one = {start, start}, two = {start, start};
-  // The centre counts twice with the weights w and 0.
   const uint16_t* const centre = rows[reach] + first;
-  const Wide w = ZEL_WIDE(set1_epi32)(weights.taps[reach]);
-  AddWordPair(&one, centre + i, centre + i, w);
-  AddWordPair(&two, centre + j, centre + j, w);
+  const Wide w = ZEL_WIDE(set1_epi16)((short)weights.taps[reach]);
+  AddCentre(&one, centre + i, w);
+  AddCentre(&two, centre + j, w);
   for (int32_t k = 0; k < reach; ++k) {
     const uint16_t* const a = rows[k] + first;
     const uint16_t* const b = rows[2 * reach - k] + first;
@@ -238,8 +323,8 @@ static inline void SumWordsTwice(const uint16_t* const* rows, const BlurWeights&
 template <int kReach>
 static inline void SumWordsUnrolled(const uint16_t* const* rows, size_t first, const BlurWeights& weights, Wide start,
                                     uint16_t* out, size_t count) {
-  const __m128i shift = _mm_cvtsi32_si128(weights.shift);
-  const Wide centre = ZEL_WIDE(set1_epi32)(weights.taps[kReach]);
+  const Bits shift = BitsOf(weights.shift);
+  const Wide centre = ZEL_WIDE(set1_epi16)((short)weights.taps[kReach]);
   const uint16_t* row[2 * kReach + 1];
   Wide weight[kReach];
   for (int32_t k = 0; k <= 2 * kReach; ++k) row[k] = rows[k] + first;
@@ -247,7 +332,7 @@ static inline void SumWordsUnrolled(const uint16_t* const* rows, size_t first, c
   for (size_t i = 0; i < count; i += kWideWords) {
     const size_t at = i + kWideWords <= count ? i : count - kWideWords;
     WordSums sums = {start, start};
-    AddWordPair(&sums, row[kReach] + at, row[kReach] + at, centre);
+    AddCentre(&sums, row[kReach] + at, centre);
 #pragma GCC unroll 8
     for (int32_t k = 0; k < kReach; ++k) AddWordPair(&sums, row[k] + at, row[2 * kReach - k] + at, weight[k]);
     StoreSums(sums, shift, out + at);
@@ -257,7 +342,7 @@ static inline void SumWordsUnrolled(const uint16_t* const* rows, size_t first, c
 
 // A last vector that is not full starts earlier and sums some samples again, which no row notices.
 static void SumBytes(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out, size_t count) {
-#if defined(__AVX2__)
+#if defined(ZEL_TWINS)
   if (count >= kWideBytes) {
     if (weights.reach == 3 && !NeedsFolding(weights)) return SumBytesUnrolled<3>(rows, first, weights, out, count);
     const size_t last = count - kWideBytes;
@@ -273,11 +358,11 @@ static void SumBytes(const uint8_t* const* rows, size_t first, const BlurWeights
 
 static void SumWords(const uint16_t* const* rows, size_t first, const BlurWeights& weights, uint16_t* out,
                      size_t count) {
-#if defined(__AVX2__)
+#if defined(ZEL_TWINS)
   if (count >= kWideWords) {
     int32_t total = weights.taps[weights.reach];
     for (int32_t k = 0; k < weights.reach; ++k) total += 2 * weights.taps[k];
-    const Wide start = ZEL_WIDE(set1_epi32)(total * 32768);
+    const Wide start = ZEL_WIDE(set1_epi32)(total * kWordOffset);
     if (weights.reach == 3) return SumWordsUnrolled<3>(rows, first, weights, start, out, count);
     const size_t last = count - kWideWords;
     for (size_t i = 0; i < count; i += 2 * kWideWords) {

@@ -19,7 +19,7 @@ static void Convolve3x3Flat(const uint8_t* const rows[3], size_t step, const int
   }
 }
 
-#if defined(__AVX2__)
+#if defined(ZEL_TWINS)
 // Whether the weights form a cross with four equal arms, all fit for 16-bit products.
 static bool IsNarrowCross(const int32_t weights[9]) {
   const int32_t arm = weights[1], centre = weights[4];
@@ -27,27 +27,51 @@ static bool IsNarrowCross(const int32_t weights[9]) {
          weights[7] == arm && arm >= -32768 && arm <= 32767 && centre >= -32768 && centre <= 32767;
 }
 
-// Sums for 16-bit pairs of a sample and its four neighbours' sum (at most 1020), divided by 1024 and cut to 16
-// bits, which still tells what lies outside a byte.
-static inline Wide CrossSums(Wide firstPairs, Wide secondPairs, Wide weights) {
-  return ZEL_WIDE(packs_epi32)(ZEL_WIDE(srai_epi32)(ZEL_WIDE(madd_epi16)(firstPairs, weights), 10),
-                               ZEL_WIDE(srai_epi32)(ZEL_WIDE(madd_epi16)(secondPairs, weights), 10));
+// Sums of two vectors of bytes in words, of the lower and of the upper bytes of every sixteen.
+static inline Wide LowSums(Wide a, Wide b) {
+#if defined(__SSE4_1__)
+  return ZEL_WIDE(maddubs_epi16)(ZEL_WIDE(unpacklo_epi8)(a, b), ZEL_WIDE(set1_epi8)(1));
+#elif defined(ZEL_NEON)
+  return (Wide)vaddl_u8(vget_low_u8(a), vget_low_u8(b));
+#else
+  return wasm_u16x8_extadd_pairwise_u8x16(v_unpacklo_epi8(a, b));
+#endif
+}
+
+static inline Wide HighSums(Wide a, Wide b) {
+#if defined(__SSE4_1__)
+  return ZEL_WIDE(maddubs_epi16)(ZEL_WIDE(unpackhi_epi8)(a, b), ZEL_WIDE(set1_epi8)(1));
+#elif defined(ZEL_NEON)
+  return (Wide)vaddl_high_u8(a, b);
+#else
+  return wasm_u16x8_extadd_pairwise_u8x16(v_unpackhi_epi8(a, b));
+#endif
+}
+
+// The sums for samples and their four neighbours' sums (at most 1020), divided by 1024 and cut to 16 bits, which still
+// tells what lies outside a byte. `weights` has that of the centre and that of the arms in turns.
+static inline Wide CrossSums(Wide centre, Wide arms, Wide weights) {
+#if defined(ZEL_NEON)
+  const int16x8_t c = (int16x8_t)centre, a = (int16x8_t)arms, w = (int16x8_t)weights;
+  const int32x4_t low = vmlal_laneq_s16(vmull_laneq_s16(vget_low_s16(c), w, 0), vget_low_s16(a), w, 1);
+  const int32x4_t high = vmlal_high_laneq_s16(vmull_high_laneq_s16(c, w, 0), a, w, 1);
+  return (Wide)vqshrn_high_n_s32(vqshrn_n_s32(low, 10), high, 10);
+#else
+  const Wide low = ZEL_WIDE(madd_epi16)(ZEL_WIDE(unpacklo_epi16)(centre, arms), weights);
+  const Wide high = ZEL_WIDE(madd_epi16)(ZEL_WIDE(unpackhi_epi16)(centre, arms), weights);
+  return ZEL_WIDE(packs_epi32)(ZEL_WIDE(srai_epi32)(low, 10), ZEL_WIDE(srai_epi32)(high, 10));
+#endif
 }
 
 static inline void ConvolveCross(const uint8_t* const rows[3], size_t step, Wide weights, uint8_t* out, size_t i) {
-  const Wide one = ZEL_WIDE(set1_epi8)(1), zero = ZEL_WIDE_BITS(setzero)();
+  const Wide zero = ZEL_WIDE_BITS(setzero)();
   const Wide above = LoadWide(rows[0] + i + step), below = LoadWide(rows[2] + i + step);
   const Wide left = LoadWide(rows[1] + i), right = LoadWide(rows[1] + i + 2 * step);
   const Wide middle = LoadWide(rows[1] + i + step);
-  const Wide armsLow = ZEL_WIDE(add_epi16)(ZEL_WIDE(maddubs_epi16)(ZEL_WIDE(unpacklo_epi8)(above, below), one),
-                                           ZEL_WIDE(maddubs_epi16)(ZEL_WIDE(unpacklo_epi8)(left, right), one));
-  const Wide armsHigh = ZEL_WIDE(add_epi16)(ZEL_WIDE(maddubs_epi16)(ZEL_WIDE(unpackhi_epi8)(above, below), one),
-                                            ZEL_WIDE(maddubs_epi16)(ZEL_WIDE(unpackhi_epi8)(left, right), one));
-  const Wide low = ZEL_WIDE(unpacklo_epi8)(middle, zero), high = ZEL_WIDE(unpackhi_epi8)(middle, zero);
-  const Wide lowSums =
-      CrossSums(ZEL_WIDE(unpacklo_epi16)(low, armsLow), ZEL_WIDE(unpackhi_epi16)(low, armsLow), weights);
-  const Wide highSums =
-      CrossSums(ZEL_WIDE(unpacklo_epi16)(high, armsHigh), ZEL_WIDE(unpackhi_epi16)(high, armsHigh), weights);
+  const Wide armsLow = ZEL_WIDE(add_epi16)(LowSums(above, below), LowSums(left, right));
+  const Wide armsHigh = ZEL_WIDE(add_epi16)(HighSums(above, below), HighSums(left, right));
+  const Wide lowSums = CrossSums(ZEL_WIDE(unpacklo_epi8)(middle, zero), armsLow, weights);
+  const Wide highSums = CrossSums(ZEL_WIDE(unpackhi_epi8)(middle, zero), armsHigh, weights);
   StoreWide(out + i, ZEL_WIDE(packus_epi16)(lowSums, highSums));
 }
 #endif
@@ -55,7 +79,7 @@ static inline void ConvolveCross(const uint8_t* const rows[3], size_t step, Wide
 static void Convolve3x3(const uint8_t* const rows[3], size_t step, const int32_t weights[9], uint8_t* out,
                         size_t count) {
   size_t i = 0;
-#if defined(__AVX2__)
+#if defined(ZEL_TWINS)
   if (IsNarrowCross(weights)) {
     const Wide pair = ZEL_WIDE(set1_epi32)((int32_t)((uint32_t)weights[1] << 16 | (uint16_t)weights[4]));
     for (; i + kWideBytes <= count; i += kWideBytes) ConvolveCross(rows, step, pair, out, i);

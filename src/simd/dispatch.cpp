@@ -33,12 +33,14 @@ void SetActiveKernels(const Kernels* kernels) {
 }
 
 const Kernels* const* BuiltKernelLevels() {
-  static const Kernels* const baseOnly[] = {&base::kKernels, nullptr};
 #ifdef ZEL_HAS_WIDE_X86
-  static const Kernels* const upToAvx2[] = {&base::kKernels, &avx2::kKernels, nullptr};
-  static const Kernels* const upToAvx512[] = {&base::kKernels, &avx2::kKernels, &avx512::kKernels, nullptr};
-  if (__builtin_cpu_supports("avx2")) return HasAvx512() ? upToAvx512 : upToAvx2;
+  static const Kernels* const all[] = {&base::kKernels, &sse41::kKernels, &avx2::kKernels, &avx512::kKernels, nullptr};
+  static const Kernels* const upToAvx2[] = {&base::kKernels, &sse41::kKernels, &avx2::kKernels, nullptr};
+  static const Kernels* const upToSse41[] = {&base::kKernels, &sse41::kKernels, nullptr};
+  if (__builtin_cpu_supports("avx2")) return HasAvx512() ? all : upToAvx2;
+  if (__builtin_cpu_supports("sse4.1")) return upToSse41;
 #endif
+  static const Kernels* const baseOnly[] = {&base::kKernels, nullptr};
   return baseOnly;
 }
 

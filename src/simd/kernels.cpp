@@ -2,15 +2,29 @@
 // library function compiled here for a newer processor could become everyone's copy.
 #include "simd/kernels.h"
 
-#if defined(__AVX2__)
+// Where there are vectors with byte shuffles, kernels have twins of their plain loops.
+#if defined(ZEL_PLAIN_KERNELS)
+#elif defined(__AVX2__)
+#define ZEL_TWINS
 #include <immintrin.h>
-#elif defined(__SSE2__)
-#include <emmintrin.h>
+#elif defined(__SSE4_1__)
+#define ZEL_TWINS
+#include <smmintrin.h>
+#elif defined(__aarch64__) && defined(__ARM_NEON) && !defined(__ARM_BIG_ENDIAN)
+#define ZEL_TWINS
+#define ZEL_NEON
+#include <arm_neon.h>
+#elif defined(__wasm_simd128__)
+#define ZEL_TWINS
+#include <wasm_simd128.h>
 #endif
 
 namespace zel {
 namespace ZEL_ISA {
 
+#if defined(ZEL_TWINS) && !defined(__SSE4_1__)
+#include "simd/wide128.inl"
+#endif
 #include "simd/pixels.inl"  // helpers of the others
 //
 #include "simd/blend.inl"

@@ -188,6 +188,9 @@ extern const Kernels kKernels;
 namespace base {
 extern const Kernels kKernels;
 }
+namespace sse41 {
+extern const Kernels kKernels;
+}
 namespace avx2 {
 extern const Kernels kKernels;
 }

@@ -51,87 +51,152 @@ static void MapNodes(const uint8_t* in, uint8_t* out, size_t pixels, const uint8
   MapLattice(in, out, pixels, nodes, {{3, 48, 768}, {3, 48, 768}, 1}, blueFirst);
 }
 
-#if defined(__AVX2__)
+#if defined(ZEL_TWINS)
 // Without sorting: the weight of a corner is the smallest fraction of its axes minus the largest one of the others, if
 // that is positive. From the bytes r g b 0 of every pixel come the weights of the four corners 0, r, g, rg.
-static inline __m256i LowerWeights(__m256i fractions) {
-  const __m256i least = _mm256_min_epu8(
-      _mm256_shuffle_epi8(fractions, BothHalves(_mm_setr_epi8(-1, 0, 1, 0, -1, 4, 5, 4, -1, 8, 9, 8, -1, 12, 13, 12))),
-      _mm256_shuffle_epi8(fractions, BothHalves(_mm_setr_epi8(-1, 0, 1, 1, -1, 4, 5, 5, -1, 8, 9, 9, -1, 12, 13, 13))));
-  const __m256i others = _mm256_max_epu8(
-      _mm256_shuffle_epi8(fractions, BothHalves(_mm_setr_epi8(1, 1, 0, 2, 5, 5, 4, 6, 9, 9, 8, 10, 13, 13, 12, 14))),
-      _mm256_shuffle_epi8(fractions,
-                          BothHalves(_mm_setr_epi8(2, 2, 2, 2, 6, 6, 6, 6, 10, 10, 10, 10, 14, 14, 14, 14))));
+static inline Mid LowerWeights(Mid fractions) {
+  const Mid least = ZEL_MID(min_epu8)(
+      ZEL_MID(shuffle_epi8)(fractions, ZEL_PICKS(-1, 0, 1, 0, -1, 4, 5, 4, -1, 8, 9, 8, -1, 12, 13, 12)),
+      ZEL_MID(shuffle_epi8)(fractions, ZEL_PICKS(-1, 0, 1, 1, -1, 4, 5, 5, -1, 8, 9, 9, -1, 12, 13, 13)));
+  const Mid others = ZEL_MID(max_epu8)(
+      ZEL_MID(shuffle_epi8)(fractions, ZEL_PICKS(1, 1, 0, 2, 5, 5, 4, 6, 9, 9, 8, 10, 13, 13, 12, 14)),
+      ZEL_MID(shuffle_epi8)(fractions, ZEL_PICKS(2, 2, 2, 2, 6, 6, 6, 6, 10, 10, 10, 10, 14, 14, 14, 14)));
   // Corner 0 has minus the largest of all three.
-  const __m256i redOrOthers = _mm256_max_epu8(_mm256_and_si256(fractions, _mm256_set1_epi32(0xFF)), others);
-  return _mm256_sub_epi8(_mm256_subs_epu8(least, others), _mm256_and_si256(redOrOthers, _mm256_set1_epi32(0xFF)));
+  const Mid redOrOthers = ZEL_MID(max_epu8)(ZEL_MID_BITS(and)(fractions, ZEL_MID(set1_epi32)(0xFF)), others);
+  return ZEL_MID(sub_epi8)(ZEL_MID(subs_epu8)(least, others),
+                           ZEL_MID_BITS(and)(redOrOthers, ZEL_MID(set1_epi32)(0xFF)));
 }
 
 // The corners b, rb, gb, rgb.
-static inline __m256i UpperWeights(__m256i fractions) {
-  const __m256i blueLeast = _mm256_min_epu8(
-      _mm256_shuffle_epi8(fractions, BothHalves(_mm_setr_epi8(2, 0, 1, 0, 6, 4, 5, 4, 10, 8, 9, 8, 14, 12, 13, 12))),
-      _mm256_shuffle_epi8(fractions,
-                          BothHalves(_mm_setr_epi8(2, 2, 2, 2, 6, 6, 6, 6, 10, 10, 10, 10, 14, 14, 14, 14))));
-  const __m256i green = _mm256_or_si256(_mm256_slli_epi32(fractions, 16), _mm256_set1_epi32(0xFFFFFF));
-  const __m256i others = _mm256_max_epu8(
-      _mm256_shuffle_epi8(fractions, BothHalves(_mm_setr_epi8(0, 1, 0, -1, 4, 5, 4, -1, 8, 9, 8, -1, 12, 13, 12, -1))),
-      _mm256_shuffle_epi8(fractions, BothHalves(_mm_setr_epi8(1, 1, 0, -1, 5, 5, 4, -1, 9, 9, 8, -1, 13, 13, 12, -1))));
-  return _mm256_subs_epu8(_mm256_min_epu8(blueLeast, green), others);
+static inline Mid UpperWeights(Mid fractions) {
+  const Mid blueLeast = ZEL_MID(min_epu8)(
+      ZEL_MID(shuffle_epi8)(fractions, ZEL_PICKS(2, 0, 1, 0, 6, 4, 5, 4, 10, 8, 9, 8, 14, 12, 13, 12)),
+      ZEL_MID(shuffle_epi8)(fractions, ZEL_PICKS(2, 2, 2, 2, 6, 6, 6, 6, 10, 10, 10, 10, 14, 14, 14, 14)));
+  const Mid green = ZEL_MID_BITS(or)(ZEL_MID(slli_epi32)(fractions, 16), ZEL_MID(set1_epi32)(0xFFFFFF));
+  const Mid others = ZEL_MID(max_epu8)(
+      ZEL_MID(shuffle_epi8)(fractions, ZEL_PICKS(0, 1, 0, -1, 4, 5, 4, -1, 8, 9, 8, -1, 12, 13, 12, -1)),
+      ZEL_MID(shuffle_epi8)(fractions, ZEL_PICKS(1, 1, 0, -1, 5, 5, 4, -1, 9, 9, 8, -1, 13, 13, 12, -1)));
+  return ZEL_MID(subs_epu8)(ZEL_MID(min_epu8)(blueLeast, green), others);
 }
+#endif
+
+#if defined(ZEL_TWINS)
+static inline Mid LoadCells(const uint8_t* cells, const uint32_t* at) {
+#if defined(__AVX2__)
+  return LoadHalves(cells + at[0], cells + at[4]);
+#else
+  return LoadMid(cells + at[0]);
+#endif
+}
+
+// The weights of the eight corners in the form that products want, d of one pixel of every four, and d from what the
+// sum of products gave for two pixels. The four corners of a face lie side by side for each channel.
+#if defined(__SSE4_1__)
+struct CornerWeights {
+  Mid lower, upper;
+};
+
+static inline CornerWeights CornerWeightsOf(Mid fractions) {
+  return {LowerWeights(fractions), UpperWeights(fractions)};
+}
+
+template <int k>
+static inline Mid Interpolated(Mid lowerFace, Mid upperFace, const CornerWeights& weights) {
+  const Mid sums = ZEL_MID(add_epi16)(ZEL_MID(maddubs_epi16)(lowerFace, Repeated<k>(weights.lower)),
+                                      ZEL_MID(maddubs_epi16)(upperFace, Repeated<k>(weights.upper)));
+  return ZEL_MID(madd_epi16)(sums, ZEL_MID(set1_epi16)(1));
+}
+
+static inline Mid FromNode(Mid sums, Mid) {
+  return sums;
+}
+#elif defined(ZEL_NEON)
+// Products of unsigned bytes: the weight of the node itself is raised by 16, which is taken from the sum again.
+struct CornerWeights {
+  Mid lower, upper;
+};
+
+static inline CornerWeights CornerWeightsOf(Mid fractions) {
+  return {v_add_epi8(LowerWeights(fractions), v_set1_epi32(16)), UpperWeights(fractions)};
+}
+
+template <int k>
+static inline Mid Interpolated(Mid lowerFace, Mid upperFace, const CornerWeights& weights) {
+  const Mid lower = Repeated<k>(weights.lower), upper = Repeated<k>(weights.upper);
+  const uint16x8_t first =
+      vmlal_u8(vmull_u8(vget_low_u8(lowerFace), vget_low_u8(lower)), vget_low_u8(upperFace), vget_low_u8(upper));
+  const uint16x8_t second = vmlal_high_u8(vmull_high_u8(lowerFace, lower), upperFace, upper);
+  return (Mid)vpaddlq_u16(vpaddq_u16(first, second));
+}
+
+static inline Mid FromNode(Mid sums, Mid node) {
+  return v_sub_epi16(sums, v_slli_epi16(node, 4));
+}
+#else
+// Even and odd corners apart, so that products of 16 bits add up two of them.
+struct CornerWeights {
+  Mid lowerEven, lowerOdd, upperEven, upperOdd;
+};
+
+static inline CornerWeights CornerWeightsOf(Mid fractions) {
+  const Mid lower = LowerWeights(fractions), upper = UpperWeights(fractions);
+  return {v_srai_epi16(v_slli_epi16(lower, 8), 8), v_srai_epi16(lower, 8), v_and(upper, v_set1_epi16(255)),
+          v_srli_epi16(upper, 8)};
+}
+
+template <int k>
+static inline Mid Interpolated(Mid lowerFace, Mid upperFace, const CornerWeights& weights) {
+  const Mid even = v_set1_epi16(255);
+  return v_add_epi32(v_add_epi32(v_madd_epi16(v_and(lowerFace, even), Repeated<k>(weights.lowerEven)),
+                                 v_madd_epi16(v_srli_epi16(lowerFace, 8), Repeated<k>(weights.lowerOdd))),
+                     v_add_epi32(v_madd_epi16(v_and(upperFace, even), Repeated<k>(weights.upperEven)),
+                                 v_madd_epi16(v_srli_epi16(upperFace, 8), Repeated<k>(weights.upperOdd))));
+}
+
+static inline Mid FromNode(Mid sums, Mid) {
+  return sums;
+}
+#endif
 #endif
 
 static void MapCells(const uint8_t* in, uint8_t* out, size_t pixels, const uint8_t* cells, bool blueFirst) {
   size_t p = 0;
-#if defined(__AVX2__)
+#if defined(ZEL_TWINS)
   // Red, green, blue and a zero for each pixel, and back again.
-  const __m256i spread = blueFirst ? _mm256_setr_epi8(2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1,  //
-                                                      6, 5, 4, -1, 9, 8, 7, -1, 12, 11, 10, -1, 15, 14, 13, -1)
-                                   : _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1,  //
-                                                      4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15, -1);
-  const __m256i gather = BothHalves(blueFirst ? _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1)
-                                              : _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
-  const __m256i low = _mm256_set1_epi8(15), ones = _mm256_set1_epi16(1), firstByte = _mm256_set1_epi32(255);
-  for (; p + 8 <= pixels; p += 8) {
-    const __m256i v = _mm256_shuffle_epi8(LoadEightPixels(in + 3 * p), spread);
-    // v / 17 is (v - v / 16) / 16 for every byte.
-    const __m256i index =
-        _mm256_and_si256(_mm256_srli_epi16(_mm256_sub_epi8(v, _mm256_and_si256(_mm256_srli_epi16(v, 4), low)), 4), low);
-    const __m256i fractions = _mm256_sub_epi8(v, _mm256_or_si256(index, _mm256_slli_epi16(index, 4)));
-    alignas(32) uint32_t at[8];
-    _mm256_store_si256((__m256i*)at, _mm256_madd_epi16(_mm256_maddubs_epi16(index, _mm256_set1_epi32(0x00011001)),
-                                                       _mm256_set1_epi32(0x10000010)));
-    const __m256i lower = LowerWeights(fractions), upper = UpperWeights(fractions);
-
-    // Pixels k and k + 4 in the two halves: the four corners of a face lie side by side for each channel, so that a
-    // byte multiply-add and a sum of neighbours leave one number per channel. It is at most 16 * 255.
-    __m256i d[4], base[4];
-#define ZEL_TWO_PIXELS(k)                                                                                      \
-  {                                                                                                            \
-    const uint8_t* const c0 = cells + at[k];                                                                   \
-    const uint8_t* const c1 = cells + at[k + 4];                                                               \
-    const __m256i face0 = LoadHalves(c0, c1), face1 = LoadHalves(c0 + 4096, c1 + 4096);                        \
-    const __m256i sums = _mm256_add_epi16(_mm256_maddubs_epi16(face0, _mm256_shuffle_epi32(lower, 0x55 * k)),  \
-                                          _mm256_maddubs_epi16(face1, _mm256_shuffle_epi32(upper, 0x55 * k))); \
-    d[k] = _mm256_madd_epi16(sums, ones);                                                                      \
-    base[k] = _mm256_and_si256(face0, firstByte);                                                              \
+  const Mid spread = blueFirst ? ZEL_PICKS(2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1)
+                               : ZEL_PICKS(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
+  const Mid gather = blueFirst ? ZEL_PICKS(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1)
+                               : ZEL_PICKS(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
+  const Mid firstByte = ZEL_MID(set1_epi32)(255);
+  for (; p + kPixelsRead <= pixels; p += kMidPixels) {
+    const Mid v = ZEL_MID(shuffle_epi8)(LoadPixels(in + 3 * p), spread);
+    const Mid index = Seventeenths(v);
+    const Mid fractions = ZEL_MID(sub_epi8)(v, ZEL_MID_BITS(or)(index, ZEL_MID(slli_epi16)(index, 4)));
+    alignas(32) uint32_t at[kMidPixels];
+    StoreMid(at, PlacesOf(index, 4));
+    const CornerWeights weights = CornerWeightsOf(fractions);
+    // Pixel k of every four: one number for each channel, at most 16 * 255.
+    Mid d[4], base[4];
+    const uint8_t* const upper = cells + 4096;
+#define ZEL_FACES(k)                                                 \
+  {                                                                  \
+    const Mid face = LoadCells(cells, at + k);                       \
+    d[k] = Interpolated<k>(face, LoadCells(upper, at + k), weights); \
+    base[k] = ZEL_MID_BITS(and)(face, firstByte);                    \
   }
-    ZEL_TWO_PIXELS(0)
-    ZEL_TWO_PIXELS(1)
-    ZEL_TWO_PIXELS(2)
-    ZEL_TWO_PIXELS(3)
-#undef ZEL_TWO_PIXELS
-    __m256i values[2];
+    ZEL_FACES(0)
+    ZEL_FACES(1)
+    ZEL_FACES(2)
+    ZEL_FACES(3)
+#undef ZEL_FACES
+    Mid values[2];
     for (int i = 0; i < 2; ++i) {
-      const __m256i sum = _mm256_packs_epi32(d[2 * i], d[2 * i + 1]);
-      const __m256i quotient = _mm256_srai_epi16(_mm256_sub_epi16(sum, _mm256_srai_epi16(sum, 4)), 4);
-      values[i] = _mm256_add_epi16(_mm256_packs_epi32(base[2 * i], base[2 * i + 1]), quotient);
+      const Mid node = ZEL_MID(packs_epi32)(base[2 * i], base[2 * i + 1]);
+      const Mid sum = FromNode(ZEL_MID(packs_epi32)(d[2 * i], d[2 * i + 1]), node);
+      const Mid quotient = ZEL_MID(srai_epi16)(ZEL_MID(sub_epi16)(sum, ZEL_MID(srai_epi16)(sum, 4)), 4);
+      values[i] = ZEL_MID(add_epi16)(node, quotient);
     }
-    const __m256i packed =
-        _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(_mm256_packus_epi16(values[0], values[1]), gather),
-                                    _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
-    _mm_storeu_si128((__m128i*)(out + 3 * p), _mm256_castsi256_si128(packed));
-    _mm_storel_epi64((__m128i*)(out + 3 * p + 16), _mm256_extracti128_si256(packed, 1));
+    StorePixels(out + 3 * p, ZEL_MID(shuffle_epi8)(ZEL_MID(packus_epi16)(values[0], values[1]), gather));
   }
 #endif
   MapLattice(in + 3 * p, out + 3 * p, pixels - p, cells, {{16, 256, 4096}, {1, 2, 4096}, 4}, blueFirst);

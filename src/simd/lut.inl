@@ -1,6 +1,12 @@
 // Table lookups.
 
-#if defined(__AVX512VBMI__)
+// Where a vector of bytes looks up faster than its bytes one by one.
+#if defined(ZEL_TWINS) && !defined(__wasm_simd128__)
+#define ZEL_TABLES
+#endif
+
+#if !defined(ZEL_TABLES)
+#elif defined(__AVX512VBMI__)
 
 typedef struct {
   __m512i quarter[4];
@@ -23,7 +29,7 @@ static inline __m512i Interwoven(__m512i a, __m512i b, __m512i c) {
   return _mm512_mask_blend_epi8(first, _mm512_mask_blend_epi8(second, c, b), a);
 }
 
-#elif defined(__AVX2__)
+#elif defined(__SSE4_1__)
 
 typedef const uint8_t* Table;
 
@@ -31,52 +37,81 @@ static inline Table LoadTable(const uint8_t* table) {
   return table;
 }
 
-static inline __m256i SixteenEntries(const uint8_t* table, int k) {
-  return _mm256_broadcastsi128_si256(_mm_loadu_si128((const __m128i*)(table + 16 * k)));
+static inline Wide SixteenEntries(const uint8_t* table, int k) {
+#if defined(__AVX2__)
+  return _mm256_broadcastsi128_si256(LoadHalf(table + 16 * k));
+#else
+  return LoadHalf(table + 16 * k);
+#endif
 }
 
-// table[x] for 32 bytes. A byte shuffle looks up by the low four bits and gives 0 where the top bit is set, so that for
-// either half of the table eight shuffles with x or with its top bit turned leave candidates for bits 6, 5 and 4, which
-// are chosen one bit after the other. Doubling moves the next bit to the top, where a blend looks.
-static inline __m256i LookUp(__m256i x, const uint8_t* table) {
-  const __m256i turned = _mm256_xor_si256(x, _mm256_set1_epi8((char)0x80));
-  const __m256i bit6 = _mm256_add_epi8(x, x);
-  const __m256i bit5 = _mm256_add_epi8(bit6, bit6);
-  const __m256i bit4 = _mm256_add_epi8(bit5, bit5);
-  __m256i quarter[2];
+// table[x] for a vector of bytes. A byte shuffle looks up by the low four bits and gives 0 where the top bit is set, so
+// that for either half of the table eight shuffles with x or with its top bit turned leave candidates for bits 6, 5 and
+// 4, which are chosen one bit after the other. Doubling moves the next bit to the top, where a blend looks.
+static inline Wide LookUp(Wide x, const uint8_t* table) {
+  const Wide turned = ZEL_WIDE_BITS(xor)(x, ZEL_WIDE(set1_epi8)((char)0x80));
+  const Wide bit6 = ZEL_WIDE(add_epi8)(x, x);
+  const Wide bit5 = ZEL_WIDE(add_epi8)(bit6, bit6);
+  const Wide bit4 = ZEL_WIDE(add_epi8)(bit5, bit5);
+  Wide quarter[2];
   for (int q = 0; q < 2; ++q) {
-    __m256i pair[2];
+    Wide pair[2];
     for (int p = 0; p < 2; ++p) {
       const int k = 4 * q + 2 * p;
-      const __m256i even = _mm256_or_si256(_mm256_shuffle_epi8(SixteenEntries(table, k), x),
-                                           _mm256_shuffle_epi8(SixteenEntries(table, k + 8), turned));
-      const __m256i odd = _mm256_or_si256(_mm256_shuffle_epi8(SixteenEntries(table, k + 1), x),
-                                          _mm256_shuffle_epi8(SixteenEntries(table, k + 9), turned));
-      pair[p] = _mm256_blendv_epi8(even, odd, bit4);
+      const Wide even = ZEL_WIDE_BITS(or)(ZEL_WIDE(shuffle_epi8)(SixteenEntries(table, k), x),
+                                          ZEL_WIDE(shuffle_epi8)(SixteenEntries(table, k + 8), turned));
+      const Wide odd = ZEL_WIDE_BITS(or)(ZEL_WIDE(shuffle_epi8)(SixteenEntries(table, k + 1), x),
+                                         ZEL_WIDE(shuffle_epi8)(SixteenEntries(table, k + 9), turned));
+      pair[p] = ZEL_WIDE(blendv_epi8)(even, odd, bit4);
     }
-    quarter[q] = _mm256_blendv_epi8(pair[0], pair[1], bit5);
+    quarter[q] = ZEL_WIDE(blendv_epi8)(pair[0], pair[1], bit5);
   }
-  return _mm256_blendv_epi8(quarter[0], quarter[1], bit6);
+  return ZEL_WIDE(blendv_epi8)(quarter[0], quarter[1], bit6);
 }
 
-// a, b or c at the byte positions whose remainder by 3 is 0, 1 or 2.
-static inline __m256i Interwoven(__m256i a, __m256i b, __m256i c) {
-  const __m256i first = _mm256_setr_epi8(-1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0,
-                                         -1, 0, 0, -1, 0, 0, -1, 0);
-  const __m256i second = _mm256_setr_epi8(0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1,
-                                          0, 0, -1, 0, 0, -1, 0, 0, -1);
-  return _mm256_blendv_epi8(_mm256_blendv_epi8(c, b, second), a, first);
+#elif defined(ZEL_NEON)
+
+typedef struct {
+  uint8x16x4_t quarter[4];
+} Table;
+
+static inline Table LoadTable(const uint8_t* table) {
+  return {{vld1q_u8_x4(table), vld1q_u8_x4(table + 64), vld1q_u8_x4(table + 128), vld1q_u8_x4(table + 192)}};
+}
+
+// A look-up in 64 entries gives 0, or leaves what was there, where there is no such entry.
+static inline Wide LookUp(Wide x, const Table& table) {
+  const Wide quarter = vdupq_n_u8(64);
+  const Wide second = vsubq_u8(x, quarter), third = vsubq_u8(second, quarter), fourth = vsubq_u8(third, quarter);
+  const Wide lower = vqtbx4q_u8(vqtbl4q_u8(table.quarter[0], x), table.quarter[1], second);
+  return vqtbx4q_u8(vqtbx4q_u8(lower, table.quarter[2], third), table.quarter[3], fourth);
 }
 
 #endif
 
+#if defined(ZEL_TABLES) && !defined(__AVX512VBMI__)
+// a, b or c at the byte positions whose remainder by 3 is 0, 1 or 2.
+static inline Wide Interwoven(Wide a, Wide b, Wide c) {
 #if defined(__AVX2__)
+  const Wide first = _mm256_setr_epi8(-1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1,  //
+                                      0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0);
+  const Wide second = _mm256_setr_epi8(0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0,  //
+                                       -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1);
+#else
+  const Wide first = ZEL_WIDE(setr_epi8)(-1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1);
+  const Wide second = ZEL_WIDE(setr_epi8)(0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0);
+#endif
+  return ZEL_WIDE(blendv_epi8)(ZEL_WIDE(blendv_epi8)(c, b, second), a, first);
+}
+#endif
+
+#if defined(ZEL_TABLES)
 // Three vectors hold as many pixels as one holds bytes. That number is not divisible by 3, so every byte position has
 // another channel in each of the three: one channel of all fits into one vector without any byte moving, and goes back
 // the same way.
 static inline void MapThreeVectors(const uint8_t* in, uint8_t* out, const Table& t0, const Table& t1, const Table& t2) {
   const Wide a = LoadWide(in);
-  // In the order of their channels at a position: 64 leaves 1 by division by 3, 32 leaves 2.
+  // In the order of their channels at a position: 64 and 16 leave 1 by division by 3, 32 leaves 2.
   const bool ascending = kWideBytes % 3 == 1;
   const Wide b = LoadWide(in + (ascending ? 1 : 2) * kWideBytes), c = LoadWide(in + (ascending ? 2 : 1) * kWideBytes);
   const Wide r = LookUp(Interwoven(a, c, b), t0);
@@ -90,7 +125,7 @@ static inline void MapThreeVectors(const uint8_t* in, uint8_t* out, const Table&
 
 static void MapBytes(const uint8_t* in, uint8_t* out, size_t count, const uint8_t* table) {
   size_t i = 0;
-#if defined(__AVX2__)
+#if defined(ZEL_TABLES)
   const Table entries = LoadTable(table);
   for (; i + kWideBytes <= count; i += kWideBytes) StoreWide(out + i, LookUp(LoadWide(in + i), entries));
 #endif
@@ -106,7 +141,7 @@ static void MapBytes3(const uint8_t* in, uint8_t* out, size_t pixels, const uint
   const uint8_t* const t1 = tables[1];
   const uint8_t* const t2 = tables[2];
   size_t i = 0;
-#if defined(__AVX2__)
+#if defined(ZEL_TABLES)
   const Table table0 = LoadTable(t0), table1 = LoadTable(t1), table2 = LoadTable(t2);
   for (; i + 3 * kWideBytes <= 3 * pixels; i += 3 * kWideBytes) {
     MapThreeVectors(in + i, out + i, table0, table1, table2);

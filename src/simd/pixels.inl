@@ -1,5 +1,9 @@
-// Vectors: the widest ones of the level, for code that is the same at every width, and taking apart pixels of three
-// bytes. Unpacking and packing work within 16 bytes at every width, so that the one undoes the other.
+// Vectors under one set of names for every width. `Wide` is the widest vector of the level; `Mid` has 32 bytes at most,
+// for kernels that gain nothing from more; `Half` has 16
+// always. Unpacking, packing and picking work within 16 bytes at every width, so that
+// the one undoes the other.
+
+#if defined(ZEL_TWINS)
 
 #if defined(__AVX512VBMI__)
 #define ZEL_WIDE(operation) _mm512_##operation
@@ -11,10 +15,51 @@ typedef __m512d WideDoubles;
 #define ZEL_WIDE_BITS(operation) _mm256_##operation##_si256
 typedef __m256i Wide;
 typedef __m256d WideDoubles;
+#elif defined(__SSE4_1__)
+#define ZEL_WIDE(operation) _mm_##operation
+#define ZEL_WIDE_BITS(operation) _mm_##operation##_si128
+typedef __m128i Wide;
+typedef __m128 WideFloats;
+typedef __m128d WideDoubles;
+#else
+#define ZEL_WIDE(operation) v_##operation
+#define ZEL_WIDE_BITS(operation) v_##operation
 #endif
 
 #if defined(__AVX2__)
+#define ZEL_MID(operation) _mm256_##operation
+#define ZEL_MID_BITS(operation) _mm256_##operation##_si256
+typedef __m256i Mid;
+typedef __m256 MidFloats;
+#else
+#define ZEL_MID(operation) ZEL_WIDE(operation)
+#define ZEL_MID_BITS(operation) ZEL_WIDE_BITS(operation)
+typedef Wide Mid;
+typedef WideFloats MidFloats;
+#endif
+
+#if defined(__SSE4_1__)
+#define ZEL_HALF(operation) _mm_##operation
+typedef __m128i Half;
+static inline Half LoadHalf(const void* in) {
+  return _mm_loadu_si128((const Half*)in);
+}
+static inline void StoreHalf(void* out, Half v) {
+  _mm_storeu_si128((Half*)out, v);
+}
+#else
+#define ZEL_HALF(operation) v_##operation
+typedef Wide Half;
+static inline Half LoadHalf(const void* in) {
+  return v_loadu((const Half*)in);
+}
+static inline void StoreHalf(void* out, Half v) {
+  v_storeu((Half*)out, v);
+}
+#endif
+
 enum : size_t { kWideBytes = sizeof(Wide), kWideWords = sizeof(Wide) / 2, kDoubles = sizeof(Wide) / 8 };
+enum : size_t { kMidBytes = sizeof(Mid), kMidPixels = sizeof(Mid) / 4 };
 
 static inline Wide LoadWide(const void* in) {
   return ZEL_WIDE_BITS(loadu)((const Wide*)in);
@@ -24,33 +69,172 @@ static inline void StoreWide(void* out, Wide v) {
   ZEL_WIDE_BITS(storeu)((Wide*)out, v);
 }
 
+static inline Mid LoadMid(const void* in) {
+  return ZEL_MID_BITS(loadu)((const Mid*)in);
+}
+
+static inline void StoreMid(void* out, Mid v) {
+  ZEL_MID_BITS(storeu)((Mid*)out, v);
+}
+
+// A number of bits to shift by, where it is not known in advance.
+#if defined(__SSE4_1__)
+typedef __m128i Bits;
+static inline Bits BitsOf(int32_t bits) {
+  return _mm_cvtsi32_si128(bits);
+}
+static inline Wide WordsRight(Wide v, Bits bits) {
+  return ZEL_WIDE(srl_epi16)(v, bits);
+}
+static inline Wide DoubleWordsRight(Wide v, Bits bits) {
+  return ZEL_WIDE(srl_epi32)(v, bits);
+}
+#else
+typedef int32_t Bits;
+static inline Bits BitsOf(int32_t bits) {
+  return bits;
+}
+static inline Wide WordsRight(Wide v, Bits bits) {
+  return v_srli_epi16(v, bits);
+}
+static inline Wide DoubleWordsRight(Wide v, Bits bits) {
+  return v_srli_epi32(v, bits);
+}
+#endif
+
+static inline Wide BitsOfDoubles(WideDoubles v) {
+#if defined(__AVX512VBMI__)
+  return _mm512_castpd_si512(v);
+#elif defined(__AVX2__)
+  return _mm256_castpd_si256(v);
+#elif defined(__SSE4_1__)
+  return _mm_castpd_si128(v);
+#else
+  return (Wide)v;
+#endif
+}
+
+static inline WideDoubles DoublesOf(Wide v) {
+#if defined(__AVX512VBMI__)
+  return _mm512_castsi512_pd(v);
+#elif defined(__AVX2__)
+  return _mm256_castsi256_pd(v);
+#elif defined(__SSE4_1__)
+  return _mm_castsi128_pd(v);
+#else
+  return (WideDoubles)v;
+#endif
+}
+
 // The bytes of v where those of `test` are 0, else 0.
 static inline Wide WhereZero(Wide test, Wide v) {
 #if defined(__AVX512VBMI__)
   return _mm512_maskz_mov_epi8(_mm512_testn_epi8_mask(test, test), v);
 #else
-  return _mm256_and_si256(_mm256_cmpeq_epi8(test, _mm256_setzero_si256()), v);
+  return ZEL_WIDE_BITS(and)(ZEL_WIDE(cmpeq_epi8)(test, ZEL_WIDE_BITS(setzero)()), v);
 #endif
 }
 
-static inline __m256i LoadVector(const void* in) {
-  return _mm256_loadu_si256((const __m256i*)in);
+// Eight bytes from each of two places.
+static inline Half LoadEights(const void* lower, const void* upper) {
+#if defined(__SSE4_1__)
+  return _mm_unpacklo_epi64(_mm_loadl_epi64((const Half*)lower), _mm_loadl_epi64((const Half*)upper));
+#elif defined(ZEL_NEON)
+  return vcombine_u8(vld1_u8((const uint8_t*)lower), vld1_u8((const uint8_t*)upper));
+#else
+  return wasm_v128_load64_lane(upper, wasm_v128_load64_zero(lower), 1);
+#endif
 }
+
+#if defined(__AVX2__)
+// The same sixteen bytes in both halves.
+#define ZEL_PICKS(...) _mm256_broadcastsi128_si256(_mm_setr_epi8(__VA_ARGS__))
 
 // Sixteen bytes from each of two places.
-static inline __m256i LoadHalves(const void* lower, const void* upper) {
-  return _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_loadu_si128((const __m128i*)lower)),
-                                 _mm_loadu_si128((const __m128i*)upper), 1);
+static inline Mid LoadHalves(const void* lower, const void* upper) {
+  return _mm256_inserti128_si256(_mm256_castsi128_si256(LoadHalf(lower)), LoadHalf(upper), 1);
+}
+#else
+#define ZEL_PICKS(...) ZEL_MID(setr_epi8)(__VA_ARGS__)
+#endif
+
+// Four pixels of three bytes in the first twelve of every sixteen. Four bytes behind the last pixel are read: two more
+// pixels must follow.
+enum : size_t { kPixelsRead = kMidPixels + 2 };
+static inline Mid LoadPixels(const uint8_t* in) {
+#if defined(__AVX2__)
+  return LoadHalves(in, in + 12);
+#else
+  return LoadMid(in);
+#endif
 }
 
-// The 24 bytes of eight pixels: bytes 0 to 15 in the lower half, 8 to 23 in the upper one, so that nothing is read
-// beyond them.
-static inline __m256i LoadEightPixels(const uint8_t* in) {
-  return LoadHalves(in, in + 8);
+// Writes the first twelve bytes of every sixteen.
+static inline void StorePixels(uint8_t* out, Mid v) {
+#if defined(__AVX2__)
+  const __m256i together = _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
+  _mm_storeu_si128((__m128i*)out, _mm256_castsi256_si128(together));
+  _mm_storel_epi64((__m128i*)(out + 16), _mm256_extracti128_si256(together, 1));
+#elif defined(__SSE4_1__)
+  const int32_t last = _mm_extract_epi32(v, 2);
+  _mm_storel_epi64((__m128i*)out, v);
+  __builtin_memcpy(out + 8, &last, 4);
+#elif defined(ZEL_NEON)
+  const uint32_t last = vgetq_lane_u32((uint32x4_t)v, 2);
+  vst1_u8(out, vget_low_u8(v));
+  __builtin_memcpy(out + 8, &last, 4);
+#else
+  wasm_v128_store64_lane(out, v, 0);
+  wasm_v128_store32_lane(out + 8, v, 2);
+#endif
 }
 
-// The same place in both halves of 16 bytes.
-static inline __m256i BothHalves(__m128i half) {
-  return _mm256_inserti128_si256(_mm256_castsi128_si256(half), half, 1);
+// The lowest byte of every four.
+static inline void StoreLowBytes(uint8_t* out, Mid v) {
+#if defined(__AVX2__)
+  const __m128i words = _mm_packus_epi32(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
+  _mm_storel_epi64((__m128i*)out, _mm_packus_epi16(words, words));
+#else
+  const Mid bytes = ZEL_MID(shuffle_epi8)(v, ZEL_PICKS(0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1));
+#if defined(__SSE4_1__)
+  const int32_t four = _mm_cvtsi128_si32(bytes);
+  __builtin_memcpy(out, &four, 4);
+#elif defined(ZEL_NEON)
+  const uint32_t four = vgetq_lane_u32((uint32x4_t)bytes, 0);
+  __builtin_memcpy(out, &four, 4);
+#else
+  wasm_v128_store32_lane(out, bytes, 0);
+#endif
+#endif
 }
+
+// Double word k of every four, four times.
+template <int k>
+static inline Mid Repeated(Mid v) {
+#if defined(__SSE4_1__)
+  return ZEL_MID(shuffle_epi32)(v, 0x55 * k);
+#elif defined(ZEL_NEON)
+  return (Mid)vdupq_laneq_u32((uint32x4_t)v, k);
+#else
+  return wasm_i32x4_shuffle(v, v, k, k, k, k);
+#endif
+}
+
+// v / 17 for every byte, which is (v - v / 16) / 16.
+static inline Mid Seventeenths(Mid v) {
+  const Mid low = ZEL_MID(set1_epi8)(15);
+  const Mid sixteenths = ZEL_MID_BITS(and)(ZEL_MID(srli_epi16)(v, 4), low);
+  return ZEL_MID_BITS(and)(ZEL_MID(srli_epi16)(ZEL_MID(sub_epi8)(v, sixteenths), 4), low);
+}
+
+// (a + 16 * b + 256 * c) << shift for the four bytes a, b, c and 0, the three up to 15, of every pixel.
+static inline Mid PlacesOf(Mid indexes, int shift) {
+#if defined(__SSE4_1__)
+  const Mid words = ZEL_MID(maddubs_epi16)(indexes, ZEL_MID(set1_epi32)(0x00011001));
+#else
+  const Mid words = v_and(v_or(indexes, v_srli_epi16(indexes, 4)), v_set1_epi16(255));
+#endif
+  return ZEL_MID(madd_epi16)(words, ZEL_MID(set1_epi32)((256 << 16 | 1) << shift));
+}
+
 #endif

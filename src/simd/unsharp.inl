@@ -12,7 +12,7 @@ static void PushBytesFlat(const uint8_t* in, const uint8_t* blurred, size_t from
   }
 }
 
-#if defined(__AVX2__)
+#if defined(ZEL_TWINS)
 // excess * gain >> 7 as the upper half of (excess << 8) * (gain << 1), cut to what fits a byte: a greater step
 // saturates no less.
 static inline Wide ByteSteps(Wide shiftedExcess, Wide doubledGain) {
@@ -33,7 +33,7 @@ static inline Wide Pushed(Wide in, Wide blurred, Wide doubledGain, Wide threshol
 static void PushBytes(const uint8_t* in, const uint8_t* blurred, uint8_t* out, size_t count, int32_t gain,
                       int32_t threshold) {
   size_t i = 0;
-#if defined(__AVX2__)
+#if defined(ZEL_TWINS)
   if (gain >= 0) {
     const Wide doubledGain = ZEL_WIDE(set1_epi16)((short)(uint16_t)(2 * gain));
     const Wide bytes = ZEL_WIDE(set1_epi8)((char)(uint8_t)(threshold > 255 ? 255 : threshold));

@@ -1,7 +1,8 @@
 // The 9/7 wavelet by lifting, on even ("low") and odd ("high") samples kept apart. Vector forms evaluate the very
 // expressions of the plain loops for each value; only the order of the values differs.
 
-#if defined(__AVX512VBMI__)
+#if !defined(ZEL_TWINS)
+#elif defined(__AVX512VBMI__)
 // Values i - 1 of a sequence, from its values i. `last` holds the vector before this one and then this one.
 static inline WideDoubles OneBack(WideDoubles* last, WideDoubles now) {
   const WideDoubles before = *last;
@@ -16,38 +17,55 @@ static inline WideDoubles OneBack(WideDoubles* last, WideDoubles now) {
   *last = _mm256_permute4x64_pd(now, 0x93);
   return _mm256_blend_pd(*last, before, 1);
 }
+#else
+// Values i - 1 of a sequence, from its values i. `last` holds the vector before this one and then this one.
+static inline WideDoubles OneBack(WideDoubles* last, WideDoubles now) {
+  const WideDoubles before = *last;
+  *last = now;
+#if defined(__SSE4_1__)
+  return _mm_shuffle_pd(before, now, 1);
+#elif defined(ZEL_NEON)
+  return vextq_f64(before, now, 1);
+#else
+  return wasm_i64x2_shuffle(before, now, 1, 2);
+#endif
+}
 #endif
 
-#if defined(__AVX2__)
+#if defined(ZEL_TWINS)
 // target + c * (a + b)
 static inline WideDoubles Lifted(WideDoubles target, WideDoubles c, WideDoubles a, WideDoubles b) {
   return ZEL_WIDE(add_pd)(target, ZEL_WIDE(mul_pd)(c, ZEL_WIDE(add_pd)(a, b)));
 }
 #endif
 
-#if defined(__AVX512VBMI__)
+#if !defined(ZEL_TWINS)
+#elif defined(__AVX512VBMI__)
 // A byte behind the exponent of 2^52 stands for 2^52 + b.
 static inline __m512d PickedBytes(__m512i bytes, __m512i places) {
   const __m512d base = _mm512_set1_pd(4503599627370496.0);
   const __m512i picked = _mm512_maskz_permutexvar_epi8(0x0101010101010101ULL, places, bytes);
   return _mm512_sub_pd(_mm512_castsi512_pd(_mm512_or_si512(picked, _mm512_castpd_si512(base))), base);
 }
-#elif defined(__AVX2__)
-// Four bytes as doubles, picked by the lowest byte of each quarter of `places`; the others clear. A byte behind the
-// exponent of 2^52 stands for 2^52 + b.
-static inline __m256d PickedBytes(__m256i bytes, __m256i places) {
-  const __m256d base = _mm256_set1_pd(4503599627370496.0);
-  return _mm256_sub_pd(_mm256_or_pd(_mm256_castsi256_pd(_mm256_shuffle_epi8(bytes, places)), base), base);
+#else
+// Bytes as doubles, picked by the lowest byte of every eight of `places`; the others clear. A byte behind the exponent
+// of 2^52 stands for 2^52 + b.
+static inline WideDoubles PickedBytes(Wide bytes, Wide places) {
+  const WideDoubles base = ZEL_WIDE(set1_pd)(4503599627370496.0);
+  const Wide picked = ZEL_WIDE(shuffle_epi8)(bytes, places);
+  return ZEL_WIDE(sub_pd)(DoublesOf(ZEL_WIDE_BITS(or)(picked, BitsOfDoubles(base))), base);
 }
 
-static inline long long PlaceOf(size_t byte) {
-  return (long long)(0x8080808080808000ULL | byte);
+// The places of two bytes of every sixteen.
+static inline Wide PlacesOfTwo(size_t first, size_t second) {
+  return ZEL_PICKS((char)first, -1, -1, -1, -1, -1, -1, -1, (char)second, -1, -1, -1, -1, -1, -1, -1);
 }
 #endif
 
 static void SplitBytes(const uint8_t* in, size_t step, double* low, double* high, size_t pairs) {
   size_t i = 0;
-#if defined(__AVX512VBMI__)
+#if !defined(ZEL_TWINS)
+#elif defined(__AVX512VBMI__)
   if (step <= 4) {
     const long long pair = (long long)(2 * step);
     const __m512i even = _mm512_mullo_epi64(_mm512_setr_epi64(0, 1, 2, 3, 4, 5, 6, 7), _mm512_set1_epi64(pair));
@@ -60,20 +78,21 @@ static void SplitBytes(const uint8_t* in, size_t step, double* low, double* high
       _mm512_storeu_pd(high + i, PickedBytes(bytes, odd));
     }
   }
-#elif defined(__AVX2__)
+#else
   if (step <= 4) {
-    const long long even0 = PlaceOf(0), even1 = PlaceOf(2 * step), odd0 = PlaceOf(step), odd1 = PlaceOf(3 * step);
-    const __m256i even = _mm256_setr_epi64x(even0, even1, even0, even1);
-    const __m256i odd = _mm256_setr_epi64x(odd0, odd1, odd0, odd1);
-    // The second load ends 16 bytes behind sample 4 of the eight; nothing behind the last sample of all is touched.
-    const size_t behind = (15 + 4 * step) / (2 * step) + 1;
+    const Wide even = PlacesOfTwo(0, 2 * step), odd = PlacesOfTwo(step, 3 * step);
+    // The last load ends 16 bytes behind its first pair; nothing behind the last sample of all is touched.
+    const size_t behind = (15 + (kWideBytes / 16 - 1) * 4 * step) / (2 * step) + 1;
     const size_t end = pairs > behind ? pairs - behind : 0;
     const uint8_t* p = in;
-    for (; i < end; i += 4, p += 8 * step) {
-      const __m256i bytes = _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_loadu_si128((const __m128i*)p)),
-                                                    _mm_loadu_si128((const __m128i*)(p + 4 * step)), 1);
-      _mm256_storeu_pd(low + i, PickedBytes(bytes, even));
-      _mm256_storeu_pd(high + i, PickedBytes(bytes, odd));
+    for (; i < end; i += kDoubles, p += 2 * kDoubles * step) {
+#if defined(__AVX2__)
+      const Wide bytes = LoadHalves(p, p + 4 * step);
+#else
+      const Wide bytes = LoadWide(p);
+#endif
+      ZEL_WIDE(storeu_pd)(low + i, PickedBytes(bytes, even));
+      ZEL_WIDE(storeu_pd)(high + i, PickedBytes(bytes, odd));
     }
   }
 #endif
@@ -95,27 +114,40 @@ static inline uint8_t TruncatedByte(double v) {
   return (uint8_t)(int32_t)(raised < 255.0 ? raised : 255.0);
 }
 
-#if defined(__AVX2__) && !defined(__AVX512VBMI__)
-// Eight pairs as 16 bytes in order. Values are far from the limits of 32 bits; packing clamps to 0..255.
-static inline __m128i JoinedBytes(const double* low, const double* high) {
-  const __m256i even =
-      _mm256_set_m128i(_mm256_cvttpd_epi32(_mm256_loadu_pd(low + 4)), _mm256_cvttpd_epi32(_mm256_loadu_pd(low)));
-  const __m256i odd =
-      _mm256_set_m128i(_mm256_cvttpd_epi32(_mm256_loadu_pd(high + 4)), _mm256_cvttpd_epi32(_mm256_loadu_pd(high)));
-  const __m256i words = _mm256_packs_epi32(_mm256_unpacklo_epi32(even, odd), _mm256_unpackhi_epi32(even, odd));
-  return _mm_packus_epi16(_mm256_castsi256_si128(words), _mm256_extracti128_si256(words, 1));
+#if defined(ZEL_TWINS) && !defined(__AVX512VBMI__)
+// Four values in 32 bits each, truncated. They are far from the limits of 32 bits.
+static inline Half Truncated(const double* in) {
+#if defined(__AVX2__)
+  return _mm256_cvttpd_epi32(_mm256_loadu_pd(in));
+#elif defined(__SSE4_1__)
+  return _mm_unpacklo_epi64(_mm_cvttpd_epi32(_mm_loadu_pd(in)), _mm_cvttpd_epi32(_mm_loadu_pd(in + 2)));
+#elif defined(ZEL_NEON)
+  return (Half)vmovn_high_s64(vmovn_s64(vcvtq_s64_f64(vld1q_f64(in))), vcvtq_s64_f64(vld1q_f64(in + 2)));
+#else
+  return wasm_i32x4_shuffle(wasm_i32x4_trunc_sat_f64x2_zero(v_loadu_pd(in)),
+                            wasm_i32x4_trunc_sat_f64x2_zero(v_loadu_pd(in + 2)), 0, 1, 4, 5);
+#endif
 }
 
-// Puts the bytes that `places` picks where `kept` is clear.
-static inline void PutBytes(uint8_t* out, __m128i bytes, __m128i places, __m128i kept) {
-  const __m128i others = _mm_and_si128(_mm_loadu_si128((const __m128i*)out), kept);
-  _mm_storeu_si128((__m128i*)out, _mm_or_si128(others, _mm_shuffle_epi8(bytes, places)));
+// Eight pairs as 16 bytes in order; packing clamps to 0..255.
+static inline Half JoinedBytes(const double* low, const double* high) {
+  const Half even0 = Truncated(low), even4 = Truncated(low + 4), odd0 = Truncated(high), odd4 = Truncated(high + 4);
+  return ZEL_HALF(packus_epi16)(
+      ZEL_HALF(packs_epi32)(ZEL_HALF(unpacklo_epi32)(even0, odd0), ZEL_HALF(unpackhi_epi32)(even0, odd0)),
+      ZEL_HALF(packs_epi32)(ZEL_HALF(unpacklo_epi32)(even4, odd4), ZEL_HALF(unpackhi_epi32)(even4, odd4)));
+}
+
+// Puts the bytes that `places` picks, and leaves those that it does not.
+static inline void PutBytes(uint8_t* out, Half bytes, Half places) {
+  const Half kept = ZEL_HALF(cmpgt_epi8)(ZEL_HALF(set1_epi8)(0), places);
+  StoreHalf(out, ZEL_HALF(blendv_epi8)(ZEL_HALF(shuffle_epi8)(bytes, places), LoadHalf(out), kept));
 }
 #endif
 
 static void JoinBytes(const double* low, const double* high, uint8_t* out, size_t step, size_t pairs) {
   size_t i = 0;
-#if defined(__AVX512VBMI__)
+#if !defined(ZEL_TWINS)
+#elif defined(__AVX512VBMI__)
   if (step == 3) {
     const __m256i zero = _mm256_setzero_si256(), most = _mm256_set1_epi32(255);
     uint8_t from[64] = {};  // a pair's bytes come to lie in the lower half of its four
@@ -134,19 +166,17 @@ static void JoinBytes(const double* low, const double* high, uint8_t* out, size_
       _mm_storeu_si128((__m128i*)(out + 32), _mm512_extracti32x4_epi32(joined, 2));
     }
   }
-#elif defined(__AVX2__)
+#else
   if (step == 3) {
-    const __m128i p0 = _mm_setr_epi8(0, -1, -1, 1, -1, -1, 2, -1, -1, 3, -1, -1, 4, -1, -1, 5);
-    const __m128i p1 = _mm_setr_epi8(-1, -1, 6, -1, -1, 7, -1, -1, 8, -1, -1, 9, -1, -1, 10, -1);
-    const __m128i p2 = _mm_setr_epi8(-1, 11, -1, -1, 12, -1, -1, 13, -1, -1, 14, -1, -1, 15, -1, -1);
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i k0 = _mm_cmpgt_epi8(zero, p0), k1 = _mm_cmpgt_epi8(zero, p1), k2 = _mm_cmpgt_epi8(zero, p2);
+    const Half p0 = ZEL_HALF(setr_epi8)(0, -1, -1, 1, -1, -1, 2, -1, -1, 3, -1, -1, 4, -1, -1, 5);
+    const Half p1 = ZEL_HALF(setr_epi8)(-1, -1, 6, -1, -1, 7, -1, -1, 8, -1, -1, 9, -1, -1, 10, -1);
+    const Half p2 = ZEL_HALF(setr_epi8)(-1, 11, -1, -1, 12, -1, -1, 13, -1, -1, 14, -1, -1, 15, -1, -1);
     // The bytes between are written as they were. The last store ends behind the last of the 16, so one more follows.
     for (; i + 8 < pairs; i += 8, out += 48) {
-      const __m128i bytes = JoinedBytes(low + i, high + i);
-      PutBytes(out, bytes, p0, k0);
-      PutBytes(out + 16, bytes, p1, k1);
-      PutBytes(out + 32, bytes, p2, k2);
+      const Half bytes = JoinedBytes(low + i, high + i);
+      PutBytes(out, bytes, p0);
+      PutBytes(out + 16, bytes, p1);
+      PutBytes(out + 32, bytes, p2);
     }
   }
 #endif
@@ -193,7 +223,7 @@ static void LiftPairsInPlace(double* even, double* odd, const double* c, size_t 
   LiftOnce(even, odd - 1, odd, c[3], pairs);
 }
 
-#if defined(__AVX2__)
+#if defined(ZEL_TWINS)
 // All four steps in one walk. A block takes in a vector of pairs from i on; each step follows half a pair behind the
 // one before, so that the vector of pairs from i - 1 on is finished. What a block needs of the one before it is kept in
 // three registers.
@@ -234,8 +264,10 @@ static inline void LiftPairsWide(const double* even, const double* odd, const do
                                     zero,
                                     zero,
                                     zero};
+  // A walk starts four pairs or more before its first, of which the first three come out wrong.
+  const ptrdiff_t ahead = wide < 4 ? 4 : wide;
   WideDoubles e, o;
-  lifter.Take(even, odd, 1 - wide, &e, &o);
+  for (ptrdiff_t i = 1 - ahead; i < 1; i += wide) lifter.Take(even, odd, i, &e, &o);
   const ptrdiff_t last = (ptrdiff_t)pairs + 1 - wide;
   ptrdiff_t i = 1;
   for (; i <= last; i += wide) {
@@ -245,7 +277,7 @@ static inline void LiftPairsWide(const double* even, const double* odd, const do
   }
   if (i - 1 == (ptrdiff_t)pairs) return;
   // The last pairs, together with some that are done already.
-  lifter.Take(even, odd, last - wide, &e, &o);
+  for (i = last - ahead; i < last; i += wide) lifter.Take(even, odd, i, &e, &o);
   lifter.Take(even, odd, last, &e, &o);
   ZEL_WIDE(storeu_pd)(outEven + last - 1, e);
   ZEL_WIDE(storeu_pd)(outOdd + last - 1, o);
@@ -254,7 +286,7 @@ static inline void LiftPairsWide(const double* even, const double* odd, const do
 
 static void LiftThenScale(double* even, double* odd, const double* c, const double* scales, double* outEven,
                           double* outOdd, size_t pairs) {
-#if defined(__AVX2__)
+#if defined(ZEL_TWINS)
   if (pairs >= kDoubles) {
     LiftPairsWide<false>(even, odd, c, scales, outEven, outOdd, pairs);
     return;
@@ -267,7 +299,7 @@ static void LiftThenScale(double* even, double* odd, const double* c, const doub
 
 static void ScaleThenLift(const double* even, const double* odd, const double* c, const double* scales, double* outEven,
                           double* outOdd, size_t pairs) {
-#if defined(__AVX2__)
+#if defined(ZEL_TWINS)
   if (pairs >= kDoubles) {
     LiftPairsWide<true>(even, odd, c, scales, outEven, outOdd, pairs);
     return;
@@ -292,7 +324,7 @@ static int32_t RoundDetails(const double* in, double scale, int16_t* out, size_t
   return most;
 }
 
-#if defined(__AVX2__)
+#if defined(ZEL_TABLES)
 // The new magnitudes with the signs of the old values.
 static inline Wide Signed(Wide magnitudes, Wide values) {
   const Wide signs = ZEL_WIDE(srai_epi16)(values, 15);
@@ -315,7 +347,7 @@ static inline Wide ExpandVector(const int16_t* in, const Table& curve, double sc
 static uint32_t ExpandDetails(const int16_t* in, const uint8_t* curve, double scale, double* out, size_t count) {
   uint32_t seen = 0;
   size_t i = 0;
-#if defined(__AVX2__)
+#if defined(ZEL_TABLES)
   const Table table = LoadTable(curve);
   Wide sizes = ZEL_WIDE_BITS(setzero)();
   // A last vector that is not full starts earlier and expands some details again.

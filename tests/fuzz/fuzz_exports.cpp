@@ -139,8 +139,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   int32_t firstResult = 0;
   Memory firstWritten(destination);
   uint8_t firstTable[kTableBytes];
-  const zel::Kernels* levels[5] = {&zel::scalar::kKernels};
-  for (int i = 0; i < 4 && zel::BuiltKernelLevels()[i] != nullptr; ++i) levels[i + 1] = zel::BuiltKernelLevels()[i];
+  const zel::Kernels* levels[6] = {&zel::scalar::kKernels};
+  for (int i = 0; i < 5 && zel::BuiltKernelLevels()[i] != nullptr; ++i) levels[i + 1] = zel::BuiltKernelLevels()[i];
   for (const zel::Kernels* level : levels) {
     if (level == nullptr) break;
     zel::SetActiveKernels(level);

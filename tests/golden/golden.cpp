@@ -2,7 +2,7 @@
 //
 //   golden FILE             compares; exit 1 when a line differs or a byte outside the images changed
 //   golden --rewrite FILE   writes the file anew
-//   --level NAME            with these kernels only: scalar, base, avx2 or avx512 (where the kernels are linked in)
+//   --level NAME            with these kernels only: scalar, base, sse41, avx2 or avx512 (where the kernels are linked in)
 //   --every N               only every Nth line
 //   --calls                 prints every single call, to find where two builds part
 #include <algorithm>
