@@ -148,6 +148,15 @@ static inline void AddPairs(Wide* low, Wide* high, const BytePairs& pairs, Wide 
 }
 #endif
 
+// The compiler would start all products of unrolled taps before it adds any, and run out of registers.
+static inline void AddNow(ByteSums* sums) {
+#if defined(__SSE4_1__)
+  __asm__("" : "+x"(sums->fineLow), "+x"(sums->fineHigh), "+x"(sums->coarseLow), "+x"(sums->coarseHigh));
+#else
+  (void)sums;
+#endif
+}
+
 static inline void AddFine(ByteSums* sums, const uint8_t* a, const uint8_t* b, Wide fine) {
   AddPairs(&sums->fineLow, &sums->fineHigh, LoadPairs(a, b), fine);
 }
@@ -204,43 +213,55 @@ static inline void SumBytesTwice(const uint8_t* const* rows, const BlurWeights& 
 }
 
 // The same for one short reach, where loops and weights cost as much as the sums: unrolled, all that a vector needs at
-// hand. Only for weights that need no folding before the end.
-template <int kReach>
-static inline void SumBytesUnrolled(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out,
-                                    size_t count) {
-  const int32_t fineBits = weights.shift - 7;
-  const Folding by = {BitsOf(fineBits), ZEL_WIDE(set1_epi16)((short)((1 << fineBits) - 1))};
-  const Wide c = ZEL_WIDE(set1_epi16)((short)(weights.coarse[kReach] & 255));
-  const Wide f = ZEL_WIDE(set1_epi16)((short)(weights.fine[kReach] & 255));
+// hand. Only for weights that need no folding before the end and have coarse parts in the last kSplit taps alone.
+template <int kReach, int kSplit>
+struct ShortByteBlur {
   const uint8_t* row[2 * kReach + 1];
-  Wide coarse[kReach], fine[kReach];
-  bool split[kReach];
-  for (int32_t k = 0; k <= 2 * kReach; ++k) row[k] = rows[k] + first;
-  for (int32_t k = 0; k < kReach; ++k) {
-    coarse[k] = WeightOf(weights.coarse[k]);
-    fine[k] = WeightOf(weights.fine[k]);
-    split[k] = weights.coarse[k] != 0;
-  }
-  for (size_t i = 0; i < count; i += kWideBytes) {
-    const size_t at = i + kWideBytes <= count ? i : count - kWideBytes;
-    ByteSums sums = WeighCentre(row[kReach] + at, c, f);
+  Wide coarse[kReach], fine[kReach], centreCoarse, centreFine;
+  Folding by;
+
+  inline void Sum(size_t at, uint8_t* out) const {
+    ByteSums sums = WeighCentre(row[kReach] + at, centreCoarse, centreFine);
 #pragma GCC unroll 8
     for (int32_t k = 0; k < kReach; ++k) {
-      if (split[k]) {
+      if (k >= kReach - kSplit) {
         AddBoth(&sums, row[k] + at, row[2 * kReach - k] + at, coarse[k], fine[k]);
       } else {
         AddFine(&sums, row[k] + at, row[2 * kReach - k] + at, fine[k]);
       }
+      AddNow(&sums);
     }
     StoreSums(&sums, by, out + at);
   }
+};
+
+template <int kReach, int kSplit>
+static void SumBytesUnrolled(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out,
+                             size_t count) {
+  ShortByteBlur<kReach, kSplit> blur;
+  const int32_t fineBits = weights.shift - 7;
+  blur.by = {BitsOf(fineBits), ZEL_WIDE(set1_epi16)((short)((1 << fineBits) - 1))};
+  blur.centreCoarse = ZEL_WIDE(set1_epi16)((short)(weights.coarse[kReach] & 255));
+  blur.centreFine = ZEL_WIDE(set1_epi16)((short)(weights.fine[kReach] & 255));
+  for (int32_t k = 0; k <= 2 * kReach; ++k) blur.row[k] = rows[k] + first;
+  for (int32_t k = 0; k < kReach; ++k) {
+    blur.coarse[k] = WeightOf(weights.coarse[k]);
+    blur.fine[k] = WeightOf(weights.fine[k]);
+  }
+  size_t i = 0;
+  for (; i + kWideBytes <= count; i += kWideBytes) blur.Sum(i, out);
+  if (i < count) blur.Sum(count - kWideBytes, out);
 }
 
-static bool NeedsFolding(const BlurWeights& weights) {
+// How many taps next to the centre have coarse parts, or -1 where others have them or sums need folding on the way.
+static int32_t PlainSplit(const BlurWeights& weights) {
+  int32_t split = 0;
   for (int32_t r = 0; r < weights.runs; ++r) {
-    if (weights.run[r].fold) return true;
+    const BlurWeights::Run& run = weights.run[r];
+    if (run.fold || (split != 0 && !run.coarse)) return -1;
+    if (run.coarse) split = weights.reach - (r > 0 ? weights.run[r - 1].end : 0);
   }
-  return false;
+  return split;
 }
 
 struct WordSums {
@@ -321,22 +342,32 @@ static inline void SumWordsTwice(const uint16_t* const* rows, const BlurWeights&
 }
 
 template <int kReach>
-static inline void SumWordsUnrolled(const uint16_t* const* rows, size_t first, const BlurWeights& weights, Wide start,
-                                    uint16_t* out, size_t count) {
-  const Bits shift = BitsOf(weights.shift);
-  const Wide centre = ZEL_WIDE(set1_epi16)((short)weights.taps[kReach]);
+struct ShortWordBlur {
   const uint16_t* row[2 * kReach + 1];
-  Wide weight[kReach];
-  for (int32_t k = 0; k <= 2 * kReach; ++k) row[k] = rows[k] + first;
-  for (int32_t k = 0; k < kReach; ++k) weight[k] = ZEL_WIDE(set1_epi16)((short)weights.taps[k]);
-  for (size_t i = 0; i < count; i += kWideWords) {
-    const size_t at = i + kWideWords <= count ? i : count - kWideWords;
+  Wide weight[kReach], centre, start;
+  Bits shift;
+
+  inline void Sum(size_t at, uint16_t* out) const {
     WordSums sums = {start, start};
     AddCentre(&sums, row[kReach] + at, centre);
 #pragma GCC unroll 8
     for (int32_t k = 0; k < kReach; ++k) AddWordPair(&sums, row[k] + at, row[2 * kReach - k] + at, weight[k]);
     StoreSums(sums, shift, out + at);
   }
+};
+
+template <int kReach>
+static void SumWordsUnrolled(const uint16_t* const* rows, size_t first, const BlurWeights& weights, Wide start,
+                             uint16_t* out, size_t count) {
+  ShortWordBlur<kReach> blur;
+  blur.shift = BitsOf(weights.shift);
+  blur.start = start;
+  blur.centre = ZEL_WIDE(set1_epi16)((short)weights.taps[kReach]);
+  for (int32_t k = 0; k <= 2 * kReach; ++k) blur.row[k] = rows[k] + first;
+  for (int32_t k = 0; k < kReach; ++k) blur.weight[k] = ZEL_WIDE(set1_epi16)((short)weights.taps[k]);
+  size_t i = 0;
+  for (; i + kWideWords <= count; i += kWideWords) blur.Sum(i, out);
+  if (i < count) blur.Sum(count - kWideWords, out);
 }
 #endif
 
@@ -344,7 +375,9 @@ static inline void SumWordsUnrolled(const uint16_t* const* rows, size_t first, c
 static void SumBytes(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out, size_t count) {
 #if defined(ZEL_TWINS)
   if (count >= kWideBytes) {
-    if (weights.reach == 3 && !NeedsFolding(weights)) return SumBytesUnrolled<3>(rows, first, weights, out, count);
+    const int32_t split = weights.reach == 3 ? PlainSplit(weights) : -1;
+    if (split == 1) return SumBytesUnrolled<3, 1>(rows, first, weights, out, count);
+    if (split == 2) return SumBytesUnrolled<3, 2>(rows, first, weights, out, count);
     const size_t last = count - kWideBytes;
     for (size_t i = 0; i < count; i += 2 * kWideBytes) {
       const size_t at = i < last ? i : last, next = i + kWideBytes < last ? i + kWideBytes : last;

@@ -25,14 +25,16 @@ pe) # Names are undecorated, each at its ordinal; the ordinals between them are 
 kernels) # One global symbol, so that no inline function compiled for newer processors becomes everyone's copy.
   globals=$(nm --defined-only -g "$3" | awk '{print $3}')
   [ "$globals" = "_ZN3zel${#2}${2}8kKernelsE" ] || fail "the $2 object defines $globals"
-  # Every function in the kernel table, or one that it calls, uses 32-byte registers or wider ones, unless it is listed
-  # as plain.
+  # Every function in the kernel table, or one that it calls, computes with 32 bytes at a time or more (sse41: with
+  # vectors), unless it is listed as plain.
+  vector='%[yz]mm|cvttpd2dqy'
+  [ "$2" != sse41 ] || vector=' (p[a-wyz][a-z0-9]*|(add|sub|mul|div|min|max|shuf|unpck[lh]|cvt[a-z0-9]+)p[sd]) .*%xmm'
   same <({
     readelf -rW "$3" | awk '/^Relocation section/ {on = /\.data\.rel\.ro|\.data/} on && /_64 / {print "kernel", $NF}'
     nm --defined-only "$3" | awk '$2 == "t" {print "at", $1, $3}'
-    objdump -d --no-show-raw-insn "$3" | awk '
+    objdump -d --no-show-raw-insn "$3" | tr '\t' ' ' | awk -v vector="$vector" '
       /^[0-9a-f]+ <.*>:$/ {name = $2; gsub(/[<>:]/, "", name)}
-      /%[yz]mm/ {print "vector", name}
+      $0 ~ vector {print "vector", name}
       /(call|jmp) +[0-9a-f]+ </ {callee = $NF; gsub(/[<>]/, "", callee); sub(/\+0x.*/, "", callee); print "calls", name, callee}' | sort -u
   } | awk '
       $1 == "kernel" {sub(/^0x/, "", $2); offsets[sprintf("%016s", $2)] = 1}
