@@ -2,247 +2,286 @@
 #include <cmath>
 
 #include "color/linear_light.h"
-#include "color/rgb_to_hsl.h"
 #include "core/scratch.h"
-#include "selective/cast_estimate.h"
 #include "selective/light_correct.h"
 
 namespace zel {
 
 namespace {
 
-// Where a light lies beside neutral: (r - g) / (r + g) doubled is near the logarithm of r / g, without being one.
+// Logarithm and exponential from plain arithmetic: the same on every platform.
+double Ln(double value) {  // 0 < value <= 1
+  double halvings = 0.0;
+  for (; value < 0.5; value *= 2.0) ++halvings;
+  const double z = (value - 1.0) / (value + 1.0), zz = z * z;
+  double sum = 0.0;
+  for (int32_t n = 21; n > 0; n -= 2) sum = sum * zz + 1.0 / n;
+  return 2.0 * z * sum - halvings * 0.69314718055994530942;
+}
+
+double Exp(double exponent) {
+  double power = std::max(1.0 + exponent / 1048576.0, 0.0);
+  for (int32_t i = 0; i < 20; ++i) power *= power;
+  return power;
+}
+
+// Where a colour lies beside neutral, in logarithms against green. Light of another colour moves every surface by
+// the same step.
+struct Chroma {
+  double red, blue;
+};
+
+// The same along the line on which glowing bodies and daylight lie, and across it.
 struct Tint {
-  double red, blue;  // against green
+  double warm, magenta;
 };
 
-double Ratio(double a, double b) {
-  const double sum = a + b;
-  return sum > 0.0 ? std::min(std::max(2.0 * (a - b) / sum, -1.9), 1.9) : 0.0;
+Tint TintOf(const Chroma& c) {
+  return {0.53 * c.red - 0.848 * c.blue, 0.848 * c.red + 0.53 * c.blue};
 }
 
-Tint TintOf(const LightColour& light) {
-  return {Ratio(light.red, light.green), Ratio(light.blue, light.green)};
+double Bell(double x, double y) {
+  return 1.0 / (1.0 + x * x + y * y);
 }
 
-LightColour LightOf(const Tint& tint) {
-  return {(2.0 + tint.red) / (2.0 - tint.red), 1.0, (2.0 + tint.blue) / (2.0 - tint.blue)};
+// How much a surface that looks like this, once the light is taken out, speaks for the light: much if it is grey,
+// something if it is of a common colour (skin, wood, soil, leaves: on the warm side), hardly if it is purple or cyan.
+// Bright surfaces are expected nearer to grey.
+double Plausibility(const Chroma& surface, double grey) {
+  const double x = surface.red / grey, y = surface.blue / grey;
+  const Tint tint = TintOf(surface);
+  return 1.0 / (1.0 + x * x + y * y - x * y) + 0.5 * Bell((tint.warm - 0.4) / 0.6, (tint.magenta + 0.1) / 0.3);
 }
 
-double SquaredDistance(const Tint& a, const Tint& b) {
-  const double x = a.red - b.red, y = a.blue - b.blue;
-  return x * x + y * y - x * y;
+// How likely a light is before looking: most photographs are near neutral already, the others along the line of glowing
+// bodies, much further towards warm (candles) than towards cool (shade).
+double Expected(const Chroma& light) {
+  const Tint tint = TintOf(light);
+  const double along = tint.warm / (tint.warm > 0.0 ? 2.0 : 0.4);
+  return 8.0 * Bell(along, tint.magenta / 0.2) + 4.0 * Bell(tint.warm / 0.08, tint.magenta / 0.08);
 }
 
-// 1 at no distance, a quarter at `reach`, falling with the fourth power: what is far away does not count.
-double Trust(double squaredDistance, double reach) {
-  const double t = 1.0 / (1.0 + squaredDistance / (reach * reach));
-  return t * t;
-}
+// Chroma in steps of 1/16, from -3 to 3 on both axes.
+constexpr int32_t kPerUnit = 16;
+constexpr int32_t kAxis = 96;
+constexpr int32_t kPlane = kAxis * kAxis;
+constexpr int32_t kSpan = 2 * kAxis;  // of the difference between two
 
-// Colours summed by brightness, so that the mean of any share of the brightest is at hand.
-class BrightnessSums {
- public:
-  bool Allocate() { return bins_.AllocateZeroed(kBins); }
+constexpr int32_t kBrightness[] = {5, 25, 125, 500};  // the brightest n in 2000 of the pixels begin a class each
+constexpr int32_t kClasses = 5;                       // 0 is the brightest
+constexpr int32_t kClipped = 252;                     // levels from here on may have been higher
+constexpr int32_t kDark = 8;                          // below it noise and rounding make the colour
+constexpr int32_t kFullWeight = 24;                   // levels above it from which a pixel counts fully
 
-  // `brightness` 0 to 1.
-  void Add(double brightness, const LightColour& light, double weight) {
-    Bin& bin = bins_[static_cast<size_t>(std::min(std::max(brightness, 0.0), 1.0) * (kBins - 1))];
-    bin.weight += weight;
-    bin.red += weight * light.red;
-    bin.green += weight * light.green;
-    bin.blue += weight * light.blue;
-  }
+enum Clip : int32_t { kRed = 1, kGreen = 2, kBlue = 4, kAllClipped = 7 };
 
-  // Mean of the brightest bins that together hold `weight`. Returns the weight found, which may be less.
-  double Top(double weight, LightColour* mean) const {
-    Bin sum = {};
-    for (size_t i = kBins; i-- > 0 && sum.weight < weight;) {
-      sum.weight += bins_[i].weight;
-      sum.red += bins_[i].red;
-      sum.green += bins_[i].green;
-      sum.blue += bins_[i].blue;
-    }
-    if (sum.weight > 0.0) *mean = {sum.red / sum.weight, sum.green / sum.weight, sum.blue / sum.weight};
-    return sum.weight;
-  }
-
- private:
-  static constexpr size_t kBins = 4096;
-  struct Bin {
-    double weight, red, green, blue;
-  };
-  Scratch<Bin> bins_;
-};
-
-struct Sample {
-  int32_t red, green, blue;
-};
-
-// What a call measures with: the pixels, and their levels as light.
+// What a call measures with.
 struct Picture {
   const uint8_t* pixels;
   const Geometry& geometry;
-  double light[256];
+  double high[3];              // light that one in 200 samples exceeds
+  int32_t logarithm[256];      // of the light of a level, in 1/16 of a step
+  int32_t brightness[3][256];  // against `high`
+  uint8_t classOf[4096];
 
   double Count() const { return static_cast<double>(geometry.width) * geometry.height; }
-  LightColour Of(const Sample& s) const { return {light[s.red], light[s.green], light[s.blue]}; }
+  int32_t Brightness(const uint8_t* rgb) const {
+    return std::min(brightness[0][rgb[0]] + brightness[1][rgb[1]] + brightness[2][rgb[2]], 4095);
+  }
 
   template <class Visit>
   void ForEach(const Visit& visit) const {
     const int32_t red = geometry.blueFirst ? 2 : 0;
     for (int32_t y = 0; y < geometry.height; ++y) {
       const uint8_t* sample = pixels + geometry.RowOffset(y);
-      for (int32_t x = 0; x < geometry.width; ++x, sample += 3) visit(Sample{sample[red], sample[1], sample[2 - red]});
+      for (int32_t x = 0; x < geometry.width; ++x, sample += 3) {
+        const uint8_t rgb[3] = {sample[red], sample[1], sample[2 - red]};
+        visit(rgb);
+      }
     }
   }
 };
 
-// The level that all but a share of the channel's samples stay below.
-int32_t HighLevel(const int32_t* histogram, double share) {
-  double sum = 0.0;
-  for (int32_t level = 255; level > 0; --level) {
-    sum += histogram[level];
-    if (sum > share) return level;
-  }
-  return 0;
-}
-
-double SixteenthPower(double v) {
-  const double v2 = v * v, v4 = v2 * v2, v8 = v4 * v4;
-  return v8 * v8;
-}
-
-double SixteenthRoot(double v) {
-  return std::sqrt(std::sqrt(std::sqrt(std::sqrt(v))));
-}
-
-constexpr double kShares[] = {0.0005, 0.001, 0.003, 0.01};  // of the pixels, the brightest first
-constexpr int32_t kMeasures = 6;
-
-// The light as six simple measures see it, all of them led by the brightest pixels. False when memory ran out.
-bool Measure(const Picture& picture, LightColour* found) {
-  BrightnessSums sums;
-  if (!sums.Allocate()) return false;
+void Prepare(Picture* picture) {
   int32_t histogram[3][256] = {};
-  picture.ForEach([&](const Sample& s) {
-    const LightColour light = picture.Of(s);
-    sums.Add((light.red + light.green + light.blue) / 3.0, light, 1.0);
-    ++histogram[0][s.red];
-    ++histogram[1][s.green];
-    ++histogram[2][s.blue];
+  picture->ForEach([&](const uint8_t* rgb) {
+    for (int32_t k = 0; k < 3; ++k) ++histogram[k][rgb[k]];
   });
-  const double count = picture.Count();
-  for (double share : kShares) sums.Top(std::max(count * share, 1.0), found++);
-
-  double channel[2][3];
+  for (int32_t i = 0; i < 256; ++i) {
+    const double light = std::max(LightOfLevel(i / 255.0), 1e-4);
+    picture->logarithm[i] = static_cast<int32_t>(std::floor(Ln(light) * (16 * kPerUnit) + 0.5));
+  }
   for (int32_t k = 0; k < 3; ++k) {
-    double power = 0.0;
-    for (int32_t i = 0; i < 256; ++i) power += histogram[k][i] * SixteenthPower(picture.light[i]);
-    channel[0][k] = SixteenthRoot(power / count);
-    channel[1][k] = picture.light[HighLevel(histogram[k], count * 0.002)];
-  }
-  *found++ = {channel[0][0], channel[0][1], channel[0][2]};
-  *found++ = {channel[1][0], channel[1][1], channel[1][2]};
-  return true;
-}
-
-// The measures disagree where coloured surfaces are the brightest. The one nearest to neutral is most likely the light;
-// the others count by their nearness to it.
-Tint Consensus(const LightColour* found) {
-  Tint nearest = TintOf(found[0]);
-  for (int32_t i = 1; i < kMeasures; ++i) {
-    const Tint tint = TintOf(found[i]);
-    if (SquaredDistance(tint, {0.0, 0.0}) < SquaredDistance(nearest, {0.0, 0.0})) nearest = tint;
-  }
-  double weight = 0.0, red = 0.0, blue = 0.0;
-  for (int32_t i = 0; i < kMeasures; ++i) {
-    const Tint tint = TintOf(found[i]);
-    const double trust = Trust(SquaredDistance(tint, nearest), 0.15);
-    weight += trust;
-    red += trust * tint.red;
-    blue += trust * tint.blue;
-  }
-  return {red / weight, blue / weight};
-}
-
-// A surface of its own colour, as seen under neutral light. Pixels this near to grey may have any hue.
-constexpr double kNearlyGrey = 0.08;
-
-bool IsColouredSurface(const Sample& s) {
-  int32_t hue, saturation, lightness;
-  RgbToHsl(s.red, s.green, s.blue, &hue, &saturation, &lightness);
-  return IsWarmBright(s.red, s.green, s.blue, saturation, lightness) ||
-         IsGreenish(s.red, s.green, s.blue, saturation) || IsRedHue(hue);
-}
-
-// Asks the pixels that look neutral under the given light, the brightest of them. Returns the weight of those that
-// answered, of `asked`.
-double Refine(const Picture& picture, const Tint& tint, double asked, LightColour* answer) {
-  BrightnessSums sums;
-  if (!sums.Allocate()) return 0.0;
-  const LightColour light = LightOf(tint);
-  // Gains that make it neutral and leave room above.
-  const double least = std::min(light.red, std::min(light.green, light.blue));
-  const LightColour gain = {least / light.red, least / light.green, least / light.blue};
-  const double gains[3] = {gain.red, gain.green, gain.blue};
-  uint8_t balanced[3][256];
-  for (int32_t k = 0; k < 3; ++k) {
+    int32_t level = 255;
+    for (int64_t sum = 0; level > 0; --level) {
+      sum += histogram[k][level];
+      if (static_cast<double>(sum) > picture->Count() / 200.0) break;
+    }
+    picture->high[k] = std::max(LightOfLevel(level / 255.0), 1e-3);
     for (int32_t i = 0; i < 256; ++i) {
-      balanced[k][i] = static_cast<uint8_t>(LevelOfLight(picture.light[i] * gains[k]) * 255.0 + 0.5);
+      picture->brightness[k][i] =
+          static_cast<int32_t>(std::min(LightOfLevel(i / 255.0) / picture->high[k] * 1024.0, 4095.0));
     }
   }
-  picture.ForEach([&](const Sample& s) {
-    const LightColour seen = picture.Of(s);
-    const double r = seen.red * gain.red, g = seen.green * gain.green, b = seen.blue * gain.blue;
-    const double high = std::max(r, std::max(g, b)), low = std::min(r, std::min(g, b));
-    if (high <= 0.0) return;
-    const double colourfulness = (high - low) / high;
-    if (colourfulness > 0.5) return;
-    if (colourfulness > kNearlyGrey &&
-        IsColouredSurface({balanced[0][s.red], balanced[1][s.green], balanced[2][s.blue]})) {
-      return;
+  int32_t ranks[4096] = {};
+  picture->ForEach([&](const uint8_t* rgb) { ++ranks[picture->Brightness(rgb)]; });
+  double sum = 0.0;
+  for (int32_t i = 4095; i >= 0; --i) {
+    const double share = (sum + ranks[i] / 2.0) / picture->Count() * 2000.0;
+    int32_t c = 0;
+    while (c < kClasses - 1 && share >= kBrightness[c]) ++c;
+    picture->classOf[i] = static_cast<uint8_t>(c);
+    sum += ranks[i];
+  }
+}
+
+// One colour of the picture: what it weighs, and where it lies.
+struct Vote {
+  double weight;
+  int32_t clip, red, blue;
+  const double* table;
+};
+
+// What a clipped colour was is open upwards: it is taken as the most plausible that it can have been.
+int32_t Seen(const Vote& vote, int32_t red, int32_t blue) {
+  int32_t r = vote.red - red, b = vote.blue - blue;
+  switch (vote.clip) {
+    case kRed:
+      r = std::max(r, 0);
+      break;
+    case kBlue:
+      b = std::max(b, 0);
+      break;
+    case kRed | kBlue:
+      r = std::max(r, 0), b = std::max(b, 0);
+      break;
+    case kGreen: {
+      const int32_t both = std::max(std::min(r, b), 0);
+      r -= both, b -= both;
+      break;
     }
-    sums.Add((r + g + b) / 3.0, seen, Trust(colourfulness * colourfulness, 0.1));
+    case kRed | kGreen:
+      r = 0, b = std::min(b, 0);
+      break;
+    case kGreen | kBlue:
+      b = 0, r = std::min(r, 0);
+      break;
+    default:
+      break;
+  }
+  return (r + kAxis) * kSpan + b + kAxis;
+}
+
+// Fills `votes`, one for each colour that a class of brightness holds, and returns how many. A colour counts by its
+// being there and little by its area: a wall or the sky is one surface. Brighter classes weigh more, up to twice.
+int32_t CollectVotes(const Picture& picture, int32_t* counts, const double* const tables[2], Vote* votes,
+                     int32_t most) {
+  picture.ForEach([&](const uint8_t* rgb) {
+    const int32_t dark = std::min(rgb[0], std::min(rgb[1], rgb[2])) - kDark;
+    if (dark < 0) return;
+    const auto step = [&](int32_t k) {
+      return (picture.logarithm[rgb[k]] - picture.logarithm[rgb[1]] + 8 + kAxis / 2 * 16) >> 4;
+    };
+    const int32_t red = step(0), blue = step(2);
+    if (red < 0 || blue < 0 || red >= kAxis || blue >= kAxis) return;
+    const int32_t clip =
+        (rgb[0] >= kClipped ? kRed : 0) + (rgb[1] >= kClipped ? kGreen : 0) + (rgb[2] >= kClipped ? kBlue : 0);
+    const int32_t c = picture.classOf[picture.Brightness(rgb)];
+    counts[(c * 8 + clip) * kPlane + red * kAxis + blue] += std::min(dark + 1, kFullWeight);
   });
-  return sums.Top(asked, answer);
+
+  int32_t votesHeld = 0;
+  for (int32_t c = 0; c < kClasses; ++c) {
+    int32_t* const counted = counts + c * 8 * kPlane;
+    int64_t total = 0;
+    for (int32_t i = 0; i < 8 * kPlane; ++i) total += counted[i];
+    const int32_t first = votesHeld;
+    double weights = 0.0;
+    for (int32_t i = 0; i < 8 * kPlane && votesHeld < most; ++i) {
+      if (counted[i] == 0) continue;
+      const int32_t clip = i / kPlane;
+      const double there = counted[i] / (counted[i] + 0.0015 * static_cast<double>(total));
+      const double weight = there * (clip == 0 ? 1.0 : 0.15);
+      if (weight < 0.05) continue;
+      weights += weight;
+      votes[votesHeld++] = {weight, clip, i % kPlane / kAxis, i % kAxis, tables[c == kClasses - 1 ? 1 : 0]};
+    }
+    static constexpr double kSay[kClasses] = {12.0, 10.1, 8.5, 7.1, 6.0};
+    for (int32_t i = first; i < votesHeld; ++i) votes[i].weight *= kSay[c] / std::max(weights, 0.2);
+  }
+  return votesHeld;
 }
 
-double Luminance(const LightColour& light) {
-  return 0.2126 * light.red + 0.7152 * light.green + 0.0722 * light.blue;
+// The mean of all lights, each counted by how well it explains the picture.
+Chroma WeighLights(const Vote* votes, int32_t count) {
+  struct Light {
+    Chroma chroma;
+    double score;
+  };
+  constexpr int32_t kStride = 2;
+  Light lights[1024];
+  int32_t held = 0;
+  double best = 0.0;
+  for (int32_t red = -24; red <= 24; red += kStride) {
+    for (int32_t blue = -36; blue <= 20; blue += kStride) {
+      const Chroma chroma = {static_cast<double>(red) / kPerUnit, static_cast<double>(blue) / kPerUnit};
+      const Tint tint = TintOf(chroma);
+      if (tint.warm < -1.0 || tint.warm > 2.4 || std::fabs(tint.magenta) > 0.8) continue;
+      double score = Expected(chroma);
+      for (int32_t i = 0; i < count; ++i) {
+        score += votes[i].weight * votes[i].table[Seen(votes[i], red + kAxis / 2, blue + kAxis / 2)];
+      }
+      lights[held++] = {chroma, score};
+      best = std::max(best, score);
+    }
+  }
+  double weight = 0.0;
+  Chroma sum = {0.0, 0.0};
+  for (int32_t i = 0; i < held; ++i) {
+    const double w = Exp(lights[i].score - best);
+    weight += w;
+    sum.red += w * lights[i].chroma.red;
+    sum.blue += w * lights[i].chroma.blue;
+  }
+  return {sum.red / weight, sum.blue / weight};
 }
 
-// Light comes in colours near daylight, lamps and shade; a tint far off them is a surface after all. Full trust up to
-// the ellipse (wider along warm and cool than along green and magenta), none from 2.2 times its size.
-Tint Plausible(const Tint& tint) {
-  const double warm = (tint.red - tint.blue) / 2.0, magenta = (tint.red + tint.blue) / 2.0;
-  const double size = std::sqrt(warm * warm / (0.5 * 0.5) + magenta * magenta / (0.42 * 0.42));
-  if (size <= 1.0) return tint;
-  const double trust = std::max((2.2 - size) / 1.2, 0.0);
-  return {tint.red * trust, tint.blue * trust};
-}
+constexpr int32_t kMostVotes = 8192;
+constexpr int32_t kFewestVotes = 6;  // colours; a wall, a sheet of paper say nothing about the light
+constexpr double kUnseen = 0.04;     // steps of light that nobody sees are not taken
 
 }  // namespace
 
 LightColour EstimateLight(const uint8_t* pixels, const Geometry& geometry) {
   constexpr LightColour kNeutral = {1.0, 1.0, 1.0};
-  Picture picture = {pixels, geometry, {}};
-  for (int32_t i = 0; i < 256; ++i) picture.light[i] = LightOfLevel(i / 255.0);
-  LightColour measures[kMeasures] = {};
-  if (!Measure(picture, measures)) return kNeutral;
+  Scratch<int32_t> counts;
+  Scratch<double> plausible(2 * kSpan * kSpan);
+  Scratch<Vote> votes(kMostVotes);
+  if (!counts.AllocateZeroed(kClasses * 8 * kPlane) || !plausible || !votes) return kNeutral;
+  double* const tables[2] = {plausible.data(), plausible.data() + kSpan * kSpan};
+  for (int32_t red = 0; red < kSpan; ++red) {
+    for (int32_t blue = 0; blue < kSpan; ++blue) {
+      const Chroma surface = {static_cast<double>(red - kAxis) / kPerUnit,
+                              static_cast<double>(blue - kAxis) / kPerUnit};
+      tables[0][red * kSpan + blue] = Plausibility(surface, 0.08);
+      tables[1][red * kSpan + blue] = Plausibility(surface, 0.12);
+    }
+  }
+  Picture picture = {pixels, geometry, {}, {}, {}, {}};
+  Prepare(&picture);
+  const int32_t count = CollectVotes(picture, counts.data(), tables, votes.data(), kMostVotes);
+  if (count < kFewestVotes) return kNeutral;
+  const Chroma found = WeighLights(votes.data(), count);
+  const double distance = found.red * found.red + found.blue * found.blue;
+  if (distance <= kUnseen * kUnseen) return kNeutral;
+  const double share = 1.0 - kUnseen * kUnseen / distance;
 
-  const double asked = std::max(picture.Count() * 0.001, 16.0);
-  LightColour light;
-  if (Refine(picture, Consensus(measures), asked, &light) < asked / 2.0) return kNeutral;
-  constexpr double kDarkest = 0.02;  // level 39: below it noise and rounding make the colours
-  const double luminance = Luminance(light);
-  if (luminance < kDarkest) return kNeutral;
-
-  LightColour plausible = LightOf(Plausible(TintOf(light)));
-  const double scale = luminance / Luminance(plausible);
-  const double most = std::max(plausible.red, std::max(plausible.green, plausible.blue));
-  const double fit = std::min(scale, 1.0 / most);
-  return {plausible.red * fit, plausible.green * fit, plausible.blue * fit};
+  LightColour light = {Exp(found.red * share), 1.0, Exp(found.blue * share)};
+  // As bright as two of the channels can show a neutral surface.
+  double fits[3] = {picture.high[0] / light.red, picture.high[1], picture.high[2] / light.blue};
+  std::sort(fits, fits + 3);
+  const double fit = std::min(fits[1], 1.0 / std::max(light.red, std::max(1.0, light.blue)));
+  return {light.red * fit, fit, light.blue * fit};
 }
 
 }  // namespace zel
