@@ -1,0 +1,5 @@
+"""The C extension that cffi makes."""
+from typing import Any
+
+ffi: Any
+lib: Any
