@@ -54,8 +54,17 @@ def default(parameter):
     return f'"{value}"' if isinstance(value, str) else repr(tuple(value) if isinstance(value, list) else value)
 
 
-def wrapped(text, indent):
-    return textwrap.fill(text, 116, initial_indent=indent, subsequent_indent=indent)
+def values(parameter):
+    kind = annotation(parameter)
+    return {
+        "bool": "True or False",
+        "Rect": '(left, top, right, bottom), pixels as numbers or per cent as "10%"',
+        "Point": '(x, y), pixels as numbers or per cent as "10%"',
+    }.get(kind, parameter["values"])
+
+
+def wrapped(text, indent, hanging=""):
+    return textwrap.fill(text, 116, initial_indent=indent, subsequent_indent=indent + hanging)
 
 
 def function(operation):
@@ -74,12 +83,9 @@ def function(operation):
         else:
             signature.append(f"{word}: {kind} = {default(parameter)}")
         pairs.append(f'("{parameter["name"]}", {word})')
-        meaning = f'{word}: {parameter["meaning"]}; ' + (
-            "True or False" if kind == "bool" else parameter["values"]
-        )
-        lines.append(wrapped(meaning, " " * 8).replace(" " * 8, " " * 8, 1))
+        lines.append(wrapped(f"{word}: {parameter['meaning']}; {values(parameter)}", " " * 8, " " * 4))
     signature += ["out: Array | None = None", 'order: Order = "rgb"', "orientation: int = 1", "progress: Progress | None = None"]
-    lines += [wrapped(f"{word}: {meaning}", " " * 8) for word, meaning in COMMON.items()]
+    lines += [wrapped(f"{word}: {meaning}", " " * 8, " " * 4) for word, meaning in COMMON.items()]
     facts = [
         "Shapes: (h, w), (h, w, 1) grey; (h, w, 2) grey and alpha; (h, w, 3) colour; (h, w, 4) colour and alpha. "
         f"uint8 or uint16. Alpha stays. {operation['channelsText'][:1].upper()}{operation['channelsText'][1:]}.",
@@ -94,7 +100,7 @@ def function(operation):
         body += [wrapped(operation["more"], "    "), ""]
     body += ["    Args:", *lines, ""]
     body += [wrapped(fact, "    ") for fact in facts]
-    body += ['    """', f'    settings = ({", ".join(pairs)},)' if pairs else "    settings = ()"]
+    body += ['    """', "    settings = (", *(f"        {pair}," for pair in pairs), "    )"]
     body.append(f'    return one("{operation["name"]}", settings, array, out, order, orientation, progress)')
     return name, "\n".join(body)
 

@@ -5,30 +5,34 @@ from pathlib import Path
 
 from cffi import FFI
 
-HERE = Path(__file__).parent
+HERE = Path(__file__).resolve().parent
 # In the sdist the library's sources lie in native/, in the repository around this folder.
-SOURCES = Path(os.environ.get("ZEL_SOURCES") or (HERE / "native" if (HERE / "native").is_dir() else HERE.parent)).resolve()
-LIBRARIES = HERE / "build" / ("zel" + re.sub(r"\W+", "-", os.environ.get("ZEL_SANITIZE", "")))
+SOURCES = HERE / "native" if (HERE / "native").is_dir() else HERE.parent
+# A build of the library that is there already, or where one is made.
+GIVEN = os.environ.get("ZEL_LIBRARIES", "")
+LIBRARIES = Path(GIVEN).resolve() if GIVEN else HERE / "build" / "zel"
 
 
-def declarations(header: str) -> str:
-    """The declarations of a C header, without what only a compiler needs."""
-    text = re.sub(r"/\*.*?\*/", "", header, flags=re.S)
-    constants = re.findall(r"^#define (ZEL_\w+) (-?\d+)\s*$", text, flags=re.M)
+def declarations(header: str, constants_of: str) -> str:
+    """The declarations of a C header without what only a compiler needs, and the plain numbers of another."""
+    text, other = (re.sub(r"/\*.*?\*/", "", part, flags=re.S) for part in (header, constants_of))
+    constants = re.findall(r"^#define (ZEL_\w+)\s+(-?\d+)\s*$", text + other, flags=re.M)
     text = re.sub(r"^#if.*?^#endif.*?$", lambda m: "" if "ZEL_CHAIN_API" in m[0] or "__cplusplus" in m[0] else m[0], text, flags=re.S | re.M)
     text = re.sub(r"^(#|extern \"C\"|}$).*$", "", text, flags=re.M)
     text = re.sub(r"\bZEL_\w*API\b|\bZEL_CALL\b", "", text)
+    text = re.sub(r"ZelChain\s*\*\s*ZelChain_Auto\(.*?\);", "", text, flags=re.S)  # declared, not yet there
     return "".join(f"#define {name} {value}\n" for name, value in constants) + text
 
 
 ffi = FFI()
-ffi.cdef(declarations((SOURCES / "include" / "zel_chain.h").read_text()))
+INCLUDE = SOURCES / "include"
+ffi.cdef(declarations((INCLUDE / "zel_chain.h").read_text(), (INCLUDE / "zel.h").read_text()))
 ffi.cdef('extern "Python" int32_t zel_progress(void *user, double done);')
 sanitize = [f"-fsanitize={os.environ['ZEL_SANITIZE']}"] if os.environ.get("ZEL_SANITIZE") else []
 ffi.set_source(
     "zel._native",
     "#define ZEL_STATIC\n#include <zel_chain.h>",
-    include_dirs=[str(SOURCES / "include")],
+    include_dirs=[str(INCLUDE)],
     extra_objects=[str(LIBRARIES / "libzel_chain.a"), str(LIBRARIES / "libzel.a")],
     extra_compile_args=["-fvisibility=hidden", *sanitize],
     # With the C++ library inside, the wheel needs none of the system's; its symbols and ours stay out of sight.

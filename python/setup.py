@@ -1,5 +1,4 @@
 """Builds libzel_chain by its own CMake files, the extension on it, and one function for each operation of its table."""
-import os
 import re
 import shutil
 import subprocess
@@ -11,23 +10,26 @@ from setuptools.command.build_ext import build_ext
 from setuptools.command.sdist import sdist
 
 sys.path.insert(0, str(Path(__file__).parent))
-from native import HERE, LIBRARIES, SOURCES  # noqa: E402
+from native import GIVEN, HERE, LIBRARIES, SOURCES  # noqa: E402
 
 NATIVE = ["CMakeLists.txt", "cmake", "include", "src", "chain", "packaging", "README.md", "LICENSE"]
 
 
 class Build(build_ext):
     def run(self):
-        command = ["cmake", "-S", SOURCES, "-B", LIBRARIES, "-DCMAKE_BUILD_TYPE=Release", "-DZEL_EXAMPLES=OFF"]
-        command.append("-DZEL_SANITIZE=" + os.environ.get("ZEL_SANITIZE", ""))
-        if shutil.which("ninja"):
-            command += ["-G", "Ninja"]
-        subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
-        subprocess.run(["cmake", "--build", LIBRARIES, "--target", "zel_chain_static", "--parallel"], check=True)
+        if not GIVEN:
+            self.build_library()
         super().run()
         extension = self.get_ext_fullpath("zel._native")
         target = HERE / "src" / "zel" if self.inplace else Path(self.build_lib) / "zel"
         subprocess.run([sys.executable, HERE / "generate.py", extension, target / "_operations.py"], check=True)
+
+    def build_library(self):
+        command = ["cmake", "-S", SOURCES, "-B", LIBRARIES, "-DCMAKE_BUILD_TYPE=Release", "-DZEL_EXAMPLES=OFF"]
+        if shutil.which("ninja"):
+            command += ["-G", "Ninja"]
+        subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
+        subprocess.run(["cmake", "--build", LIBRARIES, "--target", "zel_chain_static", "--parallel"], check=True)
 
 
 class Source(sdist):

@@ -5,6 +5,7 @@ import functools
 import json
 import logging
 import os
+import sys
 import warnings
 from collections.abc import Callable, Iterable, Mapping, Sequence
 from typing import TYPE_CHECKING, Any, Literal, NamedTuple, Union
@@ -164,13 +165,11 @@ class _Picture:
 
 def _outside() -> int:
     """How many calls up the code lies that is not ours."""
-    import sys
-
     level, frame = 1, sys._getframe(1)
     here = os.path.dirname(__file__)
     while frame.f_back is not None and os.path.dirname(frame.f_code.co_filename) == here:
         level, frame = level + 1, frame.f_back
-    return level - 1
+    return level
 
 
 def _same_place(a: npt.NDArray[Any], b: npt.NDArray[Any]) -> bool:
@@ -428,18 +427,6 @@ def one(
     except TypeError:  # a list has no hash
         chain = _named(name, settings)
     return _run(lib.ZelChain_Apply, chain, array, out, order, _options(orientation, progress))
-
-
-def auto(array: Array, strength: int = 50, *, order: Order = "rgb") -> Chain:
-    """Looks at a photograph and chooses what makes it better. A good photograph gets an empty or nearly empty chain.
-
-    The reasons go to the logger "zel", one line each.
-    """
-    picture, report = _Picture(np.asarray(array), order), ffi.new("ZelReport *")
-    chain = lib.ZelChain_Auto(picture.pixels, strength, ffi.NULL, report)
-    held = _held(chain, lib.ZelChain_Free, report)
-    _note(report)
-    return Chain._of(held)
 
 
 @functools.lru_cache(maxsize=1)
