@@ -15,7 +15,7 @@ LIBRARIES = Path(GIVEN).resolve() if GIVEN else HERE / "build" / "zel"
 
 def declarations(header: str, constants_of: str) -> str:
     """The declarations of a C header without what only a compiler needs, and the plain numbers of another."""
-    text, other = (re.sub(r"/\*.*?\*/", "", part, flags=re.S) for part in (header, constants_of))
+    text, other = (re.sub(r"/\*.*?\*/", "", part, flags=re.S).replace("\\\n", " ") for part in (header, constants_of))
     constants = re.findall(r"^#define (ZEL_\w+)\s+(-?\d+)\s*$", text + other, flags=re.M)
     text = re.sub(r"^#if.*?^#endif.*?$", lambda m: "" if "ZEL_CHAIN_API" in m[0] or "__cplusplus" in m[0] else m[0], text, flags=re.S | re.M)
     text = re.sub(r"^(#|extern \"C\"|}$).*$", "", text, flags=re.M)

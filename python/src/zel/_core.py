@@ -263,7 +263,8 @@ def _text(value: Setting) -> str:
         return value
     if isinstance(value, (Sequence, np.ndarray)):
         return ",".join(_text(part) for part in value)
-    return str(value.item() if isinstance(value, np.generic) else value)
+    number: object = value.item() if isinstance(value, np.generic) else value
+    return str(int(number)) if isinstance(number, float) and number.is_integer() else str(number)
 
 
 def _from_words(words: Iterable[str]) -> Any:

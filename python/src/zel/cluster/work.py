@@ -282,9 +282,9 @@ class _Chunk:
                     member.pax_headers = {}
                     with open(stored, "rb") as file:
                         written.addfile(member, file)
-        failed = [[names[name], error] for name, error in errors.items() if error]
-        for member_name, error in failed:
-            self._fail(f"{entry.key}/{member_name}", error)
+        failed = [[names[name], reason] for name, reason in errors.items() if reason]
+        for member_name, reason in failed:
+            self._fail(f"{entry.key}/{member_name}", reason)
         self._publish(entry, result, output, ours, {"photographs": len(names) - len(failed), "failed": failed})
 
     def keep_manifest(self) -> None:
@@ -308,12 +308,15 @@ def run_chunk(job: Job, number: int, items: list[Item], beat: Callable[[int], No
     if place_for_scratch is not None:
         place_for_scratch = os.path.join(place_for_scratch, job.run)
         os.makedirs(place_for_scratch, exist_ok=True)
-    with tempfile.TemporaryDirectory(prefix="chunk-", dir=place_for_scratch, ignore_cleanup_errors=True) as folder:
+    folder = tempfile.mkdtemp(prefix="chunk-", dir=place_for_scratch)
+    try:
         chunk = _Chunk(job, number, folder, beat)
         if is_shard(items[0][0].key):
             chunk.shard(items[0])
         else:
             chunk.photographs(items)
         chunk.keep_manifest()
+    finally:
+        shutil.rmtree(folder, ignore_errors=True)
     chunk.report.seconds = time.monotonic() - start
     return chunk.report
