@@ -263,7 +263,9 @@ def _text(value: Setting) -> str:
         return value
     if isinstance(value, (Sequence, np.ndarray)):
         return ",".join(_text(part) for part in value)
-    number: object = value.item() if isinstance(value, np.generic) else value
+    number: Any = value
+    if isinstance(number, np.generic):
+        number = number.item()
     return str(int(number)) if isinstance(number, float) and number.is_integer() else str(number)
 
 
