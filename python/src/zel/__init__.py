@@ -6,7 +6,7 @@
 
 One function for each operation, with its settings as arguments; zel.operations() is the table of them all.
 """
-from . import _operations
+
 from ._core import (
     BadPixels,
     BakeError,
@@ -51,4 +51,3 @@ __all__ = [
     "operations",
     "replay",
 ]
-__all__ += _operations.__all__
