@@ -80,7 +80,7 @@ if [ "$mode" = --coverage ]; then
   exit
 fi
 
-groups=(build tool test fuzz packaging windows gegl)
+groups=(build tool test python fuzz packaging windows gegl)
 [ "$mode" != --all ] || groups+=(platforms gimp release python)
 scripts/install.sh "${groups[@]}" || exit 1
 
@@ -90,6 +90,9 @@ for name in "${presets[@]}"; do
   preset "$name"
 done
 preset tsan -R threads
+for topic in wheel types arrays examples cluster sanitizers; do
+  check "python_$topic" python/test.sh $topic $([ "$mode$topic" != --allcluster ] || echo --all)
+done
 if [ "$mode" = --all ]; then
   check endurance build/release/stress endurance 1000000
   check large build/release/stress large

@@ -255,7 +255,8 @@ def test_tables(tool, tmp_path):
     assert "<ProcessList" in lattice.clf()
     identity = np.stack(np.meshgrid(*[np.linspace(0, 1, 16)] * 3, indexing="ij")[::-1], axis=-1)
     table = zel.Table.from_array(identity)
-    assert (table.apply(picture) == picture).all() and (zel.Table.from_hald(table.hald()).apply(picture) == picture).all()
+    for same in (table, zel.Table.from_hald(table.hald())):
+        assert np.abs(same.apply(picture).astype(int) - picture).max() <= 1  # sixteen nodes are the library's own lattice
     assert table.resample(5).array.shape == (5, 5, 5, 3)
 
 
