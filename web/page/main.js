@@ -47,7 +47,7 @@ let steps;
 function showState(key, values = {}) {
   state = { key, values };
   byId('state').textContent = key && word(key, values);
-  byId('state').classList.toggle('busy', key === 'stateWorking' || key === 'stateOpening');
+  byId('state').classList.toggle('busy', ['stateOpening', 'stateFirst', 'stateWorking'].includes(key));
 }
 
 /** One sentence for what went wrong with a file. @param {any} error @param {string} name */
@@ -81,6 +81,7 @@ async function openEntry(entry) {
     const bits = opened.pixels.data instanceof Uint16Array ? 16 : 8;
     toast(word('opened', { name: entry.name, width, height, bits }));
     byId('save').disabled = byId('auto').disabled = !steps;
+    showState('stateFirst');
     renderer.show(opened, chain.words);
   } catch (error) {
     if (mine !== opening) return;

@@ -3,7 +3,7 @@
 /** @typedef {import('./formats/failure.js').Pixels} Pixels */
 
 /** The longest side that is computed while a person drags a slider. */
-export const PREVIEW_SIDE = 1800;
+export const PREVIEW_SIDE = 1600;
 
 /**
  * A picture at falling sizes: level n is 2^n times smaller. Levels may be missing.

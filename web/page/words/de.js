@@ -66,6 +66,7 @@ export const de = {
     closePhoto: '{name} schließen',
     addPhotos: 'Fotos hinzufügen',
     stateOpening: '{name} wird geöffnet…',
+    stateFirst: 'Wird berechnet…',
     statePreview: 'Vorschau',
     stateFull: 'Volle Größe',
     stateOriginal: 'Original',

@@ -70,6 +70,7 @@ export const en = {
     closePhoto: 'Close {name}',
     addPhotos: 'Add photographs',
     stateOpening: 'Opening {name}…',
+    stateFirst: 'Computing…',
     statePreview: 'Preview',
     stateFull: 'Full size',
     stateOriginal: 'Original',
@@ -102,6 +103,6 @@ export const en = {
   groups: { tone: 'Tone', colour: 'Colour', selective: 'Sky, foliage, skin colour', skin: 'Skin', detail: 'Detail' },
   units: { 'per cent': '%', degrees: '°', pixels: 'px', levels: '' },
   operations: {},
-  parameters: {},
+  parameters: { at: 'Place', rect: 'Area' },
   choices: {},
 };
