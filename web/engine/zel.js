@@ -96,16 +96,16 @@ class Away {
   }
 
   async #start() {
-    const url = new URL('./worker.js', import.meta.url);
+    const ownUrl = () => new URL('./worker.js', import.meta.url);
     let worker;
     if (isNode) {
       const threads = await import('node:worker_threads');
-      worker = /** @type {any} */ (new threads.Worker(url));
+      worker = /** @type {any} */ (new threads.Worker(ownUrl()));
       worker.on('message', (/** @type {any} */ data) => this.#answer(data));
       worker.on('error', (/** @type {Error} */ error) => this.#fail(new ZelError(error.message)));
       worker.unref();
     } else {
-      worker = this.make ? this.make() : new Worker(url, { type: 'module' });
+      worker = this.make ? this.make() : new Worker(ownUrl(), { type: 'module' });
       worker.onmessage = (/** @type {MessageEvent} */ event) => this.#answer(event.data);
       worker.onerror = () => this.#fail(new ZelError('does not fit into memory'));
     }

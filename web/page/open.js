@@ -1,5 +1,5 @@
 // From the bytes of a file to pixels as they are stored in it, with what the file says about them. Runs in a worker.
-import { orientationOf, uprightExif } from './formats/exif.js';
+import { orientationOf, resolutionOf, uprightExif } from './formats/exif.js';
 import { PhotoFailure, checkSize } from './formats/failure.js';
 import { isJpeg, readJpegHeader, withChangedExif } from './formats/jpeg.js';
 import { isPng, readPng, writePng } from './formats/png.js';
@@ -16,6 +16,7 @@ const AS_STORED = /** @type {ImageBitmapOptions} */ ({ colorSpaceConversion: 'no
 export async function openPhoto(bytes) {
   if (bytes.length === 0) throw new PhotoFailure('empty');
   const { pixels, metadata } = await read(bytes);
+  metadata.perMetre ??= resolutionOf(metadata.exif);
   return { pixels, metadata, orientation: orientationOf(metadata.exif), lattice: await screenLattice(metadata.icc) };
 }
 

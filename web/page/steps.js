@@ -238,7 +238,7 @@ export class Steps {
       element('span', { className: 'value' }, field, element('span', { className: 'unit', textContent: of.unit(parameter.unit) })),
       ...sliders);
     if (triple) {
-      const button = element('button', { type: 'button', id: `${name}-apart-${id}`, className: 'icon small', textContent: 'RGB', 'aria-label': `${full}: ${word('separate')}`, title: word('separate'), 'aria-pressed': String(apart) });
+      const button = element('button', { type: 'button', id: `${name}-apart-${id}`, className: 'icon small', textContent: 'RGB', 'aria-label': `RGB, ${full}: ${word('separate')}`, title: word('separate'), 'aria-pressed': String(apart) });
       button.addEventListener('click', () => {
         const [first] = parts();
         this.set(id, name, apart ? first : `${first},${first},${first}`);

@@ -90,7 +90,7 @@ function suite(name) {
     await writePicture('alpha.png', { data: alpha, width, height, channels: 4 });
     await writePicture('grey.png', { data: data.filter((_, i) => i % 3 === 1), width, height, channels: 1 });
     tool('sample', 'large.png', '--size', '2400x1600', '--overwrite');
-    tool('large.png', '-o', 'photo.jpg', '--overwrite', '--quality', '92');
+    tool('large.png', '-o', 'photo.jpg', '--overwrite', '--quality', '92', 'contrast');
     /** @type {[string, string][]} */
     const cases = [
       ['eight.png', 'light-correct strength=60 vivid strength=20'], ['sixteen.png', 'tone strength=40 gamma gamma=1.1,1,0.95 sharpen'],
@@ -139,17 +139,18 @@ function suite(name) {
     assert.ok(webp.includes('ICCP') && webp.includes('EXIF'));
   });
 
-  onPage('tables are the tool\'s', async ({ page, open, chain, caught, text }) => {
-    await open('eight.png');
-    await chain('tone strength=40 hue-saturation saturation=20');
-    const cube = await caught(async () => {
+  onPage('tables are the tool\'s', async (driver) => {
+    const { page } = driver;
+    await driver.open('eight.png');
+    await driver.chain('tone strength=40 hue-saturation saturation=20');
+    const cube = await driver.caught(async () => {
       await page.click('#tables');
       await page.click('[data-table=cube]');
     }, 'page.cube');
     tool('bake', 'eight.png', '-o', 'tool.cube', '--overwrite', 'tone', 'strength=40', 'hue-saturation', 'saturation=20');
     const rows = (/** @type {string} */ lines) => lines.split('\n').filter((line) => !line.startsWith('#'));
     assert.deepEqual(rows(cube.toString()), rows(readFileSync(inFolder('tool.cube'), 'utf8')));
-    assert.match(await text('#table-note'), /at most [\d.]+ of 255 levels/);
+    assert.match(await driver.text('#table-note'), /at most [\d.]+ of 255 levels/);
   });
 
   onPage('the keyboard alone opens, picks, changes, undoes and saves', async (driver) => {
@@ -216,15 +217,16 @@ function suite(name) {
     await elsewhere.page.close();
   });
 
-  onPage('auto chooses steps that can be undone', async ({ page, settled, text }) => {
+  onPage('auto chooses steps that can be undone', async (driver) => {
+    const { page } = driver;
     await page.click('#samples li:nth-child(2) button');
-    await settled();
-    const before = await text('#command');
+    await driver.settled();
+    const before = await driver.text('#command');
     await page.click('#auto');
     await page.waitForFunction((old) => document.querySelector('#command')?.textContent !== old, { polling: 50 }, before);
     assert.ok((await page.$$('#steps li')).length > 0 && (await page.$$('#reasons li')).length > 0);
     await page.click('#undo');
-    assert.equal(await text('#command'), before);
+    assert.equal(await driver.text('#command'), before);
   });
 
   onPage('what is no photograph gets one sentence', async (driver) => {
@@ -254,7 +256,8 @@ function suite(name) {
     assert.equal(await driver.text('#failure'), '');
   });
 
-  onPage('no finding of the accessibility checker, in either theme and language', async ({ page, open, chain }) => {
+  onPage('no finding of the accessibility checker, in either theme and language', async (driver) => {
+    const { page } = driver;
     const source = readFileSync(new URL('../node_modules/axe-core/axe.min.js', import.meta.url), 'utf8');
     const check = async (/** @type {string} */ where) => {
       const findings = await page.evaluate(async (code) => {
@@ -268,8 +271,8 @@ function suite(name) {
     await page.reload();
     await page.waitForSelector('html[data-ready]');
     await check('empty');
-    await open('eight.png');
-    await chain('gamma gamma=1,1.2,1 skin-clear level=30 hue-saturation-ranges');
+    await driver.open('eight.png');
+    await driver.chain('gamma gamma=1,1.2,1 skin-clear level=30 hue-saturation-ranges');
     for (const step of ['theme', 'language']) {
       await check(`with steps, before ${step}`);
       if (step === 'theme') await page.click('#theme');

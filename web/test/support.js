@@ -46,12 +46,19 @@ export async function drawSamples() {
 /** Every operation with its mild, middle and strong settings. @param {import('../engine/zel.js').Operation[]} operations */
 export const examples = (operations) => operations.flatMap(({ name, examples: three }) => three.map((settings) => `${name} ${settings}`));
 
+/** @type {Map<string, string>} */
+const native = new Map();
+
 /** What the native tool makes of them. @param {string} picture @param {string[]} chains */
 export async function nativeDigests(picture, chains) {
   const found = [];
   for (const chain of chains) {
-    zel(picture, '-o', 'native.png', '--overwrite', ...chain.split(' '));
-    found.push(digest((await pixelsOf('native.png')).data));
+    const key = `${picture} ${chain}`;
+    if (!native.has(key)) {
+      zel(picture, '-o', 'native.png', '--overwrite', ...chain.split(' '));
+      native.set(key, digest((await pixelsOf('native.png')).data));
+    }
+    found.push(native.get(key));
   }
   return found;
 }
@@ -80,7 +87,7 @@ export const slack = () => Math.max(1, (1.5 * loadavg()[0]) / cpus().length);
  */
 export async function openPage(browser, url) {
   const page = await browser.newPage();
-  page.setDefaultTimeout(60000 * Math.min(4, slack()));
+  page.setDefaultTimeout(60000);
   /** @type {string[]} */
   const faults = [];
   page.on('pageerror', (error) => faults.push(String(error)));
@@ -154,13 +161,19 @@ export async function server(root) {
   return { url: `http://127.0.0.1:${port}/`, close: () => (running.closeAllConnections(), running.close()) };
 }
 
-/** Memory of a process and all that it started, in MB. @param {number} pid */
+/** Memory of a process and all that it started, shared parts counted once, in MB. @param {number} pid */
 export function memoryOf(pid) {
-  const rows = execFileSync('ps', ['-eo', 'pid=,ppid=,rss='], { encoding: 'utf8' }).trim().split('\n').map((row) => row.trim().split(/\s+/).map(Number));
+  const rows = execFileSync('ps', ['-eo', 'pid=,ppid='], { encoding: 'utf8' }).trim().split('\n').map((row) => row.trim().split(/\s+/).map(Number));
   const family = new Set([pid]);
   for (let grown = true; grown; ) {
     grown = false;
     for (const [id, parent] of rows) if (family.has(parent) && !family.has(id)) grown = Boolean(family.add(id));
   }
-  return rows.reduce((sum, [id, , rss]) => sum + (family.has(id) ? rss / 1024 : 0), 0);
+  let sum = 0;
+  for (const id of family) {
+    try {
+      sum += Number(readFileSync(`/proc/${id}/smaps_rollup`, 'utf8').match(/^Pss: +(\d+)/m)?.[1]) / 1024;
+    } catch { /* it has just ended */ }
+  }
+  return sum;
 }

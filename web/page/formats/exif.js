@@ -28,6 +28,21 @@ export function orientationOf(tiff) {
   return value >= 1 && value <= 8 ? value : 1;
 }
 
+/** In pixels a metre; undefined where nothing is said. @param {Uint8Array | undefined} tiff */
+export function resolutionOf(tiff) {
+  const directory = tiff && firstDirectory(tiff);
+  if (!directory) return undefined;
+  const { view, little } = directory;
+  const rational = (/** @type {number} */ tag) => {
+    const at = entry(directory, tag), from = at < 0 ? Infinity : view.getUint32(at + 8, little);
+    return from + 8 <= view.byteLength ? view.getUint32(from, little) / view.getUint32(from + 4, little) : NaN;
+  };
+  const unit = entry(directory, 0x0128);
+  const scale = unit >= 0 && view.getUint16(unit + 8, little) === 3 ? 100 : 1 / 0.0254;
+  const [x, y] = [rational(0x011a) * scale, rational(0x011b) * scale];
+  return x > 0 && y > 0 && Number.isFinite(x + y) ? { x, y } : undefined;
+}
+
 /**
  * The block for a picture whose pixels now stand upright: orientation 1, and no thumbnail, which would show the old
  * picture.
