@@ -58,6 +58,20 @@ check() {
   note $result "$name" "$log"
 }
 
+# web: the npm package in node and the page in the browsers there are; every test counts.
+web() {
+  local log=build/log/web.log done=0 result test
+  ZEL=$PWD/build/release/zel scripts/page.sh >"$log" 2>&1 || { note 1 "web: build" "$log"; return; }
+  scripts/install.sh browsers >>"$log" 2>&1 || echo "no browsers" >>"$log"
+  ZEL=$PWD/build/release/zel node --test --test-reporter=tap --test-concurrency=1 web/test/*.test.js >"$log" 2>&1
+  while read -r result test; do
+    note "$result" "web: $test" "$log"
+    done=1
+  done < <(sed -nE '/# Subtest/d; /# SKIP/{s/^ *ok [0-9]+ - (.*) # SKIP.*/skip \1/p; d}; / - (chromium|firefox)$/d;
+    s/^ *ok [0-9]+ - /0 /p; s/^ *not ok [0-9]+ - /1 /p' "$log")
+  [ $done = 1 ] || note 1 "web: no tests" "$log"
+}
+
 # coverage: prints a table by file; the last line is the whole.
 coverage() {
   local build=build/coverage object report
@@ -93,6 +107,7 @@ preset tsan -R threads
 for topic in wheel types arrays examples cluster sanitizers; do
   check "python_$topic" python/test.sh $topic $([ "$mode$topic" != --allcluster ] || echo --all)
 done
+web
 if [ "$mode" = --all ]; then
   check endurance build/release/stress endurance 1000000
   check large build/release/stress large

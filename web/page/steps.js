@@ -296,6 +296,7 @@ export class Steps {
 
   #openMenu() {
     byId('filter').value = '';
+    byId('filter').placeholder = word('filter');
     this.#fillMenu();
     byId('add-dialog').showModal();
     byId('filter').focus();

@@ -40,7 +40,7 @@ function suite(name) {
    * A test on a page of its own; what the page throws unasked fails it.
    * @param {string} title @param {(driver: Awaited<ReturnType<typeof openPage>>) => Promise<void>} body
    */
-  const onPage = (title, body) => test(title, async () => {
+  const onPage = (title, body) => test(`${name}: ${title}`, async () => {
     const driver = await openPage(browser, site.url);
     try {
       await body(driver);
@@ -52,7 +52,7 @@ function suite(name) {
     }
   });
 
-  test('the engine gives the native bytes of every example', async () => {
+  test(`${name}: the engine gives the native bytes of every example`, async () => {
     const chains = examples(operations);
     const files = await server(BUILT);
     const page = await browser.newPage();
@@ -287,7 +287,7 @@ function suite(name) {
     assert.deepEqual(untranslated, []);
   });
 
-  test('the page opens again without its server', async () => {
+  test(`${name}: the page opens again without its server`, async () => {
     const own = await server();
     const { page } = await openPage(browser, own.url);
     await page.waitForFunction(async () => (await navigator.serviceWorker.ready) && navigator.serviceWorker.controller !== null, { polling: 100 });
@@ -299,7 +299,7 @@ function suite(name) {
     await page.close();
   });
 
-  test('the single file works from a folder', async () => {
+  test(`${name}: the single file works from a folder`, async () => {
     const driver = await openPage(browser, new URL('zel.html', BUILT).href);
     await driver.page.click('#samples button');
     await driver.settled();
