@@ -97,6 +97,12 @@ int32_t Ask(const Settings& s, const Work& work, Decision* decision) {
 // Decides one automatic step on the copy.
 bool Decide(const Step& step, const Work& work, Decision* decision, Error* error) {
   const Settings& s = *step.settings;
+  if (s.operation->reach == Reach::Lattice && s.Int("strength") == 0) {
+    // Even a lattice without effect may lower a value by one.
+    decision->kind = Decision::Kind::Curves;
+    for (int32_t i = 0; i < ZEL_LUT1D_BYTES; ++i) decision->block.push_back(static_cast<uint8_t>(i % 256));
+    return true;
+  }
   const int32_t code = Ask(s, work, decision);
   if (code != ZEL_OK) {
     error->call = code;

@@ -400,3 +400,22 @@ int32_t ZEL_CALL ZelChain_Apply(const ZelChain* chain, const ZelPixels* source, 
            Run(plan, *source, *destination, report, error);
   });
 }
+
+int32_t ZEL_CALL ZelChain_Where(const ZelChain* chain, int32_t step, const ZelPixels* picture,
+                                const ZelApplyOptions* options, ZelRect* rect, ZelPoint* point, ZelReport* report) {
+  int32_t found = 0;
+  Guarded(report, [&](Error* error) {
+    if (chain == nullptr || picture == nullptr) return error->Fail(ZEL_NULL_ARGUMENT, "the chain or picture is null");
+    if (step < 0 || step >= ZelChain_Steps(chain)) return error->Fail(ZEL_REFUSED, "the chain has no such step");
+    Plan plan;
+    const std::vector<Settings> one{chain->steps[static_cast<size_t>(step)]};
+    if (!CheckPixels(picture, "picture", error) || !MakePlan(one, nullptr, *picture, options, &plan, error))
+      return false;
+    const Placed& placed = plan.steps[0].placed;
+    if (placed.hasRect && rect != nullptr) *rect = placed.rect;
+    if (placed.hasPoint && point != nullptr) *point = placed.point;
+    found = placed.hasRect + 2 * placed.hasPoint;
+    return true;
+  });
+  return found;
+}

@@ -191,6 +191,13 @@ ZEL_CHAIN_API int32_t ZEL_CALL ZelChain_Steps(const ZelChain* chain);
 ZEL_CHAIN_API int32_t ZEL_CALL ZelChain_Operation(const ZelChain* chain, int32_t step);
 ZEL_CHAIN_API int32_t ZEL_CALL ZelChain_Margin(const ZelChain* chain);
 
+/* Where a step works in a picture of this size, in stored pixels: writes its rectangle and point (either may be null)
+ * as far as they are given, and returns 1 for a rectangle plus 2 for a point. 0 with ZEL_CHAIN_OUTSIDE when they lie
+ * outside. */
+ZEL_CHAIN_API int32_t ZEL_CALL ZelChain_Where(const ZelChain* chain, int32_t step, const ZelPixels* picture,
+                                              const ZelApplyOptions* options, ZelRect* rect, ZelPoint* point,
+                                              ZelReport* report);
+
 /*
  * Runs the chain on `source` and writes the result to `destination`, which has the same size and depth; it may be the
  * same memory with the same description, or memory that does not overlap. Channels, row step and order may differ:

@@ -29,7 +29,7 @@ class Batch(ToolTest):
         out, errors = self.zel(*inputs, "bad.png", "-o", "out/", "-j", "2", "--json", "contrast", "contrast=5", code=1)
         lines = {line["input"]: line for line in map(json.loads, out.splitlines())}
         self.assertEqual({k: v["result"] for k, v in lines.items()}, {"0.png": "done", "1.png": "done", "bad.png": "failed"})
-        self.assertEqual(lines["0.png"]["operations"], [{"name": "contrast", "contrast": "5"}])
+        self.assertEqual(lines["0.png"]["operations"], [{"name": "contrast", "contrast": 5, "brightness": 0}])
         self.assertIn("is not a PNG", lines["bad.png"]["error"])
         self.assertEqual(errors, "zel: bad.png: is not a PNG, JPEG, TIFF or PPM picture\n")
         self.assertEqual(sorted(os.listdir(self.path("out"))), inputs)

@@ -2,6 +2,7 @@
 import hashlib
 import os
 import resource
+import shutil
 import struct
 import subprocess
 import unittest
@@ -170,8 +171,8 @@ class Settings(ToolTest):
         self.assertGreaterEqual(len(names), 28)
         for name in names:
             text = self.zel("help", name)[0].decode()
-            example = text.rsplit("Example\n", 1)[1].split()[4:]
-            self.zel("in.ppm", "-o", "out.png", "--dry-run", *example)
+            for example in text.rsplit("Examples\n", 1)[1].splitlines():
+                self.zel("in.ppm", "-o", "out.png", "--dry-run", *example.split()[4:])
             self.assertIn("Depth", text)
 
 
@@ -233,10 +234,22 @@ class Reference(ToolTest):
                                  input=manual, capture_output=True)
         self.assertEqual(checked.stdout, b"")
         script = self.zel("completion")[0].decode() + """
-            complete_line() { COMP_LINE=$1; COMP_POINT=${#1}; COMPREPLY=(); _zel 2>/dev/null; echo "${COMPREPLY[*]}"; }
-            complete_line 'zel smart-c'; complete_line 'zel a.png -o b.png tone style=sh'; complete_line 'zel --dry'"""
+            complete_line() {  # as readline hands words over: = stands alone
+              local IFS=$'\n'; COMP_WORDS=($(grep -o '=\|[^ =]*[^ =]' <<< "$1")); [[ $1 == *' ' ]] && COMP_WORDS+=('')
+              COMP_CWORD=$((${#COMP_WORDS[@]} - 1)) COMPREPLY=(); IFS=$' \t\n'; _zel 2>/dev/null; echo "${COMPREPLY[*]}"
+            }
+            touch 'one more.jpg'; IFS=' '
+            complete_line 'zel smart-c'; complete_line 'zel a.png -o b.png tone style=sh'; complete_line 'zel --dry'
+            complete_line 'zel bake --no'; complete_line 'zel a.png --format p'; complete_line 'zel one'"""
         out = subprocess.run(["bash", "-u"], input=script.encode(), capture_output=True, cwd=self.folder.name)
-        self.assertEqual(out.stdout.decode().split("\n")[:3], ["smart-contrast", "shadows", "--dry-run"])
+        self.assertEqual(out.stdout.decode().split("\n")[:6],
+                         ["smart-contrast", "shadows", "--dry-run", "--nodes", "png ppm", "one more.jpg"])
+        for shell in ("zsh", "fish"):
+            text = self.zel("completion", shell)[0]
+            self.assertIn(b"light-correct", text)
+            if shutil.which(shell):
+                self.assertEqual(subprocess.run([shell, "-n"], input=text, capture_output=True).stderr, b"")
+
 
 
 if __name__ == "__main__":

@@ -91,9 +91,9 @@ class Tables(ToolTest):
         }.items():
             self.write("t.cube", text.encode())
             self.refuses(3, message, "apply-table", "in.png", "-o", "o.png", "--table", "t.cube")
-        for text, message in {"<ProcessList><Matrix/></ProcessList>": "Matrix cannot be read", "<ProcessList>": "holds no LUT1D",
+        for text, message in {"<ProcessList><Matrix/></ProcessList>": "Matrix cannot be read", "<ProcessList/>": "holds no LUT1D",
                               "<LUT1D inBitDepth='8i' outBitDepth='8i'><Array dim='2 3'>0 0 0 255</Array>": "4 numbers instead of 6",
-                              "<LUT3D inBitDepth='9i'>": "unknown bit depth", "<LUT3D": "a tag does not end"}.items():
+                              "<LUT3D inBitDepth='9i'>": "unknown bit depth", "<LUT3D": "ended unexpectedly", "<a>" * 9: "line 1"}.items():
             self.write("t.clf", text.encode())
             self.refuses(3, message, "apply-table", "in.png", "-o", "o.png", "--table", "t.clf")
         self.refuses(3, "is no HaldCLUT", "apply-table", "in.png", "-o", "o.png", "--table", "in.png")

@@ -179,14 +179,14 @@ std::string JournalPath(const BatchOptions& options, const std::vector<Job>& job
 
 Work ChainWork(const Chain& chain) {
   json operations = json::array();
-  for (const Step& step : chain) {
-    json entry = {{"name", step.operation->name}};
-    for (const auto& [name, value] : step.settings.given) entry[name] = value;
+  for (const json& step : json::parse(ZelChain_Describe(chain.get()))) {
+    json entry = {{"name", step["name"]}};
+    entry.update(step["settings"]);
     operations.push_back(entry);
   }
   return {
       [chain](Photo* photo, std::vector<std::string>* notes, void (*stop)()) { RunChain(chain, photo, notes, stop); },
-      ChainText(chain), operations.dump(-1, ' ', false, json::error_handler_t::replace)};
+      ZelChain_Words(chain.get()), operations.dump(-1, ' ', false, json::error_handler_t::replace)};
 }
 
 int RunBatch(const Work& work, const BatchOptions& options) {

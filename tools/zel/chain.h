@@ -2,19 +2,21 @@
 #ifndef ZEL_TOOL_CHAIN_H_
 #define ZEL_TOOL_CHAIN_H_
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "operations.h"
 #include "photo.h"
+#include "zel_chain.h"
 
 namespace tool {
 
-struct Step {
-  const Operation* operation;
-  Settings settings;
-};
-using Chain = std::vector<Step>;
+// Never null.
+using Chain = std::shared_ptr<const ZelChain>;
+
+// Takes over what a function that makes chains returned; throws UsageError with the report's text when that is nothing.
+Chain TakeChain(ZelChain* chain, const ZelReport& report);
 
 // Splits words into inputs and chain: the first word that names an operation starts the chain, so a file of that name
 // is written ./name. Throws UsageError.
@@ -23,16 +25,18 @@ Chain ParseWords(const std::vector<std::string>& words, std::vector<std::string>
 // Example 0, 1 or 2 (mild, middle, strong) of an operation.
 Chain ExampleChain(const Operation& operation, size_t example);
 
-// The chain as it would be typed, only with what was given.
-std::string ChainText(const Chain& chain);
+Chain Joined(const Chain& first, const Chain& second);
+bool IsEmpty(const Chain& chain);
 
-// Runs one step in place. Throws Failure with a reason when the library refuses. Adds a note when a step around a point
-// changed nothing.
-void RunStep(Step* step, Photo* photo, std::vector<std::string>* notes);
+// The photograph's samples as the library takes them.
+ZelPixels PixelsOf(Photo* photo);
+ZelApplyOptions OptionsOf(const Photo& photo);
 
-// Runs all steps, calling `beforeStep`, which may throw, before each. Adds one note that names the operations which
-// keep only 8 of 16 bits.
-void RunChain(Chain chain, Photo* photo, std::vector<std::string>* notes, void (*beforeStep)() = nullptr);
+// Throws UsageError or Failure when the report tells of one, and hands on its notes.
+void Check(const ZelReport& report, std::vector<std::string>* notes);
+
+// Runs all steps, calling `stop`, which may throw, between and within them.
+void RunChain(const Chain& chain, Photo* photo, std::vector<std::string>* notes, void (*stop)() = nullptr);
 
 }  // namespace tool
 

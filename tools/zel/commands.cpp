@@ -67,15 +67,33 @@ void FinishBatchArguments(BatchArguments* a) {
   if (a->batch.jobs == 0) a->batch.jobs = static_cast<int>(std::thread::hardware_concurrency());
 }
 
+static std::vector<OptionText> Texts(const CLI::App& app) {
+  std::vector<OptionText> texts;
+  for (const CLI::Option* option : app.get_options()) {
+    const std::string name = option->get_name(false, true);
+    const std::string value = option->get_type_size() == 0 ? "" : option->get_type_name();
+    if (name[0] == '-' && name != "-h,--help") texts.push_back({name, option->get_description(), value});
+  }
+  return texts;
+}
+
 std::vector<OptionText> EnhanceOptions() {
   CLI::App app;
   EnhanceArguments arguments;
   AddEnhanceOptions(&app, &arguments);
+  return Texts(app);
+}
+
+// Set while a command is asked for its options instead of being run.
+static std::vector<OptionText>* asked = nullptr;
+
+std::vector<OptionText> OptionsOf(const Command& command) {
   std::vector<OptionText> texts;
-  for (const CLI::Option* option : app.get_options()) {
-    const std::string name = option->get_name(false, true);
-    if (name[0] == '-' && name != "-h,--help") texts.push_back({name, option->get_description()});
-  }
+  std::string name = command.name;
+  char* arguments[] = {name.data(), nullptr};
+  asked = &texts;
+  command.run(1, arguments);
+  asked = nullptr;
   return texts;
 }
 
@@ -92,6 +110,10 @@ double ParsePixels(const std::string& text) {
 
 int Parse(CLI::App* app, int argc, char** argv, const std::function<int()>& body) {
   app->name("zel");
+  if (asked != nullptr) {
+    *asked = Texts(*app);
+    return kAllDone;
+  }
   try {
     app->parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
@@ -111,10 +133,9 @@ int Enhance(int argc, char** argv) {
   return Parse(&app, argc, argv, [&] {
     BatchOptions& options = arguments.batch;
     FinishBatchArguments(&arguments);
-    Chain chain;
-    if (!arguments.recipe.empty()) chain = ReadRecipe(arguments.recipe);
-    for (Step& step : ParseWords(arguments.words, &options.inputs)) chain.push_back(std::move(step));
-    if (chain.empty()) throw UsageError("no operation is given; zel ops lists them");
+    Chain chain = ParseWords(arguments.words, &options.inputs);
+    if (!arguments.recipe.empty()) chain = Joined(ReadRecipe(arguments.recipe), chain);
+    if (IsEmpty(chain)) throw UsageError("no operation is given; zel ops lists them");
     if (!arguments.savedRecipe.empty()) SaveRecipe(chain, arguments.savedRecipe, options.overwrite);
     if (!arguments.savedRecipe.empty() && options.inputs.empty()) return kAllDone;
     if (options.inputs.empty()) throw UsageError("no photograph is given; zel IN... -o OUT OPERATION");
@@ -158,25 +179,26 @@ int SkinSliders(int argc, char** argv) {
   std::vector<std::string> words;
   app.add_option("words", words, "the photograph and at=x,y; without both: typical skin")->type_name("[IN at=x,y]");
   return Parse(&app, argc, argv, [&] {
-    const Operation& operation = *FindOperation("skin-tone");
-    Settings settings;
     Photo photo;
     ImageDesc record{};
+    ZelPoint point{};
     if (!words.empty()) {
       if (words.size() != 2 || words[1].rfind("at=", 0) != 0)
         throw UsageError("skin-sliders takes a photograph and at=x,y");
-      SetParameter(operation, "at", words[1].substr(3), &settings);
+      std::vector<std::string> inputs, chained{"skin-tone", words[1]};
+      const Chain chain = ParseWords(chained, &inputs);
       StartImages(argv[0]);
-      try {
-        photo = ReadPhoto(words[0], {});
-        settings.Place(photo.width, photo.height, photo.orientation);
-      } catch (const Failure& failure) {
-        throw Failure(words[0] + ": " + failure.what());
-      }
+      photo = ReadPhoto(words[0], {});
+      const ZelPixels pixels = PixelsOf(&photo);
+      const ZelApplyOptions options = OptionsOf(photo);
+      ZelReport report;
+      ZelChain_Where(chain.get(), 0, &pixels, &options, nullptr, &point, &report);
+      if (report.code != ZEL_OK) throw Failure(words[0] + ": " + report.text);
       record = photo.Record();
     }
     int32_t lightness = 0, blue = 0, red = 0;
-    if (ZelTavoraFunc_GetSkinToneInitialPercentages(&record, 0, settings.Point(), &lightness, &blue, &red) != ZEL_OK) {
+    if (ZelTavoraFunc_GetSkinToneInitialPercentages(&record, 0, words.empty() ? nullptr : &point, &lightness, &blue,
+                                                    &red) != ZEL_OK) {
       throw Failure(words.empty() ? "typical skin: refused" : words[0] + ": the point cannot be measured");
     }
     std::printf("lightness=%d blue=%d red=%d\n", static_cast<int>(lightness), static_cast<int>(blue),

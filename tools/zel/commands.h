@@ -36,15 +36,13 @@ int Manual(int argc, char** argv);
 int Completion(int argc, char** argv);
 
 struct OptionText {
-  std::string name, meaning;  // "-o,--output"
+  std::string name, meaning, value;  // "-o,--output", what it does, "OUT" (empty for flags)
 };
 // The options of the first form, zel IN... -o OUT, with their explanations.
 std::vector<OptionText> EnhanceOptions();
 
-// Words of help, manual and documentation.
-const char* DepthText(Depth depth);
-const char* ReachText(const Operation& operation);
-const char* ChannelText(const Operation& operation);
+// The options of a command.
+std::vector<OptionText> OptionsOf(const Command& command);
 
 // What every command over many photographs takes.
 struct BatchArguments {

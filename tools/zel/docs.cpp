@@ -62,10 +62,10 @@ std::string Page(const Operation& operation) {
   text += "```\nzel photo.jpg -o better.jpg " + name + " " + operation.examples[1] + "\n```\n\n";
   text += "| parameter | meaning | values | default |\n|---|---|---|---|\n";
   for (const Parameter& p : operation.parameters) {
-    text += std::string("| `") + p.name + "` | " + p.meaning + " | " + RangeText(p) + " | " + p.fallback + " |\n";
+    text += std::string("| `") + p.name + "` | " + p.meaning + " | " + p.values + " | " + p.fallback + " |\n";
   }
-  text += std::string("\n- Depth: ") + DepthText(operation.depth) + "\n- Channels: " + ChannelText(operation) +
-          "\n- Reach: " + ReachText(operation) + "\n";
+  text +=
+      "\n- Depth: " + operation.depth + "\n- Channels: " + operation.channels + "\n- Reach: " + operation.reach + "\n";
   return text;
 }
 

@@ -6,78 +6,49 @@
 
 namespace tool {
 
-const char* DepthText(Depth depth) {
-  switch (depth) {
-    case Depth::Sixteen:
-      return "8 and 16 bits, full precision";
-    case Depth::Steps:
-      return "8 and 16 bits; at 16 bits through a table of 8-bit values";
-    default:
-      return "8 bits; at 16 bits the change found on an 8-bit copy is added";
-  }
-}
-
-const char* ReachText(const Operation& operation) {
-  switch (operation.reach) {
-    case Reach::Curve:
-      return operation.automatic ? "measures the photograph, then each channel by a curve" : "each channel by a curve";
-    case Reach::Lattice:
-      return operation.automatic ? "measures the photograph, then each colour by a table" : "each colour by a table";
-    case Reach::Neighbours:
-      return "looks at neighbouring pixels";
-    default:
-      return "finds the places where it works";
-  }
-}
-
-const char* ChannelText(const Operation& operation) {
-  return operation.grey ? "grey and colour" : "colour; a grey picture stays grey when all channels come out equal";
-}
-
 namespace {
 
 void PrintOperation(const Operation& operation) {
-  std::printf("%s: %s\n", operation.name, operation.purpose);
-  if (*operation.more) std::printf("%s\n", operation.more);
+  std::printf("%s: %s\n", operation.name.c_str(), operation.purpose.c_str());
+  if (!operation.more.empty()) std::printf("%s\n", operation.more.c_str());
   std::printf("\nParameters\n");
   for (const Parameter& p : operation.parameters) {
-    std::printf("  %s=  %s\n      %s%s%s\n", p.name, p.meaning, RangeText(p).c_str(), *p.fallback ? "; default " : "",
-                p.fallback);
+    std::printf("  %s=  %s\n      %s%s%s\n", p.name.c_str(), p.meaning.c_str(), p.values.c_str(),
+                p.fallback.empty() ? "" : "; default ", p.fallback.c_str());
   }
-  std::printf("\nDepth     %s\n", DepthText(operation.depth));
-  std::printf("Channels  %s\n", ChannelText(operation));
-  std::printf("Reach     %s\n", ReachText(operation));
-  std::printf("\nExample\n  zel photo.jpg -o better.jpg %s %s\n", operation.name, operation.examples[1]);
-}
-
-std::string Brief(const Parameter& p) {
-  std::string text = p.name;
-  if (*p.fallback) text += std::string("=") + p.fallback;
-  return text;
+  std::printf("\nDepth     %s\nChannels  %s\nReach     %s\n\nExamples\n", operation.depth.c_str(),
+              operation.channels.c_str(), operation.reach.c_str());
+  for (const std::string& example : operation.examples) {
+    std::printf("  zel photo.jpg -o better.jpg %s %s\n", operation.name.c_str(), example.c_str());
+  }
 }
 
 }  // namespace
 
 int ListOperations(int argc, char** argv) {
   CLI::App app("Lists the operations with their parameters and defaults.");
+  bool json = false;
+  app.add_flag("--json", json, "the whole table for programs");
   return Parse(&app, argc, argv, [&] {
+    if (json) {
+      std::fputs(ZelChain_Table(), stdout);
+      return kAllDone;
+    }
     std::string group;
     for (const Operation& operation : Operations()) {
       if (group != operation.group) {
-        std::printf("%s%s\n", group.empty() ? "" : "\n", operation.group);
+        std::printf("%s%s\n", group.empty() ? "" : "\n", operation.group.c_str());
         group = operation.group;
       }
-      std::printf("  %-22s %s\n", operation.name, operation.purpose);
+      std::printf("  %-22s %s\n", operation.name.c_str(), operation.purpose.c_str());
       if (operation.parameters.size() > 8) {
-        std::printf("  %-22s   %zu parameters: zel help %s\n", "", operation.parameters.size(), operation.name);
+        std::printf("  %-22s   %zu parameters: zel help %s\n", "", operation.parameters.size(), operation.name.c_str());
         continue;
       }
       for (const Parameter& p : operation.parameters) {
-        if (p.kind == Kind::Rect || p.kind == Kind::Point) {
-          std::printf("  %-22s   %-14s %s\n", "", p.name, p.meaning);
-        } else {
-          std::printf("  %-22s   %-14s %s\n", "", Brief(p).c_str(), RangeText(p).c_str());
-        }
+        const bool place = p.type == "rect" || p.type == "point";
+        const std::string brief = p.name + (p.fallback.empty() ? "" : "=" + p.fallback);
+        std::printf("  %-22s   %-14s %s\n", "", brief.c_str(), (place ? p.meaning : p.values).c_str());
       }
     }
     std::printf("\nzel help OPERATION explains one.\n");

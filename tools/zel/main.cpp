@@ -21,7 +21,7 @@ const std::vector<Command>& Commands() {
       {"skin-sliders", "says where the sliders of skin-tone stand", SkinSliders},
       {"docs", "writes a page with pictures for every operation", Docs},
       {"man", "prints the manual page", Manual},
-      {"completion", "prints the completion for bash", Completion},
+      {"completion", "prints the completion for bash, zsh or fish", Completion},
   };
   return commands;
 }

@@ -1,467 +1,51 @@
 #include "operations.h"
 
+#include <nlohmann/json.hpp>
+
+#include "zel_chain.h"
+
 namespace tool {
 namespace {
 
-Parameter Integer(const char* name, int least, int most, const char* fallback, const char* unit, const char* meaning) {
-  return {name, Kind::Integer, double(least), double(most), fallback, unit, meaning, {}};
+using nlohmann::json;
+
+Parameter ToParameter(const json& from) {
+  Parameter parameter{from["name"], from["type"], from["meaning"], from["values"], "", {}};
+  const json& fallback = from["default"];
+  if (!fallback.is_null()) parameter.fallback = fallback.is_string() ? fallback.get<std::string>() : fallback.dump();
+  if (from.contains("choices")) from["choices"].get_to(parameter.choices);
+  return parameter;
 }
 
-Parameter Strength(const char* fallback, const char* meaning, int least = 0) {
-  return Integer("strength", least, 100, fallback, "per cent", meaning);
-}
-
-Parameter Choice(const char* name, const char* fallback, std::vector<const char*> choices, const char* meaning) {
-  return {name, Kind::Choice, 0, 0, fallback, "", meaning, std::move(choices)};
-}
-
-Parameter Where(const char* meaning = "only this part of the picture changes") {
-  return {"rect", Kind::Rect, 0, 0, "", "", meaning, {}};
-}
-
-Parameter At(const char* meaning) {
-  return {"at", Kind::Point, 0, 0, "", "", meaning, {}};
-}
-
-using ToneTool = int32_t (*)(const ImageDesc*, const ImageDesc*, const ZelPoint*, int32_t, const ZelRect*, uint32_t);
-
-template <ToneTool kTool>
-int32_t RunRegion(const ImageDesc* image, const Settings& s) {
-  return kTool(image, image, s.Point(), s.Int("amount"), s.Rect(), 0);
-}
-
-// Sky, foliage and skin: the same two tools for each, with their own words.
-Operation RegionColour(const char* name, const char* purpose, const char* at, const char* middle,
-                       int32_t (*run)(const ImageDesc*, const Settings&)) {
-  return {
-      name,
-      "selective",
-      purpose,
-      "Without a point every pixel of the usual hue counts. When the pixel at the point does not look like the thing, "
-      "nothing changes.",
-      {"amount=25", middle, "amount=100"},
-      Depth::Eight,
-      false,
-      Reach::Mask,
-      true,
-      {Integer("amount", 0, 100, "50", "per cent", "how much more colour"), At(at), Where()},
-      run};
-}
-
-Operation RegionTone(const char* name, const char* purpose, const char* at, std::array<const char*, 3> examples,
-                     int32_t (*run)(const ImageDesc*, const Settings&)) {
-  return {name,     "selective",
-          purpose,  "The point is needed. When the pixel there does not look like the thing, nothing changes.",
-          examples, Depth::Eight,
-          false,    Reach::Mask,
-          true,     {Integer("amount", 0, 100, "50", "per cent", "how much brighter"), At(at), Where()},
-          run};
-}
-
-std::vector<Parameter> RangeParameters() {
-  static const char* const kHues[7] = {"hue",      "red-hue",  "yellow-hue", "green-hue",
-                                       "cyan-hue", "blue-hue", "magenta-hue"};
-  static const char* const kSaturations[7] = {"saturation",        "red-saturation",  "yellow-saturation",
-                                              "green-saturation",  "cyan-saturation", "blue-saturation",
-                                              "magenta-saturation"};
-  std::vector<Parameter> parameters;
-  for (int i = 0; i < 7; ++i) {
-    const int turn = i == 0 ? 180 : 60;
-    parameters.push_back(Integer(kHues[i], -turn, turn, "0", "degrees", "turn of the hues"));
-    parameters.push_back(Integer(kSaturations[i], -100, 100, "0", "per cent", "change of the saturation"));
-  }
-  parameters.push_back(Where());
-  return parameters;
-}
-
-int32_t RunHueSaturationRanges(const ImageDesc* image, const Settings& s) {
-  const std::vector<Parameter> parameters = RangeParameters();
-  int32_t hues[7], saturations[7];
-  for (int i = 0; i < 7; ++i) {
-    hues[i] = s.Int(parameters[2 * i].name);
-    saturations[i] = s.Int(parameters[2 * i + 1].name);
-  }
-  return ZelBasicToolFunc_HueSaturationPro(image, image, hues, saturations, s.Rect());
-}
-
-int32_t RunSkinTone(const ImageDesc* image, const Settings& s) {
-  int32_t lightness, blue, red;
-  const int32_t result = ZelTavoraFunc_GetSkinToneInitialPercentages(image, 0, s.Point(), &lightness, &blue, &red);
-  if (result != ZEL_OK) return result;
-  if (s.Given("lightness")) lightness = s.Int("lightness");
-  if (s.Given("blue")) blue = s.Int("blue");
-  if (s.Given("red")) red = s.Int("red");
-  return ZelTavoraFunc_SkinTone(image, image, 1, s.Point(), lightness, blue, red, s.Rect());
-}
-
-std::vector<Operation> Tone() {
-  return {
-      {"contrast",
-       "tone",
-       "Sets contrast and brightness by hand.",
-       "Contrast turns the curve about mid-grey; brightness shifts it.",
-       {"contrast=15", "contrast=30 brightness=5", "contrast=60 brightness=10"},
-       Depth::Sixteen,
-       true,
-       Reach::Curve,
-       false,
-       {Integer("contrast", -100, 100, "0", "per cent", "steeper above 0, flatter below; 100 is nearly a threshold"),
-        Integer("brightness", -100, 100, "0", "per cent", "lighter above 0, darker below"), Where()},
-       [](const ImageDesc* i, const Settings& s) {
-         return ZelBasicToolFunc_ContrastBrightness(i, i, s.Int("contrast"), s.Int("brightness"), s.Rect());
-       }},
-      {"smart-contrast",
-       "tone",
-       "Stretches the tones so that the darkest parts become black and the brightest white.",
-       "All channels alike, so colours keep their balance.",
-       {"strength=30", "strength=60", "strength=85"},
-       Depth::Steps,
-       true,
-       Reach::Curve,
-       true,
-       {Strength("50", "50 is the full stretch to the measured points, 100 a hard, poster-like contrast"), Where()},
-       [](const ImageDesc* i, const Settings& s) {
-         return ZelTavoraFunc_SmartContrast(i, i, 0, s.Int("strength"), s.Rect());
-       }},
-      {"tone",
-       "tone",
-       "Finds the tone curve that the photograph needs.",
-       "",
-       {"strength=30", "strength=60", "style=brighten strength=60"},
-       Depth::Eight,
-       false,
-       Reach::Curve,
-       true,
-       {Strength("50", "how far to go"),
-        Choice(
-            "style", "auto", {"auto", "light", "normal", "equalise", "dark", "shadows", "brighten"},
-            "auto chooses by the exposure; light deepens light pictures; normal and equalise spread the tones; dark "
-            "stretches the levels and sets a gamma by the strength; shadows equalises by half and opens the shadows; "
-            "brighten stretches, brightens and raises the contrast"),
-        Choice("gentle", "no", {"no", "yes"}, "yes takes three quarters of the strength"), Where()},
-       [](const ImageDesc* i, const Settings& s) {
-         return ZelTavoraFunc_ToneEnhancement(i, i, s.Int("gentle"), s.Int("style"), s.Int("strength"), s.Rect());
-       }},
-      {"gamma",
-       "tone",
-       "Brightens or darkens the mid-tones.",
-       "One value, or one each for red, green and blue.",
-       {"gamma=1.2", "gamma=1.5", "gamma=2.2"},
-       Depth::Sixteen,
-       true,
-       Reach::Curve,
-       false,
-       {{"gamma", Kind::RealTriple, 0.01, 10, "1", "", "above 1 brightens, below 1 darkens", {}}, Where()},
-       [](const ImageDesc* i, const Settings& s) {
-         return ZelBasicToolFunc_Gamma(i, i, s.Reals("gamma").data(), s.Rect());
-       }},
-      {"levels",
-       "tone",
-       "Sets the black point and the white point.",
-       "One value, or one each for red, green and blue. Points that meet or cross give a hard step.",
-       {"shadow=10 highlight=245", "shadow=25 highlight=225", "shadow=50 highlight=200"},
-       Depth::Sixteen,
-       true,
-       Reach::Curve,
-       false,
-       {{"highlight", Kind::Triple, 0, 255, "255", "", "input that becomes white", {}},
-        {"shadow", Kind::Triple, 0, 255, "0", "", "input that becomes black", {}},
-        Where()},
-       [](const ImageDesc* i, const Settings& s) {
-         return ZelBasicToolFunc_HighlightShadow(i, i, s.Triple("highlight").data(), s.Triple("shadow").data(),
-                                                 s.Rect());
-       }},
-      {"aged-photo",
-       "tone",
-       "Restores a faded, yellowed photograph.",
-       "Contrast and balance come back through one curve per channel, measured on the whole picture.",
-       {"strength=25", "strength=50", "strength=100"},
-       Depth::Steps,
-       true,
-       Reach::Curve,
-       true,
-       {Strength("50", "how far to go"),
-        Choice("gentle", "no", {"no", "yes"}, "yes takes three quarters of the strength"), Where()},
-       [](const ImageDesc* i, const Settings& s) {
-         return ZelTavoraFunc_AgedPhotoRecovered(i, i, s.Int("gentle"), s.Int("strength"), s.Rect());
-       }},
-  };
-}
-
-std::vector<Operation> Colour() {
-  return {
-      {"temperature",
-       "colour",
-       "Makes the picture warmer or cooler.",
-       "",
-       {"temperature=-25", "temperature=-50", "temperature=50"},
-       Depth::Steps,
-       false,
-       Reach::Curve,
-       false,
-       {Integer("temperature", -100, 100, "0", "", "-100 warmest (as if lit at 4500 K), 100 coolest (9000 K)"),
-        Where()},
-       [](const ImageDesc* i, const Settings& s) {
-         return ZelBasicToolFunc_ColorTemperature(i, i, s.Int("temperature"), s.Rect());
-       }},
-      {"temperature-level",
-       "colour",
-       "Colour temperature on a scale from 0 to 100.",
-       "The same as temperature with 2 x level - 100.",
-       {"level=60", "level=35", "level=85"},
-       Depth::Steps,
-       false,
-       Reach::Curve,
-       false,
-       {Integer("level", 0, 100, "50", "", "0 warmest, 50 unchanged, 100 coolest"), Where()},
-       [](const ImageDesc* i, const Settings& s) {
-         return ZelTavoraFunc_ColorTemperature(i, i, 0, s.Int("level"), s.Rect(), 0);
-       }},
-      {"hue-saturation",
-       "colour",
-       "Turns all hues and changes the saturation.",
-       "",
-       {"saturation=20", "saturation=40", "hue=60 saturation=10"},
-       Depth::Steps,
-       false,
-       Reach::Lattice,
-       false,
-       {Integer("hue", -180, 180, "0", "degrees", "turn of all hues"),
-        Integer("saturation", -100, 100, "0", "per cent", "-100 is grey, 100 doubles"), Where()},
-       [](const ImageDesc* i, const Settings& s) {
-         return ZelBasicToolFunc_HueSaturation(i, i, s.Int("hue"), s.Int("saturation"), s.Rect());
-       }},
-      {"hue-saturation-ranges",
-       "colour",
-       "Hue and saturation for the whole picture and for six ranges of colour.",
-       "Neighbouring ranges blend.",
-       {"green-saturation=30", "blue-saturation=50 red-saturation=-30", "green-hue=-40 green-saturation=40"},
-       Depth::Steps,
-       false,
-       Reach::Lattice,
-       false,
-       RangeParameters(),
-       RunHueSaturationRanges},
-      {"colorful",
-       "colour",
-       "Makes colours richer, led by the most colourful pixel.",
-       "Style skin runs on an 8-bit copy of 16-bit photographs.",
-       {"strength=25", "strength=50", "strength=100"},
-       Depth::Eight,
-       false,
-       Reach::Lattice,
-       true,
-       {Strength("50", "how far to go"),
-        Choice("style", "all", {"all", "skin"},
-               "skin confines the effect to reddish hues; others only gain saturation"),
-        Where()},
-       [](const ImageDesc* i, const Settings& s) {
-         return ZelTavoraFunc_Colorful(i, i, s.Int("style"), s.Int("strength"), s.Rect());
-       }},
-      {"color-cast",
-       "colour",
-       "Finds the tint of the brightest areas and moves it towards grey.",
-       "A photograph without a recognisable cast stays as it is.",
-       {"strength=30", "strength=60", "strength=100"},
-       Depth::Eight,
-       false,
-       Reach::Curve,
-       true,
-       {Strength("50", "100 is neutral"), Where()},
-       [](const ImageDesc* i, const Settings& s) {
-         return ZelTavoraFunc_ColorCast(i, i, 0, s.Int("strength"), s.Rect());
-       }},
-      {"color-correct",
-       "colour",
-       "Removes a colour cast of a known colour from the whole picture.",
-       "",
-       {"color=auto strength=50", "color=yellow strength=60", "color=red strength=100"},
-       Depth::Eight,
-       false,
-       Reach::Curve,
-       true,
-       {Choice("color", "auto", {"auto", "red", "yellow", "green", "cyan", "blue", "magenta"},
-               "the colour of the cast"),
-        Strength("50", "100 is neutral")},
-       [](const ImageDesc* i, const Settings& s) {
-         return ZelBasicToolFunc_ColorCorrect(i, i, s.Int("color"), s.Int("strength"));
-       }},
-      {"cast-manual",
-       "colour",
-       "Removes a colour cast by example: the mean colour of the rectangle becomes grey.",
-       "The whole picture follows. Mark something that ought to be grey or white.",
-       {"strength=50 rect=76.5%,83%,79.5%,91%", "strength=100 rect=76.5%,83%,79.5%,91%", "strength=100"},
-       Depth::Eight,
-       false,
-       Reach::Curve,
-       true,
-       {Strength("100", "100 is neutral"), Where("the area that ought to be grey; left out: the whole picture")},
-       [](const ImageDesc* i, const Settings& s) {
-         return ZelBasicToolFunc_ColorCastManual(i, i, s.Int("strength"), s.Rect());
-       }},
-      {"light-correct",
-       "colour",
-       "Takes out the colour of the light.",
-       "The light is estimated from the bright, nearly neutral areas; without such evidence nothing changes.",
-       {"strength=30", "strength=60", "strength=100"},
-       Depth::Steps,
-       false,
-       Reach::Curve,
-       true,
-       {Strength("50", "100 takes it out entirely")},
-       [](const ImageDesc* i, const Settings& s) { return ZelBasicToolFunc_LightCorrect(i, i, s.Int("strength")); }},
-  };
-}
-
-std::vector<Operation> Selective() {
-  return {
-      RegionColour("foliage-colorful", "Makes leaves and grass more colourful.", "a pixel of the foliage", "amount=60",
-                   RunRegion<ZelBasicToolFunc_FoliageColorful>),
-      RegionTone("foliage-tone", "Brightens leaves and grass around a chosen colour.", "a pixel of the foliage",
-                 {"amount=30 at=10%,68%", "amount=60 at=10%,68%", "amount=100 at=10%,68%"},
-                 RunRegion<ZelBasicToolFunc_FoliageTone>),
-      RegionColour("sky-colorful", "Makes the sky more colourful.", "a pixel of the sky", "amount=60",
-                   RunRegion<ZelBasicToolFunc_SkyColorful>),
-      RegionTone("sky-tone", "Brightens the sky around a chosen colour.", "a pixel of the sky",
-                 {"amount=30 at=20%,6%", "amount=60 at=20%,6%", "amount=100 at=20%,6%"},
-                 RunRegion<ZelBasicToolFunc_SkyTone>),
-      RegionColour("skin-colorful", "Makes skin more colourful.", "a pixel of the skin", "amount=60",
-                   RunRegion<ZelBasicToolFunc_SkinColorful>),
-      {"skin-flash",
-       "skin",
-       "Fill flash on skin: brightens skin-coloured areas.",
-       "Without a point all skin-like hues count. When the pixel at the point does not look like skin, nothing "
-       "changes.",
-       {"strength=25", "strength=60", "strength=100"},
-       Depth::Eight,
-       false,
-       Reach::Mask,
-       true,
-       {Strength("50", "how much brighter"),
-        Choice("gentle", "no", {"no", "yes"}, "yes takes three quarters around a point"), At("a pixel of the skin"),
-        Where()},
-       [](const ImageDesc* i, const Settings& s) {
-         return ZelTavoraFunc_SkinFlash(i, i, 1 + s.Int("gentle"), s.Point(), s.Int("strength"), s.Rect(), 0);
-       }},
-      {"skin-clear",
-       "skin",
-       "Smooths skin and lifts its contrast a little.",
-       "Edges and everything that is not skin stay. Without a point all skin-like hues count.",
-       {"level=25", "level=60", "level=100"},
-       Depth::Eight,
-       false,
-       Reach::Mask,
-       true,
-       {Integer("level", 0, 100, "50", "per cent", "how smooth"),
-        Choice("gentle", "no", {"no", "yes"}, "yes has less effect up to level 50"), At("a pixel of the skin"),
-        Where()},
-       [](const ImageDesc* i, const Settings& s) {
-         return ZelTavoraFunc_SkinClear(i, i, 1 + s.Int("gentle"), s.Point(), s.Int("level"), s.Rect());
-       }},
-      {"skin-tone",
-       "skin",
-       "Moves the colour of skin to the one that three sliders describe.",
-       "A slider left out stays where the skin already is: see zel skin-sliders.",
-       {"lightness=60", "lightness=65 red=20", "lightness=70 red=30 blue=60"},
-       Depth::Eight,
-       false,
-       Reach::Mask,
-       true,
-       {Integer("lightness", 0, 100, "", "per cent", "darker to lighter"),
-        Integer("blue", 0, 100, "", "per cent", "yellow to blue"),
-        Integer("red", 0, 100, "", "per cent", "green to red"),
-        At("a pixel of the skin to change; left out: all skin-like hues"), Where()},
-       RunSkinTone},
-  };
-}
-
-std::vector<Operation> Detail() {
-  return {
-      {"denoise",
-       "detail",
-       "Takes out noise and keeps edges.",
-       "The whole picture is always treated.",
-       {"strength=20", "strength=40", "strength=80"},
-       Depth::Eight,
-       false,
-       Reach::Neighbours,
-       true,
-       {Strength("30", "0 keeps everything")},
-       [](const ImageDesc* i, const Settings& s) {
-         return ZelBasicToolFunc_DeNoise(i, i, static_cast<uint32_t>(s.Int("strength")), nullptr);
-       }},
-      {"vivid",
-       "detail",
-       "Crisper detail.",
-       "",
-       {"strength=25", "strength=50", "strength=100"},
-       Depth::Eight,
-       false,
-       Reach::Neighbours,
-       true,
-       {Strength("50", "how crisp"),
-        Choice("style", "plain", {"plain", "detail", "gentle"},
-               "detail and gentle sharpen only fine dark detail up to strength 30 and 40, and everything above"),
-        Where()},
-       [](const ImageDesc* i, const Settings& s) {
-         return ZelTavoraFunc_Vivid(i, i, s.Int("style"), s.Int("strength"), s.Rect());
-       }},
-      {"sharpen",
-       "detail",
-       "Sharpens with a 3 x 3 kernel.",
-       "Odd amounts brighten flat areas by about 2 per cent.",
-       {"amount=20", "amount=40", "amount=80"},
-       Depth::Eight,
-       true,
-       Reach::Neighbours,
-       false,
-       {Integer("amount", 0, 100, "40", "per cent", "50 is moderate, 100 strong"), Where()},
-       [](const ImageDesc* i, const Settings& s) { return ZelBasicToolFunc_Sharpen(i, i, s.Int("amount"), s.Rect()); }},
-      {"blur",
-       "detail",
-       "Gaussian blur.",
-       "Radii below about 0.3 change nothing.",
-       {"radius=1", "radius=3", "radius=10"},
-       Depth::Sixteen,
-       true,
-       Reach::Neighbours,
-       false,
-       {{"radius", Kind::Real, 0, 100, "2", "pixels", "standard deviation; the kernel reaches at most 60 pixels", {}},
-        Where()},
-       [](const ImageDesc* i, const Settings& s) {
-         return ZelBasicToolFunc_GaussianBlur(i, i, static_cast<float>(s.Number("radius")), s.Rect());
-       }},
-      {"unsharp",
-       "detail",
-       "Unsharp mask: adds the difference to a blurred copy.",
-       "16-bit photographs get the strength of 8-bit ones.",
-       {"amount=50", "amount=100 radius=1.5", "amount=200 radius=2"},
-       Depth::Eight,
-       true,
-       Reach::Neighbours,
-       false,
-       {Integer("amount", 0, 500, "100", "per cent", "100 adds the difference once"),
-        {"radius", Kind::Real, 0.1, 10, "1", "pixels", "standard deviation of the blur", {}},
-        Integer("threshold", 0, 255, "0", "levels", "differences up to it are left alone"),
-        Where()},
-       [](const ImageDesc* i, const Settings& s) {
-         return ZelBasicToolFunc_UnsharpMask(i, i, s.Int("amount"), static_cast<float>(s.Number("radius")),
-                                             static_cast<uint32_t>(s.Int("threshold")), s.Rect());
-       }},
-  };
+Operation ToOperation(const json& from) {
+  Operation operation{from["name"],      from["group"],        from["purpose"],  from["more"],     from["depthText"],
+                      from["reachText"], from["channelsText"], from["examples"], from["measures"], {}};
+  for (const json& parameter : from["parameters"]) operation.parameters.push_back(ToParameter(parameter));
+  return operation;
 }
 
 }  // namespace
 
 const std::vector<Operation>& Operations() {
-  static const std::vector<Operation> all = [] {
-    std::vector<Operation> list;
-    for (std::vector<Operation> group : {Tone(), Colour(), Selective(), Detail()}) {
-      list.insert(list.end(), group.begin(), group.end());
-    }
-    return list;
+  static const std::vector<Operation> operations = [] {
+    std::vector<Operation> all;
+    const json table = json::parse(ZelChain_Table());
+    for (const json& operation : table["operations"]) all.push_back(ToOperation(operation));
+    return all;
   }();
-  return all;
+  return operations;
+}
+
+const Operation* FindOperation(const std::string& name) {
+  const int32_t index = ZelChain_Find(name.c_str());
+  return index < 0 ? nullptr : &Operations()[static_cast<size_t>(index)];
+}
+
+std::string Nearest(const std::string& name, const std::vector<std::string>& names) {
+  std::vector<const char*> texts;
+  for (const std::string& text : names) texts.push_back(text.c_str());
+  const int32_t index = ZelChain_Nearest(name.c_str(), texts.data(), texts.size());
+  return index < 0 ? "" : names[static_cast<size_t>(index)];
 }
 
 }  // namespace tool

@@ -8,10 +8,7 @@
 
 namespace tool {
 
-// Throws UsageError for text that is no recipe, an unknown key (it lists the valid ones) or a value out of range.
-Chain ParseRecipe(const std::string& text);
-std::string RecipeText(const Chain& chain);
-
+// Throws UsageError for text that is no recipe, an unknown key or a value out of range.
 Chain ReadRecipe(const std::string& path);
 void SaveRecipe(const Chain& chain, const std::string& path, bool overwrite);
 
