@@ -8,7 +8,7 @@
 #include <functional>
 #include <map>
 
-#include "../../chain/text.h"
+#include "chain/text.h"
 #include "driver/picture.h"
 #include "zel_chain.h"
 
