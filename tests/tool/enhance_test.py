@@ -193,9 +193,9 @@ class HostileFiles(ToolTest):
         os.mkdir(self.path("folder.png"))
         before = self.names()
         for name, message in {
-            "none.png": "No such file", "empty.png": "is empty", "text.jpg": "is not a PNG", "cut.png": "is damaged",
+            "none.png": "No such file", "empty.png": "is empty", "text.jpg": "is plain text document", "cut.png": "is damaged",
             "cut.jpg": "is damaged", "cut.ppm": "is damaged", "bomb.ppm": "more than the limit of 300.0",
-            "gif.png": "is not a PNG", "vector.png": "is not a PNG", "folder.png": "is a folder"}.items():
+            "gif.png": "is GIF image, not a PNG", "vector.png": "is SVG image", "folder.png": "is a folder"}.items():
             self.refuses(3, message, name, "-o", "out.png", "contrast")
         self.zel("bomb.png", "-o", "out.png", "contrast", code=3)
         self.refuses(3, "more than the limit", "good.png", "-o", "out.png", "--max-pixels", "20k", "contrast")
@@ -224,7 +224,7 @@ class HostileFiles(ToolTest):
     def test_standard_input_and_output(self):
         out, _ = self.zel("-", "-o", "-", "--format", "ppm", "gamma", stdin=GRADIENT)
         self.assertEqual(samples(out), samples(GRADIENT))
-        self.refuses(3, "is not a PNG", "-", "-o", "-", "--format", "ppm", "gamma", stdin=b"")
+        self.refuses(3, "is empty document, not a PNG", "-", "-o", "-", "--format", "ppm", "gamma", stdin=b"")
 
 
 class Reference(ToolTest):

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <condition_variable>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -17,7 +18,9 @@
 #include <thread>
 
 #include "failure.h"
+#include "files.h"
 #include "journal.h"
+#include "profile.h"
 
 namespace tool {
 namespace {
@@ -49,39 +52,84 @@ double Seconds(Clock::time_point from) {
   return std::chrono::duration<double>(Clock::now() - from).count();
 }
 
+std::string JsonText(const json& j) {
+  return j.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+// Decoded pictures of all photographs in work stay within half of the memory; one alone may be as large as it is.
+class Memory {
+ public:
+  class Share {
+   public:
+    explicit Share(Memory* memory) : memory_(memory) {}
+    ~Share() { memory_->Give(bytes_); }
+    void Take(double bytes) {
+      memory_->Wait(bytes);
+      bytes_ = bytes;
+    }
+
+   private:
+    Memory* memory_;
+    double bytes_ = 0;
+  };
+
+ private:
+  void Wait(double bytes) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [&] { return used_ == 0 || used_ + bytes <= limit_; });
+    used_ += bytes;
+  }
+  void Give(double bytes) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    used_ -= bytes;
+    changed_.notify_all();
+  }
+
+  double used_ = 0;
+  double limit_ = 0.5 * static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
+  std::mutex mutex_;
+  std::condition_variable changed_;
+};
+
+enum class Result { Done, Skipped, NoPicture, Failed };
+
 // Everything a person or a program sees of a running batch.
 class Reporter {
  public:
-  Reporter(const BatchOptions& options, const Work& work, size_t total)
-      : json_(options.json),
-        toStderr_(options.output == "-"),
-        total_(total),
+  Reporter(const BatchOptions& options, const Work& work, const Plan& plan)
+      : options_(options),
+        total_(plan.jobs.size()),
+        noPictures_(plan.skipped),
         operations_(json::parse(work.operations)) {
-    bar_ = isatty(STDERR_FILENO) && !json_ && total > 1;
+    bar_ = isatty(STDERR_FILENO) && !options.json && total_ > 1;
   }
 
-  void Finish(const Job& job, const char* result, const std::string& error, const std::vector<std::string>& notes,
-              double seconds) {
+  void Finish(const Job& job, Result result, const std::string& error, const Told& told, double seconds) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    ++finished_;
+    ++counts_[static_cast<int>(result)];
     if (bar_) std::fprintf(stderr, "\r\033[K");
-    if (!error.empty()) {
-      ++failed_;
-      std::fprintf(stderr, "zel: %s: %s\n", job.input.c_str(), error.c_str());
+    if (result == Result::Failed) std::fprintf(stderr, "zel: %s: %s\n", job.input.c_str(), error.c_str());
+    if (options_.verbose && !told.choices.empty()) {
+      std::fprintf(stderr, "zel: %s: auto chose %s\n", job.input.c_str(),
+                   told.chain.empty() ? "nothing" : told.chain.c_str());
+      for (const std::string& choice : told.choices) std::fprintf(stderr, "zel:   %s\n", choice.c_str());
     }
-    for (const std::string& note : notes) {
-      if (said_.insert(note).second) std::fprintf(stderr, "zel: note: %s: %s\n", job.input.c_str(), note.c_str());
+    for (const std::string& note : told.notes) {
+      if (options_.verbose || said_.insert(note).second) {
+        std::fprintf(stderr, "zel: note: %s: %s\n", job.input.c_str(), note.c_str());
+      }
     }
-    if (json_) {
+    if (options_.json) {
+      static const char* const kNames[] = {"done", "skipped", "no picture", "failed"};
       json line = {{"input", job.input},
                    {"output", job.output},
                    {"operations", operations_},
-                   {"result", result},
+                   {"result", kNames[static_cast<int>(result)]},
                    {"seconds", seconds}};
       if (!error.empty()) line["error"] = error;
-      if (!notes.empty()) line["notes"] = notes;
-      std::fprintf(toStderr_ ? stderr : stdout, "%s\n",
-                   line.dump(-1, ' ', false, json::error_handler_t::replace).c_str());
+      if (!told.notes.empty()) line["notes"] = told.notes;
+      if (!told.choices.empty()) line["chosen"] = {{"operations", told.chain}, {"because", told.choices}};
+      std::fprintf(options_.plan.output == "-" ? stderr : stdout, "%s\n", JsonText(line).c_str());
       std::fflush(stdout);
     }
     if (bar_) Draw();
@@ -89,25 +137,36 @@ class Reporter {
 
   void End() {
     if (bar_) std::fprintf(stderr, "\r\033[K");
+    const size_t noPictures = noPictures_ + Count(Result::NoPicture);
+    if (total_ > 1) {
+      std::string text = std::to_string(Count(Result::Done)) + " done";
+      if (Count(Result::Skipped) > 0) text += ", " + std::to_string(Count(Result::Skipped)) + " done before";
+      if (Count(Result::Failed) > 0) text += ", " + std::to_string(Count(Result::Failed)) + " failed";
+      if (noPictures > 0) text += ", " + std::to_string(noPictures) + " no pictures";
+      std::fprintf(stderr, "zel: %s in %.1f s\n", text.c_str(), Seconds(start_));
+    } else if (noPictures > 0) {
+      std::fprintf(stderr, "zel: %zu files are no pictures\n", noPictures);
+    }
   }
-  size_t finished() const { return finished_; }
-  size_t failed() const { return failed_; }
+  size_t Count(Result result) const { return counts_[static_cast<int>(result)]; }
+  size_t Finished() const { return counts_[0] + counts_[1] + counts_[2] + counts_[3]; }
 
  private:
   void Draw() {
     const double elapsed = Seconds(start_);
-    const double rate = static_cast<double>(finished_) / (elapsed > 0 ? elapsed : 1);
-    const auto left = static_cast<long>(static_cast<double>(total_ - finished_) / rate);
+    const double rate = static_cast<double>(Finished()) / (elapsed > 0 ? elapsed : 1);
+    const auto left = static_cast<long>(static_cast<double>(total_ - Finished()) / rate);
     char bar[31];
-    for (size_t i = 0; i < 30; ++i) bar[i] = i * total_ < finished_ * 30 ? '#' : '.';
+    for (size_t i = 0; i < 30; ++i) bar[i] = i * total_ < Finished() * 30 ? '#' : '.';
     bar[30] = 0;
-    std::fprintf(stderr, "\r[%s] %zu of %zu  %.1f/s  %ld:%02ld left", bar, finished_, total_, rate, left / 60,
+    std::fprintf(stderr, "\r[%s] %zu of %zu  %.1f/s  %ld:%02ld left", bar, Finished(), total_, rate, left / 60,
                  left % 60);
     std::fflush(stderr);
   }
 
-  bool json_, toStderr_, bar_;
-  size_t total_, finished_ = 0, failed_ = 0;
+  const BatchOptions& options_;
+  bool bar_;
+  size_t total_, noPictures_, counts_[4] = {};
   json operations_;
   Clock::time_point start_ = Clock::now();
   std::set<std::string> said_;
@@ -122,6 +181,9 @@ bool SameFile(const std::string& a, const std::string& b) {
 // What can be known before the work: spares a long computation for a result that may not be stored.
 void CheckJob(const Job& job, const BatchOptions& options) {
   struct stat status;
+  if (job.input != "-" && std::filesystem::is_directory(job.input)) {
+    throw Failure("is a folder; --recursive takes the photographs in it");
+  }
   if (job.input != "-" && access(job.input.c_str(), R_OK) != 0) {
     throw Failure(std::string("cannot be read: ") + std::strerror(errno));
   }
@@ -132,107 +194,159 @@ void CheckJob(const Job& job, const BatchOptions& options) {
   }
 }
 
-void RunJob(const Job& job, const Work& work, const std::string& text, const BatchOptions& options, Journal* journal,
-            std::vector<std::string>* notes) {
-  CheckJob(job, options);
-  Photo photo = ReadPhoto(job.input, options.limits);
-  work.run(&photo, notes, StopIfAsked);
-  StopIfAsked();
-  const std::vector<uint8_t> bytes = EncodePhoto(std::move(photo), job.format, options.write, notes);
-  StopIfAsked();
+void MakeFolder(const std::filesystem::path& folder) {
+  std::error_code error;
+  if (!folder.empty()) std::filesystem::create_directories(folder, error);
+}
+
+void Write(const VImage& photo, const Job& job, const std::string& key, const BatchOptions& options, Journal* journal,
+           std::vector<std::string>* notes) {
   try {
-    if (job.output != "-") {
-      const auto parent = std::filesystem::path(job.output).parent_path();
-      std::error_code error;
-      if (!parent.empty()) std::filesystem::create_directories(parent, error);
-    }
-    if (journal) journal->Add(job.input, job.output, text, bytes);
-    WriteFile(job.output, bytes.data(), bytes.size(), options.overwrite);
+    if (job.output != "-") MakeFolder(std::filesystem::path(job.output).parent_path());
+    NewFile file(job.output, options.overwrite);
+    EncodePhoto(photo, job.format, options.write, file.fd(), notes);
+    StopIfAsked();
+    if (options.keepTime) file.TakeTimes(job.input);
+    if (journal) journal->Add(job.input, job.output, key, file.fd());
+    file.Publish();
   } catch (const Failure& failure) {
     throw Failure(job.output + " " + failure.what());
   }
 }
 
-int DryRun(const std::vector<Job>& jobs, const std::string& text, const BatchOptions& options) {
-  size_t failed = 0;
-  for (const Job& job : jobs) {
-    try {
-      CheckJob(job, options);
-      std::printf("%s -> %s: %s\n", job.input.c_str(), job.output.c_str(), text.c_str());
-    } catch (const Failure& failure) {
-      ++failed;
-      std::fprintf(stderr, "zel: %s: %s\n", job.input.c_str(), failure.what());
-    }
+void RunJob(const Job& job, const Work& work, const std::string& key, const BatchOptions& options, Journal* journal,
+            Memory* memory, Told* told) {
+  CheckJob(job, options);
+  Memory::Share share(memory);
+  ReadOptions read = options.read;
+  read.toSrgb = options.toSrgb;
+  read.reserve = [&](double bytes) { share.Take(bytes); };
+  VImage photo = ReadPhoto(job.input, read, &told->notes);
+  const std::string profile = OtherProfile(photo);
+  if (!profile.empty()) {
+    told->notes.push_back("operations ran on the encoded values of its colour profile, " + profile +
+                          "; --working srgb converts it first");
   }
-  return failed == 0 ? kAllDone : failed == jobs.size() ? kNothingDone : kSomeFailed;
+  work.run(&photo, told, StopIfAsked);
+  StopIfAsked();
+  Write(photo, job, key, options, journal, &told->notes);
 }
 
-std::string JournalPath(const BatchOptions& options, const std::vector<Job>& jobs) {
-  if (!options.journal.empty()) return options.journal;
-  const std::filesystem::path parent = std::filesystem::path(jobs[0].output).parent_path();
-  std::error_code error;
-  if (!parent.empty()) std::filesystem::create_directories(parent, error);
-  return (parent / ".zel-journal").string();
+int DryRun(const Plan& plan, const Work& work, const BatchOptions& options) {
+  size_t failed = 0;
+  for (const Job& job : plan.jobs) {
+    json line = {{"input", job.input}, {"output", job.output}, {"operations", json::parse(work.operations)}};
+    try {
+      CheckJob(job, options);
+      line["result"] = "would be done";
+      if (!options.json) std::printf("%s -> %s: %s\n", job.input.c_str(), job.output.c_str(), work.text.c_str());
+    } catch (const Failure& failure) {
+      ++failed;
+      line["result"] = "failed";
+      line["error"] = failure.what();
+      std::fprintf(stderr, "zel: %s: %s\n", job.input.c_str(), failure.what());
+    }
+    if (options.json) std::printf("%s\n", JsonText(line).c_str());
+  }
+  return failed == 0 ? kAllDone : failed == plan.jobs.size() ? kNothingDone : kSomeFailed;
+}
+
+// Results also depend on how they are stored.
+std::string JournalKey(const Work& work, const BatchOptions& options) {
+  const WriteOptions& write = options.write;
+  return work.text + " | quality " + std::to_string(write.quality) + (write.strip ? " stripped" : "") +
+         (write.progressive ? " progressive" : "") + (write.subsampling.empty() ? "" : " " + write.subsampling) +
+         (options.toSrgb ? " in sRGB" : "") +
+         (options.read.page < 0 ? "" : " page " + std::to_string(options.read.page));
+}
+
+std::unique_ptr<Journal> OpenJournal(const BatchOptions& options, const Plan& plan) {
+  if (!options.resume) return nullptr;
+  if (!options.journal.empty()) return std::make_unique<Journal>(options.journal);
+  MakeFolder(plan.root);
+  return std::make_unique<Journal>((std::filesystem::path(plan.root) / ".zel-journal").string());
 }
 
 }  // namespace
 
-Work ChainWork(const Chain& chain) {
+Work ChainWork(const Chain& chain, int automatic) {
   json operations = json::array();
+  std::string text;
+  if (automatic >= 0) {
+    operations.push_back({{"name", "auto"}, {"strength", automatic}});
+    text = "auto strength=" + std::to_string(automatic) + (IsEmpty(chain) ? "" : " ");
+  }
   for (const json& step : json::parse(ZelChain_Describe(chain.get()))) {
     json entry = {{"name", step["name"]}};
     entry.update(step["settings"]);
     operations.push_back(entry);
   }
-  return {
-      [chain](Photo* photo, std::vector<std::string>* notes, void (*stop)()) { RunChain(chain, photo, notes, stop); },
-      ZelChain_Words(chain.get()), operations.dump(-1, ' ', false, json::error_handler_t::replace)};
+  const auto run = [chain, automatic](VImage* photo, Told* told, void (*stop)()) {
+    Chain all = chain;
+    if (automatic >= 0) {
+      const ZelPixels pixels = PixelsOf(*photo);
+      const ZelApplyOptions options = OptionsOf(*photo);
+      ZelReport report;
+      const Chain chosen = TakeChain(ZelChain_Auto(&pixels, automatic, &options, &report), report);
+      Check(report, &told->choices);
+      told->chain = ZelChain_Words(chosen.get());
+      all = Joined(chosen, chain);
+    }
+    RunChain(all, photo, &told->notes, stop);
+  };
+  return {run, text + ZelChain_Words(chain.get()), JsonText(operations)};
 }
 
 int RunBatch(const Work& work, const BatchOptions& options) {
-  const std::vector<Job> jobs = PlanJobs(options);
-  if (options.dryRun) return DryRun(jobs, work.text, options);
-  std::unique_ptr<Journal> journal;
-  if (options.resume) journal = std::make_unique<Journal>(JournalPath(options, jobs));
-  // Results also depend on how they are stored.
-  const std::string key =
-      work.text + " | quality " + std::to_string(options.write.quality) + (options.write.strip ? " stripped" : "");
+  const Plan plan = MakePlan(options.plan);
+  const std::vector<Job>& jobs = plan.jobs;
+  if (options.dryRun) return DryRun(plan, work, options);
+  const std::unique_ptr<Journal> journal = OpenJournal(options, plan);
+  const std::string key = JournalKey(work, options);
   CatchSignals();
-  Reporter reporter(options, work, jobs.size());
+  Reporter reporter(options, work, plan);
+  Memory memory;
   std::atomic<size_t> next{0};
   const auto takeJobs = [&] {
     for (size_t i; !stopSignal && (i = next++) < jobs.size();) {
       const Job& job = jobs[i];
       const Clock::time_point start = Clock::now();
-      std::vector<std::string> notes;
+      Told told;
+      const auto finish = [&](Result result, const std::string& error) {
+        reporter.Finish(job, result, error, told, Seconds(start));
+      };
       try {
         if (journal && journal->IsDone(job.input, job.output, key)) {
-          reporter.Finish(job, "skipped", "", {}, Seconds(start));
+          finish(Result::Skipped, "");
           continue;
         }
-        RunJob(job, work, key, options, journal.get(), &notes);
-        reporter.Finish(job, "done", "", notes, Seconds(start));
+        RunJob(job, work, key, options, journal.get(), &memory, &told);
+        finish(Result::Done, "");
       } catch (const Stopped&) {
+      } catch (const NotAPicture& failure) {
+        finish(job.found ? Result::NoPicture : Result::Failed, failure.what());
       } catch (const Failure& failure) {
-        reporter.Finish(job, "failed", failure.what(), notes, Seconds(start));
+        finish(Result::Failed, failure.what());
       } catch (const std::bad_alloc&) {
-        reporter.Finish(job, "failed", "does not fit into memory", notes, Seconds(start));
+        finish(Result::Failed, "does not fit into memory");
       }
     }
+    vips_thread_shutdown();
   };
+  const size_t wanted = options.jobs > 0 ? static_cast<size_t>(options.jobs) : std::thread::hardware_concurrency();
   std::vector<std::thread> workers;
-  for (int i = 1; i < options.jobs && i < static_cast<int>(jobs.size()); ++i) workers.emplace_back(takeJobs);
+  for (size_t i = 1; i < wanted && i < jobs.size(); ++i) workers.emplace_back(takeJobs);
   takeJobs();
   for (std::thread& worker : workers) worker.join();
   reporter.End();
   if (stopSignal) {
-    std::fprintf(stderr, "zel: stopped: %zu of %zu photographs finished%s\n", reporter.finished(), jobs.size(),
+    std::fprintf(stderr, "zel: stopped: %zu of %zu photographs finished%s\n", reporter.Finished(), jobs.size(),
                  journal ? "; the same command goes on where it stopped" : "");
     std::signal(stopSignal, SIG_DFL);
     std::raise(stopSignal);
   }
-  if (reporter.failed() == 0) return kAllDone;
-  return reporter.failed() == jobs.size() ? kNothingDone : kSomeFailed;
+  if (reporter.Count(Result::Failed) == 0) return kAllDone;
+  return reporter.Count(Result::Failed) == jobs.size() ? kNothingDone : kSomeFailed;
 }
 
 }  // namespace tool

@@ -8,39 +8,41 @@
 
 #include "chain.h"
 #include "photo.h"
+#include "plan.h"
 
 namespace tool {
 
 struct BatchOptions {
-  std::vector<std::string> inputs;
-  std::string output;            // file, folder, pattern or "-"
-  Format format = Format::None;  // None: by the output's suffix
+  PlanOptions plan;
   bool overwrite = false;
   bool json = false;  // one line per photograph on standard output
   bool dryRun = false;
   bool resume = false;
-  std::string journal;  // empty: .zel-journal beside the results
-  int jobs = 1;
-  ReadLimits limits;
+  bool verbose = false;   // what the operations chose, for every photograph
+  bool keepTime = false;  // results get the times of their photographs
+  bool toSrgb = false;    // photographs with another profile are converted first
+  std::string journal;    // empty: .zel-journal at the root of the results
+  int jobs = 0;           // 0: one per processor
+  ReadOptions read;
   WriteOptions write;
+};
+
+// What there is to say about a photograph.
+struct Told {
+  std::vector<std::string> notes;
+  std::vector<std::string> choices;  // why operations were chosen; for those who ask
+  std::string chain;                 // the chosen operations as words
 };
 
 // What is done to every photograph.
 struct Work {
   // Calls `stop`, which may throw, between its steps.
-  std::function<void(Photo* photo, std::vector<std::string>* notes, void (*stop)())> run;
+  std::function<void(VImage* photo, Told* told, void (*stop)())> run;
   std::string text;        // as typed; what the journal compares
   std::string operations;  // JSON for reports
 };
-Work ChainWork(const Chain& chain);
-
-struct Job {
-  std::string input, output;
-  Format format;
-};
-
-// Names every result before anything is read. Throws UsageError when the output cannot serve for these inputs.
-std::vector<Job> PlanJobs(const BatchOptions& options);
+// `automatic` from 0 to 100: first what suits the photograph, at that strength; -1: the chain alone.
+Work ChainWork(const Chain& chain, int automatic);
 
 // Runs all jobs and reports them. Returns the exit code of the command. When a signal asks to stop, photographs in work
 // are dropped, the rest is left alone, and the process ends by that signal.

@@ -95,14 +95,14 @@ bool IsEmpty(const Chain& chain) {
   return ZelChain_Steps(chain.get()) == 0;
 }
 
-ZelPixels PixelsOf(Photo* photo) {
-  return {photo->samples.data(), 0, photo->width, photo->height, photo->channels, photo->bits, 1};
+ZelPixels PixelsOf(const VImage& photo) {
+  return {Samples(photo), 0, photo.width(), photo.height(), photo.bands(), Bits(photo), 0};
 }
 
-ZelApplyOptions OptionsOf(const Photo& photo) {
+ZelApplyOptions OptionsOf(const VImage& photo) {
   ZelApplyOptions options{};
   options.size = sizeof options;
-  options.orientation = photo.orientation;
+  options.orientation = Orientation(photo);
   return options;
 }
 
@@ -118,23 +118,31 @@ void Check(const ZelReport& report, std::vector<std::string>* notes) {
   }
 }
 
-void RunChain(const Chain& chain, Photo* photo, std::vector<std::string>* notes, void (*stop)()) {
+void Run(const std::function<int32_t(const ZelPixels*, ZelReport*)>& call, VImage* photo,
+         std::vector<std::string>* notes) {
+  ZelReport report;
+  ZelPixels pixels = PixelsOf(*photo);
+  if (call(&pixels, &report) == ZEL_CHAIN_NEEDS_COLOUR) {
+    *photo = InMemory(InColour(*photo));
+    pixels = PixelsOf(*photo);
+    call(&pixels, &report);
+  }
+  Check(report, notes);
+}
+
+void RunChain(const Chain& chain, VImage* photo, std::vector<std::string>* notes, void (*stop)()) {
   ZelApplyOptions options = OptionsOf(*photo);
   Watch watch{stop, nullptr};
   if (stop != nullptr) {
     options.progress = AskToStop;
     options.user = &watch;
   }
-  ZelPixels pixels = PixelsOf(photo);
-  ZelReport report;
-  int32_t code = ZelChain_Apply(chain.get(), &pixels, &pixels, &options, &report);
-  if (code == ZEL_CHAIN_NEEDS_COLOUR) {
-    GreyToColour(photo);
-    pixels = PixelsOf(photo);
-    code = ZelChain_Apply(chain.get(), &pixels, &pixels, &options, &report);
-  }
-  if (watch.thrown) std::rethrow_exception(watch.thrown);
-  Check(report, notes);
+  const auto apply = [&](const ZelPixels* pixels, ZelReport* report) {
+    const int32_t code = ZelChain_Apply(chain.get(), pixels, pixels, &options, report);
+    if (watch.thrown) std::rethrow_exception(watch.thrown);
+    return code;
+  };
+  Run(apply, photo, notes);
 }
 
 }  // namespace tool

@@ -2,6 +2,7 @@
 #ifndef ZEL_TOOL_CHAIN_H_
 #define ZEL_TOOL_CHAIN_H_
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -29,14 +30,18 @@ Chain Joined(const Chain& first, const Chain& second);
 bool IsEmpty(const Chain& chain);
 
 // The photograph's samples as the library takes them.
-ZelPixels PixelsOf(Photo* photo);
-ZelApplyOptions OptionsOf(const Photo& photo);
+ZelPixels PixelsOf(const VImage& photo);
+ZelApplyOptions OptionsOf(const VImage& photo);
 
 // Throws UsageError or Failure when the report tells of one, and hands on its notes.
 void Check(const ZelReport& report, std::vector<std::string>* notes);
 
+// Runs a call on the photograph in its place; a grey one gets colour when the result needs it.
+void Run(const std::function<int32_t(const ZelPixels*, ZelReport*)>& call, VImage* photo,
+         std::vector<std::string>* notes);
+
 // Runs all steps, calling `stop`, which may throw, between and within them.
-void RunChain(const Chain& chain, Photo* photo, std::vector<std::string>* notes, void (*stop)() = nullptr);
+void RunChain(const Chain& chain, VImage* photo, std::vector<std::string>* notes, void (*stop)() = nullptr);
 
 }  // namespace tool
 

@@ -1,7 +1,7 @@
 #include "commands.h"
 
+#include <algorithm>
 #include <cstdio>
-#include <thread>
 
 #include "failure.h"
 #include "recipe.h"
@@ -12,8 +12,9 @@ namespace {
 
 const char* const kEnhanceHelp =
     "Reads photographs, runs operations one after another, writes the results.\n"
-    "PNG, JPEG, TIFF and PPM with 8 or 16 bits; alpha, metadata and colour profile are kept.\n"
-    "zel ops lists the operations, zel help OPERATION explains one.\n\n"
+    "Takes PNG, JPEG, TIFF, PPM, WebP, HEIC, AVIF and JPEG XL, 8 or 16 bits; alpha, metadata and colour profile are "
+    "kept.\n"
+    "zel ops lists the operations, zel help OPERATION explains one. The operation auto chooses others by looking.\n\n"
     "  zel IN... -o OUT OPERATION [name=value ...] [OPERATION ...]";
 
 void SplitSize(const std::string& text, int* width, int* height) {
@@ -34,37 +35,74 @@ void AddEnhanceOptions(CLI::App* app, EnhanceArguments* a) {
   app->add_option("--save-recipe", a->savedRecipe, "write the operations to this file")->type_name("FILE");
 }
 
+// Takes `auto` and its strength= out of the words when it is the first operation. Its strength, or -1.
+int TakeAuto(std::vector<std::string>* words) {
+  const auto at = std::find_if(words->begin(), words->end(), [](const std::string& word) {
+    return word == "auto" || ZelChain_Find(word.c_str()) >= 0;
+  });
+  if (at == words->end() || *at != "auto") return -1;
+  int strength = 50;
+  auto end = at + 1;
+  for (; end != words->end() && end->find('=') != std::string::npos; ++end) {
+    int used = 0;
+    const std::string name = end->substr(0, end->find('='));
+    if (name != "strength") throw UsageError("auto has no parameter " + name + "; it has strength");
+    if ((std::sscanf(end->c_str(), "strength=%d%n%%%n", &strength, &used, &used) != 1) ||
+        used != static_cast<int>(end->size()) || strength < 0 || strength > 100) {
+      throw UsageError("auto: " + *end + " must be a whole number from 0 to 100 per cent");
+    }
+  }
+  words->erase(at, end);
+  return strength;
+}
+
 }  // namespace
 
 void AddBatchOptions(CLI::App* app, BatchArguments* a) {
   app->add_option("words", a->words, "photographs, and operations with their settings")
       ->type_name("IN... OPERATION...");
-  app->add_option("-o,--output", a->batch.output,
+  BatchOptions& b = a->batch;
+  app->add_option("-o,--output", b.plan.output,
                   "a file, a folder, a pattern with {stem} {ext} {dir} {n}, or - for standard output")
       ->type_name("OUT");
-  app->add_option("--format", a->format, "png, jpg, tif or ppm, whatever the output is called")->type_name("NAME");
-  app->add_flag("--overwrite", a->batch.overwrite, "replace files that exist");
-  app->add_option("-j,--jobs", a->batch.jobs, "photographs in work at once; 0: one per processor")
+  app->add_flag("-r,--recursive", b.plan.recursive, "take folders with all photographs in them, and keep their tree");
+  app->add_option("--format", a->format, "png, jpg, tif, ppm, webp or avif, whatever the output is called")
+      ->type_name("NAME");
+  app->add_flag("--overwrite", b.overwrite, "replace files that exist");
+  app->add_option("-j,--jobs", b.jobs, "photographs in work at once; one per processor")
       ->check(CLI::Range(0, 1024))
       ->type_name("N");
-  app->add_flag("--resume", a->batch.resume, "keep a journal and skip what it says is done and unchanged");
-  app->add_option("--journal", a->batch.journal, "journal of --resume; .zel-journal beside the results")
+  app->add_flag("--resume", b.resume, "keep a journal and skip what it says is done and unchanged");
+  app->add_option("--journal", b.journal, "journal of --resume; .zel-journal at the root of the results")
       ->type_name("FILE");
-  app->add_flag("--dry-run", a->batch.dryRun, "only say what would be done");
-  app->add_flag("--json", a->batch.json, "one line per photograph for programs");
-  app->add_flag("--strip", a->batch.write.strip, "store no metadata and no colour profile");
-  app->add_option("--quality", a->batch.write.quality, "of JPEG, 1 to 100; 95")
+  app->add_flag("--keep-time", b.keepTime, "give results the time of their photographs");
+  app->add_flag("--dry-run", b.dryRun, "only say what would be done");
+  app->add_flag("--json", b.json, "one line per photograph for programs");
+  app->add_flag("-v,--verbose", b.verbose, "say for every photograph what was chosen and noted");
+  app->add_option("--working", a->working, "srgb: convert photographs with another colour profile to sRGB first")
+      ->check(CLI::IsMember({"srgb"}))
+      ->type_name("SPACE");
+  app->add_flag("--strip", b.write.strip, "store no metadata and no colour profile; the colours become sRGB");
+  app->add_option("--quality", b.write.quality, "of JPEG, WebP and AVIF, 1 to 100; that of a JPEG source, else 95")
       ->check(CLI::Range(1, 100))
+      ->type_name("N");
+  app->add_option("--subsampling", b.write.subsampling, "of JPEG, 4:4:4 or 4:2:0; that of the source")
+      ->check(CLI::IsMember({"4:4:4", "4:2:0"}))
+      ->type_name("NAME");
+  app->add_flag("--progressive", b.write.progressive, "JPEG that appears coarse first; also when the source is");
+  app->add_option("--page", b.read.page, "which picture of a file that holds several, from 0")
+      ->check(CLI::Range(0, 100000))
       ->type_name("N");
   app->add_option("--max-pixels", a->maxPixels, "refuse larger pictures; 300M")->type_name("N");
 }
 
 void FinishBatchArguments(BatchArguments* a) {
-  if (!a->format.empty() && (a->batch.format = FormatNamed(a->format)) == Format::None) {
-    throw UsageError("--format " + a->format + " must be one of png, jpg, tif, ppm");
+  BatchOptions& b = a->batch;
+  if (!a->format.empty() && (b.plan.format = FormatNamed(a->format)) == Format::None) {
+    throw UsageError("--format " + a->format + " must be one of " + kFormatNames);
   }
-  if (!a->maxPixels.empty()) a->batch.limits.maxPixels = ParsePixels(a->maxPixels);
-  if (a->batch.jobs == 0) a->batch.jobs = static_cast<int>(std::thread::hardware_concurrency());
+  if (!a->maxPixels.empty()) b.read.maxPixels = ParsePixels(a->maxPixels);
+  b.toSrgb = !a->working.empty();
 }
 
 static std::vector<OptionText> Texts(const CLI::App& app) {
@@ -109,11 +147,14 @@ double ParsePixels(const std::string& text) {
 }
 
 int Parse(CLI::App* app, int argc, char** argv, const std::function<int()>& body) {
-  app->name("zel");
   if (asked != nullptr) {
     *asked = Texts(*app);
     return kAllDone;
   }
+  // Usage lines name the command, whose word stands in argv[0].
+  const std::string word = argv[0];
+  const bool isCommand = word.find('/') == std::string::npos && word != "zel";
+  app->name(word.rfind("zel ", 0) == 0 ? word : isCommand ? "zel " + word : "zel");
   try {
     app->parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
@@ -126,6 +167,17 @@ int Parse(CLI::App* app, int argc, char** argv, const std::function<int()>& body
   return body();
 }
 
+VImage ReadInput(const std::string& path, const ReadOptions& options) {
+  try {
+    std::vector<std::string> notes;
+    const VImage photo = ReadPhoto(path, options, &notes);
+    for (const std::string& note : notes) std::fprintf(stderr, "zel: note: %s: %s\n", path.c_str(), note.c_str());
+    return photo;
+  } catch (const Failure& failure) {
+    throw Failure(path + ": " + failure.what());
+  }
+}
+
 int Enhance(int argc, char** argv) {
   CLI::App app(kEnhanceHelp);
   EnhanceArguments arguments;
@@ -133,15 +185,19 @@ int Enhance(int argc, char** argv) {
   return Parse(&app, argc, argv, [&] {
     BatchOptions& options = arguments.batch;
     FinishBatchArguments(&arguments);
-    Chain chain = ParseWords(arguments.words, &options.inputs);
+    const int automatic = TakeAuto(&arguments.words);
+    Chain chain = ParseWords(arguments.words, &options.plan.inputs);
     if (!arguments.recipe.empty()) chain = Joined(ReadRecipe(arguments.recipe), chain);
-    if (IsEmpty(chain)) throw UsageError("no operation is given; zel ops lists them");
+    if (IsEmpty(chain) && automatic < 0) throw UsageError("no operation is given; zel ops lists them");
+    if (!arguments.savedRecipe.empty() && automatic >= 0) {
+      throw UsageError("auto chooses for every photograph anew and cannot be saved; --verbose tells what it chose");
+    }
     if (!arguments.savedRecipe.empty()) SaveRecipe(chain, arguments.savedRecipe, options.overwrite);
-    if (!arguments.savedRecipe.empty() && options.inputs.empty()) return kAllDone;
-    if (options.inputs.empty()) throw UsageError("no photograph is given; zel IN... -o OUT OPERATION");
-    if (options.output.empty()) throw UsageError("no output is given; zel IN... -o OUT OPERATION");
+    if (!arguments.savedRecipe.empty() && options.plan.inputs.empty()) return kAllDone;
+    if (options.plan.inputs.empty()) throw UsageError("no photograph is given; zel IN... -o OUT OPERATION");
+    if (options.plan.output.empty()) throw UsageError("no output is given; zel IN... -o OUT OPERATION");
     StartImages(argv[0]);
-    return RunBatch(ChainWork(chain), options);
+    return RunBatch(ChainWork(chain, automatic), options);
   });
 }
 
@@ -153,23 +209,14 @@ int Sample(int argc, char** argv) {
   app.add_option("output", output, "the file to write, or -")->required()->type_name("OUT");
   app.add_option("--size", size, "WIDTHxHEIGHT; 1536x1024")->type_name("SIZE");
   app.add_option("--bits", bits, "8 or 16")->check(CLI::IsMember({8, 16}))->type_name("N");
-  app.add_option("--format", format, "png, jpg, tif or ppm, whatever the output is called")->type_name("NAME");
+  app.add_option("--format", format, "png, jpg, tif, ppm, webp or avif, whatever the output is called")
+      ->type_name("NAME");
   app.add_flag("--overwrite", overwrite, "replace a file that exists");
   return Parse(&app, argc, argv, [&] {
     int width, height;
     SplitSize(size, &width, &height);
-    const Format kind = format.empty() ? FormatOf(output) : FormatNamed(format);
-    if (kind == Format::None)
-      throw UsageError("cannot tell the format of " + output + "; end it in .png, .jpg, .tif or .ppm");
     StartImages(argv[0]);
-    std::vector<std::string> notes;
-    try {
-      const std::vector<uint8_t> bytes = EncodePhoto(DrawSample(width, height, bits), kind, {}, &notes);
-      WriteFile(output, bytes.data(), bytes.size(), overwrite);
-    } catch (const Failure& failure) {
-      throw Failure(output + " " + failure.what());
-    }
-    for (const std::string& note : notes) std::fprintf(stderr, "zel: note: %s\n", note.c_str());
+    SavePicture(DrawSample(width, height, bits), output, format, overwrite);
     return kAllDone;
   });
 }
@@ -179,7 +226,7 @@ int SkinSliders(int argc, char** argv) {
   std::vector<std::string> words;
   app.add_option("words", words, "the photograph and at=x,y; without both: typical skin")->type_name("[IN at=x,y]");
   return Parse(&app, argc, argv, [&] {
-    Photo photo;
+    VImage photo;
     ImageDesc record{};
     ZelPoint point{};
     if (!words.empty()) {
@@ -188,13 +235,16 @@ int SkinSliders(int argc, char** argv) {
       std::vector<std::string> inputs, chained{"skin-tone", words[1]};
       const Chain chain = ParseWords(chained, &inputs);
       StartImages(argv[0]);
-      photo = ReadPhoto(words[0], {});
-      const ZelPixels pixels = PixelsOf(&photo);
+      photo = InColour(ReadInput(words[0], {}));
+      // The function takes blue first and no alpha.
+      photo = InMemory(VImage::bandjoin(std::vector<VImage>{photo[2], photo[1], photo[0]}));
+      const ZelPixels pixels = PixelsOf(photo);
       const ZelApplyOptions options = OptionsOf(photo);
       ZelReport report;
       ZelChain_Where(chain.get(), 0, &pixels, &options, nullptr, &point, &report);
       if (report.code != ZEL_OK) throw Failure(words[0] + ": " + report.text);
-      record = photo.Record();
+      record = {photo.width(), photo.height(), Bits(photo) == 16 ? ZEL_FORMAT_BGR48 : ZEL_FORMAT_BGR24,
+                photo.width() * 3, Samples(photo)};
     }
     int32_t lightness = 0, blue = 0, red = 0;
     if (ZelTavoraFunc_GetSkinToneInitialPercentages(&record, 0, words.empty() ? nullptr : &point, &lightness, &blue,

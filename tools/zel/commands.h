@@ -48,7 +48,7 @@ std::vector<OptionText> OptionsOf(const Command& command);
 struct BatchArguments {
   BatchOptions batch;
   std::vector<std::string> words;
-  std::string format, maxPixels;
+  std::string format, maxPixels, working;
 };
 void AddBatchOptions(CLI::App* app, BatchArguments* arguments);
 // Turns texts into values; throws UsageError.
@@ -56,6 +56,9 @@ void FinishBatchArguments(BatchArguments* arguments);
 
 // Parses with one line and the usage code on a mistake; runs `body` when all is well.
 int Parse(CLI::App* app, int argc, char** argv, const std::function<int()>& body);
+
+// Reads the one photograph of a command; prints notes. Failures name the file.
+VImage ReadInput(const std::string& path, const ReadOptions& options);
 
 // "300", "300M", "1.5G" as a number of pixels; throws UsageError.
 double ParsePixels(const std::string& text);

@@ -3,10 +3,11 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "canvas.h"
 #include "chain.h"
 #include "commands.h"
 #include "failure.h"
+#include "files.h"
+#include "pictures.h"
 #include "sample.h"
 
 namespace tool {
@@ -14,51 +15,39 @@ namespace {
 
 constexpr int kWidth = 360, kHeight = 240;
 
-void Write(const std::string& path, const std::string& text) {
-  WriteFile(path, text.data(), text.size(), true);
-}
-
 // The part of the sample that shows what a group does: skin and detail pixel by pixel, the rest as a whole.
-Photo Shown(const Photo& photo, const std::string& group) {
+VImage Part(const VImage& photo, const std::string& group) {
   if (group != "detail" && group != "skin") return Reduced(photo, kWidth, kHeight);
-  Photo part = NewCanvas(kWidth, kHeight, kPaper);
-  const int left = (photo.width - kWidth) / 2 - photo.width / 50, top = (photo.height - kHeight) / 3;
-  for (int y = 0; y < kHeight; ++y) {
-    std::copy_n(&photo.samples[static_cast<size_t>((top + y) * photo.width + left) * 3], kWidth * 3,
-                &part.samples[static_cast<size_t>(y * kWidth) * 3]);
-  }
-  return part;
+  return photo.extract_area((photo.width() - kWidth) / 2 - photo.width() / 50, (photo.height() - kHeight) / 3, kWidth,
+                            kHeight);
 }
 
-void DrawPictures(const Operation& operation, const Photo& sample, const std::string& path) {
-  const int gap = 8, cellHeight = kHeight + 16;
-  Photo canvas = NewCanvas(2 * kWidth + 3 * gap, 2 * cellHeight + 3 * gap, kPaper);
-  for (int i = 0; i < 4; ++i) {
-    const int left = gap + i % 2 * (kWidth + gap), top = gap + i / 2 * (cellHeight + gap);
-    Photo picture = sample;
-    std::string caption = "before";
-    if (i > 0) {
-      std::vector<std::string> notes;
-      caption = operation.examples[static_cast<size_t>(i - 1)];
-      try {
-        RunChain(ExampleChain(operation, static_cast<size_t>(i - 1)), &picture, &notes);
-      } catch (const Failure&) {
-        caption += "  (refused)";
-      }
-    }
-    Paste(&canvas, Shown(picture, operation.group), left, top);
-    DrawText(&canvas, left, top + kHeight + 4, caption.substr(0, kWidth / 6), 1, kText);
+VImage Pictures(const Operation& operation, const VImage& sample) {
+  static const char* const kNames[] = {"mild", "middle", "strong"};
+  std::vector<VImage> cells{Captioned(Part(sample, operation.group), "before", "")};
+  for (size_t i = 0; i < 3; ++i) {
+    VImage picture = InMemory(sample);
+    std::vector<std::string> notes;
+    RunChain(ExampleChain(operation, i), &picture, &notes);
+    cells.push_back(Captioned(Part(picture, operation.group), kNames[i], operation.examples[i]));
   }
-  std::vector<std::string> notes;
+  return Grid(cells, 2);
+}
+
+void WriteJpeg(const VImage& picture, const std::string& path) {
   WriteOptions options;
   options.quality = 88;
-  const std::vector<uint8_t> bytes = EncodePhoto(std::move(canvas), Format::Jpeg, options, &notes);
-  WriteFile(path, bytes.data(), bytes.size(), true);
+  std::vector<std::string> notes;
+  NewFile file(path, true);
+  EncodePhoto(picture, Format::Jpeg, options, file.fd(), &notes);
+  file.Publish();
 }
 
 std::string Page(const Operation& operation) {
   const std::string name = operation.name;
-  std::string text = "# " + name + "\n\n" + operation.purpose + " " + operation.more + "\n\n![](" + name + ".jpg)\n\n";
+  std::string text = "# " + name + "\n\n" + operation.purpose + " " + operation.more +
+                     "\n\n![A drawn scene before, and after " + name + " at mild, middle and strong settings](" + name +
+                     ".jpg)\n\n";
   text += "```\nzel photo.jpg -o better.jpg " + name + " " + operation.examples[1] + "\n```\n\n";
   text += "| parameter | meaning | values | default |\n|---|---|---|---|\n";
   for (const Parameter& p : operation.parameters) {
@@ -79,7 +68,7 @@ int Docs(int argc, char** argv) {
     StartImages(argv[0]);
     std::error_code error;
     std::filesystem::create_directories(folder, error);
-    const Photo sample = DrawSample(2 * kWidth, 2 * kHeight, 8);
+    const VImage sample = InMemory(DrawSample(2 * kWidth, 2 * kHeight, 8));
     std::string index = "# Operations\n", group;
     for (const Operation& operation : Operations()) {
       if (group != operation.group) {
@@ -89,13 +78,13 @@ int Docs(int argc, char** argv) {
       index += std::string("- [") + operation.name + "](" + operation.name + ".md): " + operation.purpose + "\n";
       const std::string path = folder + "/" + operation.name;
       try {
-        Write(path + ".md", Page(operation));
-        DrawPictures(operation, sample, path + ".jpg");
+        WriteFile(path + ".md", Page(operation), true);
+        WriteJpeg(Pictures(operation, sample), path + ".jpg");
       } catch (const Failure& failure) {
         throw Failure(path + " " + failure.what());
       }
     }
-    Write(folder + "/index.md", index);
+    WriteFile(folder + "/index.md", index, true);
     return kAllDone;
   });
 }

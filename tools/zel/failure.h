@@ -18,6 +18,11 @@ struct Failure : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// The file is no picture of a kind that is read.
+struct NotAPicture : Failure {
+  using Failure::Failure;
+};
+
 // The command line, a recipe or a setting is wrong; nothing was started.
 struct UsageError : std::runtime_error {
   using std::runtime_error::runtime_error;

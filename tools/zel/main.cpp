@@ -13,8 +13,8 @@ const std::vector<Command>& Commands() {
       {"ops", "lists the operations", ListOperations},
       {"help", "explains an operation or a command", Help},
       {"sample", "draws a test photograph", Sample},
-      {"compare", "draws before and after with histograms, measures the difference", Compare},
-      {"sheet", "draws the effect of every operation", Sheet},
+      {"compare", "draws before and after side by side, measures the difference", Compare},
+      {"sheet", "draws the effect of operations or recipes side by side", Sheet},
       {"table", "writes what an automatic operation finds as a table", MakeTable},
       {"bake", "writes a chain of operations as a table", BakeTable},
       {"apply-table", "applies a table file to photographs", ApplyTableFile},
@@ -53,6 +53,12 @@ int main(int argc, char** argv) {
     return tool::kUsage;
   } catch (const tool::Failure& error) {
     std::fprintf(stderr, "zel: %s\n", error.what());
+    return tool::kNothingDone;
+  } catch (const vips::VError& error) {
+    std::fprintf(stderr, "zel: %s", error.what());
+    return tool::kNothingDone;
+  } catch (const std::bad_alloc&) {
+    std::fprintf(stderr, "zel: the memory does not suffice\n");
     return tool::kNothingDone;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "zel: %s\n", error.what());

@@ -10,7 +10,8 @@ namespace {
 using nlohmann::json;
 
 Parameter ToParameter(const json& from) {
-  Parameter parameter{from["name"], from["type"], from["meaning"], from["values"], "", {}};
+  Parameter parameter{from["name"], from["type"], from["meaning"],          from["values"],
+                      "",           {},           from.value("least", 0.0), from.value("most", 0.0)};
   const json& fallback = from["default"];
   if (!fallback.is_null()) parameter.fallback = fallback.is_string() ? fallback.get<std::string>() : fallback.dump();
   if (from.contains("choices")) from["choices"].get_to(parameter.choices);

@@ -12,6 +12,7 @@ struct Parameter {
   std::string values;                // what may be given, in words
   std::string fallback;              // as typed; empty: the parameter may be left out
   std::vector<std::string> choices;  // of type choice
+  double least, most;                // of numbers
 };
 
 struct Operation {

@@ -1,45 +1,44 @@
 #include "photo.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <gio/gio.h>
 
 #include <algorithm>
-#include <cerrno>
+#include <cctype>
+#include <cmath>
 #include <cstring>
-#include <vips/vips8>
+#include <memory>
 
 #include "failure.h"
+#include "files.h"
+#include "jpeg.h"
+#include "profile.h"
 
 namespace tool {
-
-// The header fields of the source, carried by an image of one pixel.
-struct Metadata {
-  vips::VImage fields;
-  double xres = 1, yres = 1;
-};
-
 namespace {
 
-// Everything else that a header holds is either layout or a secret of the loader.
+// What a JPEG source had and its result takes over; fields of the image beside those of the file.
+constexpr const char* kQualityField = "zel-quality";
+constexpr const char* kCommentField = "zel-comments";
+constexpr const char* kSubsamplingField = "jpeg-chroma-subsample";
+constexpr const char* kProgressiveField = "jpeg-multiscan";
+
+// Everything else that a header holds is either layout or a secret of the loader. The small picture that cameras put
+// into EXIF is left out because it would show the old photograph.
 bool IsCarried(const std::string& name) {
-  static const char* const kFields[] = {VIPS_META_EXIF_NAME,       VIPS_META_XMP_NAME,        VIPS_META_IPTC_NAME,
-                                        VIPS_META_ICC_NAME,        VIPS_META_PHOTOSHOP_NAME,  VIPS_META_ORIENTATION,
-                                        VIPS_META_RESOLUTION_UNIT, VIPS_META_IMAGEDESCRIPTION};
+  static const char* const kFields[] = {VIPS_META_EXIF_NAME,       VIPS_META_XMP_NAME,         VIPS_META_IPTC_NAME,
+                                        VIPS_META_ICC_NAME,        VIPS_META_PHOTOSHOP_NAME,   VIPS_META_ORIENTATION,
+                                        VIPS_META_RESOLUTION_UNIT, VIPS_META_IMAGEDESCRIPTION, kSubsamplingField,
+                                        kProgressiveField};
   for (const char* field : kFields) {
     if (name == field) return true;
   }
   return name.rfind("exif-ifd", 0) == 0 || name.rfind("png-comment-", 0) == 0;
 }
 
-void CopyFields(VipsImage* from, VipsImage* to) {
-  char** names = vips_image_get_fields(from);
+void DropOtherFields(const VImage& image) {
+  char** names = vips_image_get_fields(image.get_image());
   for (char** name = names; *name; ++name) {
-    GValue value = G_VALUE_INIT;
-    if (IsCarried(*name) && vips_image_get(from, *name, &value) == 0) {
-      vips_image_set(to, *name, &value);
-      g_value_unset(&value);
-    }
+    if (!IsCarried(*name)) vips_image_remove(image.get_image(), *name);
   }
   g_strfreev(names);
 }
@@ -52,140 +51,223 @@ std::string VipsMessage() {
 }
 
 // What the tool promises to read; anything rarer is a larger door for crafted files.
-constexpr const char* kLoaders[] = {"VipsForeignLoadPng", "VipsForeignLoadJpeg", "VipsForeignLoadTiff",
-                                    "VipsForeignLoadPpm"};
+struct Loader {
+  const char* type;  // all loaders whose type begins so
+  bool pages;
+};
+constexpr Loader kLoaders[] = {{"VipsForeignLoadPng", false}, {"VipsForeignLoadJpeg", false},
+                               {"VipsForeignLoadTiff", true}, {"VipsForeignLoadPpm", false},
+                               {"VipsForeignLoadWebp", true}, {"VipsForeignLoadHeif", true},
+                               {"VipsForeignLoadJxl", false}};
+constexpr const char* kReadNames = "PNG, JPEG, TIFF, PPM, WebP, HEIC, AVIF or JPEG XL";
 
 void BlockOtherLoaders() {
   vips_operation_block_set("VipsForeignLoad", TRUE);
-  for (const char* name : kLoaders) vips_operation_block_set(name, FALSE);
+  for (const Loader& loader : kLoaders) vips_operation_block_set(loader.type, FALSE);
 }
 
-bool IsReadable(const vips::VSource& source) {
+// Up to `most` bytes of the beginning, without consuming them.
+std::pair<const unsigned char*, size_t> Beginning(const vips::VSource& source, size_t most) {
+  unsigned char* data = nullptr;
+  const gint64 size = vips_source_sniff_at_most(source.get_source(), &data, most);
+  return {data, size > 0 ? static_cast<size_t>(size) : 0};
+}
+
+struct ContentType {
+  std::string name, words;  // "image/gif", "GIF image"; empty: not known
+};
+
+ContentType GuessType(const std::string* path, const vips::VSource& source) {
+  const auto [data, size] = Beginning(source, 4096);
+  gboolean uncertain = FALSE;
+  std::unique_ptr<char, decltype(&g_free)> type(
+      g_content_type_guess(path ? path->c_str() : nullptr, data, size, &uncertain), g_free);
+  if (!type || uncertain || g_content_type_is_unknown(type.get())) return {};
+  std::unique_ptr<char, decltype(&g_free)> words(g_content_type_get_description(type.get()), g_free);
+  return {type.get(), words.get()};
+}
+
+const Loader& FindLoader(const std::string& path, const vips::VSource& source) {
   const char* found = vips_foreign_find_load_source(source.get_source());
   vips_error_clear();
-  for (const char* name : kLoaders) {
-    if (found && std::string(found).rfind(name, 0) == 0) return true;
+  for (const Loader& loader : kLoaders) {
+    if (!found || std::string(found).rfind(loader.type, 0) != 0) continue;
+    const ContentType type = GuessType(&path, source);
+    // Raw files are made like TIFF, with a small preview that must not pass for the photograph.
+    if (g_content_type_is_a(type.name.c_str(), "image/x-dcraw")) {
+      throw NotAPicture("is " + type.words + "; develop it first");
+    }
+    return loader;
+  }
+  const ContentType type = GuessType(nullptr, source);
+  throw NotAPicture((type.name.empty() ? "is" : "is " + type.words + ",") + std::string(" not a ") + kReadNames +
+                    " picture");
+}
+
+std::string Millions(double number) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.1f", number / 1e6);
+  return text;
+}
+
+// An animated PNG says so before its first picture.
+bool IsAnimatedPng(const vips::VSource& source) {
+  const auto [data, size] = Beginning(source, 1 << 20);
+  for (size_t at = 8; at + 8 <= size;) {
+    if (std::memcmp(data + at + 4, "acTL", 4) == 0) return true;
+    if (std::memcmp(data + at + 4, "IDAT", 4) == 0) return false;
+    at += 12 + (size_t{data[at]} << 24 | size_t{data[at + 1]} << 16 | size_t{data[at + 2]} << 8 | data[at + 3]);
   }
   return false;
 }
 
-struct Descriptor {
-  int fd = -1;
-  ~Descriptor() {
-    if (fd > 2) close(fd);
-  }
-};
-
-void OpenInput(const std::string& path, Descriptor* file) {
-  if (path == "-") {
-    file->fd = 0;
-    return;
-  }
-  file->fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (file->fd < 0) throw Failure(std::string("cannot be read: ") + std::strerror(errno));
-  struct stat status;
-  if (fstat(file->fd, &status) != 0) throw Failure(std::string("cannot be read: ") + std::strerror(errno));
-  if (S_ISDIR(status.st_mode)) throw Failure("is a folder, not a photograph");
-  if (!S_ISREG(status.st_mode)) throw Failure("is not a file");
-  if (status.st_size == 0) throw Failure("is empty");
+// The most samples that a picture written as text can hold: each takes a digit and a space, of black and white a digit.
+// Its loader would read on and on behind the end of a shorter file. Of other files: no limit.
+double MostSamples(const vips::VSource& source) {
+  const auto [data, size] = Beginning(source, 2);
+  if (size < 2 || data[0] != 'P' || data[1] < '1' || data[1] > '3') return HUGE_VAL;
+  return static_cast<double>(vips_source_length(source.get_source())) / (data[1] == '1' ? 1 : 2);
 }
 
-std::string Thousands(double pixels) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.1f", pixels / 1e6);
-  return text;
-}
-
-void CheckHeader(const vips::VImage& image, const ReadLimits& limits) {
+void CheckHeader(const VImage& image, const ReadOptions& options) {
   const double pixels = static_cast<double>(image.width()) * image.height();
-  if (pixels > limits.maxPixels) {
-    throw Failure("has " + Thousands(pixels) + " million pixels, more than the limit of " +
-                  Thousands(limits.maxPixels) + " (raise it with --max-pixels)");
+  if (pixels > options.maxPixels) {
+    throw Failure("has " + Millions(pixels) + " million pixels, more than the limit of " + Millions(options.maxPixels) +
+                  " (raise it with --max-pixels)");
   }
-  if (image.interpretation() == VIPS_INTERPRETATION_CMYK) throw Failure("is a CMYK picture; convert it to RGB first");
+  if (image.interpretation() == VIPS_INTERPRETATION_CMYK && image.get_typeof(VIPS_META_ICC_NAME) == 0) {
+    throw Failure("is a CMYK picture without a colour profile; convert it to RGB first");
+  }
   if (image.format() != VIPS_FORMAT_UCHAR && image.format() != VIPS_FORMAT_USHORT) {
     throw Failure("has samples that are neither 8 nor 16 bits; convert it first");
   }
-  if (image.bands() > 4) throw Failure("has " + std::to_string(image.bands()) + " channels; only 1 to 4 can be read");
-}
-
-// Splits rows of interleaved samples, red first, into colour, blue first, and alpha.
-template <typename T>
-void Separate(const T* source, size_t pixels, int bands, T* colour, int channels, T* alpha) {
-  for (size_t i = 0; i < pixels; ++i, source += bands, colour += channels) {
-    for (int c = 0; c < channels; ++c) colour[c] = source[channels - 1 - c];
-    if (alpha) *alpha++ = source[channels];
+  const int most = image.interpretation() == VIPS_INTERPRETATION_CMYK ? 5 : 4;
+  if (image.bands() > most) {
+    throw Failure("has " + std::to_string(image.bands()) + " channels; only 1 to 4 can be read");
   }
 }
 
-template <typename T>
-void Join(const T* colour, size_t pixels, int channels, const T* alpha, T* out) {
-  const int bands = channels + (alpha ? 1 : 0);
-  for (size_t i = 0; i < pixels; ++i, colour += channels, out += bands) {
-    for (int c = 0; c < channels; ++c) out[c] = colour[channels - 1 - c];
-    if (alpha) out[channels] = *alpha++;
-  }
+void CheckPages(int pages, int page) {
+  const std::string count = std::to_string(pages) + (pages == 1 ? " picture" : " pictures");
+  if (page < 0 && pages > 1)
+    throw Failure("holds " + count + "; choose one with --page 0 to " + std::to_string(pages - 1));
+  if (page >= pages) throw Failure("holds " + count + ", so there is no --page " + std::to_string(page));
 }
 
-Photo FromVips(const vips::VImage& image) {
-  Photo photo;
-  photo.width = image.width();
-  photo.height = image.height();
-  const int bands = image.bands();
-  photo.channels = bands <= 2 ? 1 : 3;
-  photo.bits = image.format() == VIPS_FORMAT_USHORT ? 16 : 8;
-  if (image.get_typeof(VIPS_META_ORIENTATION) != 0) photo.orientation = image.get_int(VIPS_META_ORIENTATION);
+VImage Open(const vips::VSource& source, const Loader& loader, int page) {
+  vips::VOption* option = VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL)->set("fail_on", VIPS_FAIL_ON_ERROR);
+  if (loader.pages && page >= 0) option->set("page", page);
+  return VImage::new_from_source(source, "", option);
+}
 
-  size_t size = 0;
-  std::unique_ptr<void, decltype(&g_free)> memory(image.write_to_memory(&size), g_free);
-  const size_t pixels = photo.Pixels(), bytes = static_cast<size_t>(photo.bits / 8);
-  photo.samples.resize(pixels * photo.channels * bytes);
-  if (bands != photo.channels) photo.alpha.resize(pixels * bytes);
-  if (photo.bits == 8) {
-    Separate(static_cast<uint8_t*>(memory.get()), pixels, bands, photo.samples.data(), photo.channels,
-             photo.alpha.empty() ? nullptr : photo.alpha.data());
-  } else {
-    Separate(static_cast<uint16_t*>(memory.get()), pixels, bands, reinterpret_cast<uint16_t*>(photo.samples.data()),
-             photo.channels, photo.alpha.empty() ? nullptr : reinterpret_cast<uint16_t*>(photo.alpha.data()));
+void NoteJpeg(const vips::VSource& source, JpegHeader* jpeg) {
+  const auto [data, size] = Beginning(source, 1 << 20);
+  if (size > 2 && data[0] == 0xFF && data[1] == 0xD8) *jpeg = ReadJpegHeader(data, size);
+}
+
+VImage Decode(const vips::VSource& source, const std::string& path, const ReadOptions& options,
+              std::vector<std::string>* notes) {
+  const Loader& loader = FindLoader(path, source);
+  JpegHeader jpeg;
+  NoteJpeg(source, &jpeg);
+  if (options.page < 0 && IsAnimatedPng(source)) throw Failure("is an animated PNG; --page 0 takes its first picture");
+  // Looking at the source goes back to its beginning, so it ends here.
+  const double mostSamples = MostSamples(source);
+  VImage image = Open(source, loader, options.page);
+  CheckPages(loader.pages ? vips_image_get_n_pages(image.get_image()) : 1, options.page);
+  CheckHeader(image, options);
+  if (static_cast<double>(image.width()) * image.height() * image.bands() > mostSamples) {
+    throw Failure("is damaged: ends before its last sample");
   }
-  auto metadata = std::make_shared<Metadata>();
-  metadata->fields = vips::VImage::black(1, 1).copy_memory();
-  CopyFields(image.get_image(), metadata->fields.get_image());
-  metadata->xres = image.xres();
-  metadata->yres = image.yres();
-  photo.metadata = metadata;
+  if (options.reserve) {
+    options.reserve(static_cast<double>(image.width()) * image.height() * image.bands() * Bits(image) / 8);
+  }
+  const bool cmyk = image.interpretation() == VIPS_INTERPRETATION_CMYK;
+  if (cmyk) {
+    image = ToSrgb(image);
+    notes->push_back("CMYK was converted to sRGB");
+  } else if (options.toSrgb && !OtherProfile(image).empty()) {
+    image = ToSrgb(image);
+  }
+  image = InMemory(image);
+  DropOtherFields(image);
+  if (jpeg.quality > 0) image.set(kQualityField, jpeg.quality);
+  if (!jpeg.comments.empty()) {
+    vips_image_set_blob_copy(image.get_image(), kCommentField, jpeg.comments.data(), jpeg.comments.size());
+  }
+  return image;
+}
+
+VImage WithoutAlpha(const VImage& photo) {
+  return HasAlpha(photo) ? photo.extract_band(0, VImage::option()->set("n", photo.bands() - 1)) : photo;
+}
+
+// What the format holds of the photograph.
+VImage Fitted(VImage photo, Format format, const WriteOptions& options, std::vector<std::string>* notes) {
+  if (options.strip || format == Format::Ppm) {
+    if (!OtherProfile(photo).empty()) photo = ToSrgb(photo);
+    photo = photo.autorot();
+  }
+  if (Bits(photo) == 16 && (format == Format::Jpeg || format == Format::Webp)) {
+    photo = To8Bits(photo);
+    notes->push_back(std::string(format == Format::Jpeg ? "JPEG" : "WebP") +
+                     " holds 8 of the 16 bits; PNG or TIFF keep all");
+  }
+  if (Bits(photo) == 16 && format == Format::Avif)
+    notes->push_back("AVIF holds 12 of the 16 bits; PNG or TIFF keep all");
+  if (HasAlpha(photo) && (format == Format::Jpeg || format == Format::Ppm)) {
+    photo = WithoutAlpha(photo);
+    notes->push_back("this format holds no alpha channel; PNG or TIFF keep it");
+  }
   return photo;
 }
 
-// Written here because the image library stamps the time into the header, and one picture shall give one file.
-std::vector<uint8_t> EncodePpm(const Photo& photo) {
-  const std::string header = std::string(photo.channels == 1 ? "P5\n" : "P6\n") + std::to_string(photo.width) + " " +
-                             std::to_string(photo.height) + (photo.bits == 16 ? "\n65535\n" : "\n255\n");
-  std::vector<uint8_t> bytes(header.size() + photo.samples.size());
-  std::copy(header.begin(), header.end(), bytes.begin());
-  uint8_t* out = bytes.data() + header.size();
-  const size_t count = photo.samples.size() / static_cast<size_t>(photo.bits / 8);
-  for (size_t i = 0; i < count; ++i) {
-    const size_t from = photo.channels == 1 ? i : i - i % 3 + (2 - i % 3);
-    if (photo.bits == 8) {
-      *out++ = photo.samples[from];
-      continue;
+int IntField(const VImage& photo, const char* name, int fallback) {
+  return photo.get_typeof(name) == G_TYPE_INT ? photo.get_int(name) : fallback;
+}
+
+vips::VOption* SaveOptions(const VImage& photo, Format format, const WriteOptions& options, const char** suffix) {
+  // Without `strip` a PPM would carry the time, and one picture shall give one file.
+  vips::VOption* save = VImage::option()->set("strip", options.strip || format == Format::Ppm);
+  const int quality = options.quality > 0 ? options.quality : IntField(photo, kQualityField, 95);
+  switch (format) {
+    case Format::Jpeg: {
+      *suffix = ".jpg";
+      std::string subsampling = options.subsampling;
+      if (subsampling.empty() && photo.get_typeof(kSubsamplingField) != 0)
+        subsampling = photo.get_string(kSubsamplingField);
+      const bool progressive = options.progressive || IntField(photo, kProgressiveField, 0) != 0;
+      save->set("Q", quality)
+          ->set("interlace", progressive)
+          ->set("optimize_coding", progressive)
+          ->set("subsample_mode", subsampling.empty()      ? VIPS_FOREIGN_SUBSAMPLE_AUTO
+                                  : subsampling == "4:2:0" ? VIPS_FOREIGN_SUBSAMPLE_ON
+                                                           : VIPS_FOREIGN_SUBSAMPLE_OFF);
+      break;
     }
-    uint16_t wide;
-    std::memcpy(&wide, &photo.samples[2 * from], 2);
-    *out++ = static_cast<uint8_t>(wide >> 8);
-    *out++ = static_cast<uint8_t>(wide & 255);
+    case Format::Tiff:
+      *suffix = ".tif";
+      save->set("compression", VIPS_FOREIGN_TIFF_COMPRESSION_DEFLATE)
+          ->set("predictor", VIPS_FOREIGN_TIFF_PREDICTOR_HORIZONTAL);
+      break;
+    case Format::Webp:
+      *suffix = ".webp";
+      save->set("Q", quality);
+      break;
+    case Format::Avif:
+      *suffix = ".avif";
+      save->set("Q", quality)->set("compression", VIPS_FOREIGN_HEIF_COMPRESSION_AV1);
+      break;
+    case Format::Ppm:
+      *suffix = photo.bands() == 1 ? ".pgm" : ".ppm";
+      break;
+    default:
+      *suffix = ".png";
   }
-  return bytes;
+  return save;
 }
 
 }  // namespace
-
-ImageDesc Photo::Record() {
-  static const FormatCode kFormats[2][2] = {{ZEL_FORMAT_GREY8, ZEL_FORMAT_BGR24},
-                                            {ZEL_FORMAT_GREY16, ZEL_FORMAT_BGR48}};
-  return {width, height, kFormats[bits == 16][channels == 3], width * channels, samples.data()};
-}
 
 void StartImages(const char* program) {
   if (VIPS_INIT(program)) throw Failure("the image library does not start: " + VipsMessage());
@@ -204,25 +286,35 @@ Format FormatNamed(const std::string& name) {
   if (lower == "jpg" || lower == "jpeg") return Format::Jpeg;
   if (lower == "tif" || lower == "tiff") return Format::Tiff;
   if (lower == "ppm" || lower == "pgm" || lower == "pnm") return Format::Ppm;
+  if (lower == "webp") return Format::Webp;
+  if (lower == "avif") return Format::Avif;
   return Format::None;
 }
 
-Format FormatOf(const std::string& path) {
+static std::string Extension(const std::string& path) {
   const size_t dot = path.rfind('.');
-  return dot == std::string::npos || path.find('/', dot) != std::string::npos ? Format::None
-                                                                              : FormatNamed(path.substr(dot + 1));
+  return dot == std::string::npos || path.find('/', dot) != std::string::npos ? "" : path.substr(dot + 1);
 }
 
-Photo ReadPhoto(const std::string& path, const ReadLimits& limits) {
-  Descriptor file;
-  OpenInput(path, &file);
+Format FormatOf(const std::string& path) {
+  return FormatNamed(Extension(path));
+}
+
+bool IsReadOnlyName(const std::string& path) {
+  std::string lower = Extension(path);
+  std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) { return std::tolower(c); });
+  return lower == "heic" || lower == "heif" || lower == "jxl";
+}
+
+const char* Suffix(Format format) {
+  static const char* const kNames[] = {"", "png", "jpg", "tif", "ppm", "webp", "avif"};
+  return kNames[static_cast<int>(format)];
+}
+
+VImage ReadPhoto(const std::string& path, const ReadOptions& options, std::vector<std::string>* notes) {
+  const Descriptor file = OpenInput(path);
   try {
-    const vips::VSource source = vips::VSource::new_from_descriptor(file.fd);
-    if (!IsReadable(source)) throw Failure("is not a PNG, JPEG, TIFF or PPM picture");
-    const vips::VImage image = vips::VImage::new_from_source(
-        source, "", vips::VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL)->set("fail_on", VIPS_FAIL_ON_ERROR));
-    CheckHeader(image, limits);
-    return FromVips(image);
+    return Decode(vips::VSource::new_from_descriptor(file), path, options, notes);
   } catch (const vips::VError&) {
     throw Failure("is damaged: " + VipsMessage());
   } catch (const std::bad_alloc&) {
@@ -230,128 +322,89 @@ Photo ReadPhoto(const std::string& path, const ReadLimits& limits) {
   }
 }
 
-std::vector<uint8_t> EncodePhoto(Photo photo, Format format, const WriteOptions& options,
-                                 std::vector<std::string>* notes) {
-  if (format == Format::Jpeg && photo.bits == 16) {
-    To8Bits(&photo);
-    notes->push_back("JPEG holds 8 of the 16 bits; PNG or TIFF keep all");
-  }
-  if ((format == Format::Jpeg || format == Format::Ppm) && !photo.alpha.empty()) {
-    photo.alpha.clear();
-    notes->push_back("this format holds no alpha channel; PNG or TIFF keep it");
-  }
-  if (options.strip || format == Format::Ppm) TurnUpright(&photo);
-  if (format == Format::Ppm) return EncodePpm(photo);
-  const bool hasAlpha = !photo.alpha.empty();
-  const int bands = photo.channels + (hasAlpha ? 1 : 0);
-  std::vector<uint8_t> joined(photo.samples.size() + photo.alpha.size());
-  if (photo.bits == 8) {
-    Join(photo.samples.data(), photo.Pixels(), photo.channels, hasAlpha ? photo.alpha.data() : nullptr, joined.data());
-  } else {
-    Join(reinterpret_cast<const uint16_t*>(photo.samples.data()), photo.Pixels(), photo.channels,
-         hasAlpha ? reinterpret_cast<const uint16_t*>(photo.alpha.data()) : nullptr,
-         reinterpret_cast<uint16_t*>(joined.data()));
-  }
-  photo.samples = {};
-  photo.alpha = {};
+void EncodePhoto(VImage photo, Format format, const WriteOptions& options, int fd, std::vector<std::string>* notes) {
   try {
-    const bool deep = photo.bits == 16, grey = photo.channels == 1;
-    const VipsInterpretation meaning = grey ? (deep ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_B_W)
-                                            : (deep ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB);
-    vips::VImage image = vips::VImage::new_from_memory(joined.data(), joined.size(), photo.width, photo.height, bands,
-                                                       deep ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR);
-    image = image.copy(vips::VImage::option()->set("interpretation", meaning));
-    if (photo.metadata && !options.strip) {
-      image = image.copy(vips::VImage::option()->set("xres", photo.metadata->xres)->set("yres", photo.metadata->yres));
-      CopyFields(photo.metadata->fields.get_image(), image.get_image());
+    photo = Fitted(std::move(photo), format, options, notes);
+    const char* suffix = nullptr;
+    vips::VOption* save = SaveOptions(photo, format, options, &suffix);
+    if (format == Format::Jpeg && !options.strip && photo.get_typeof(kCommentField) != 0) {
+      // Comments follow the two bytes that open the file.
+      void* bytes = nullptr;
+      size_t size = 0;
+      photo.write_to_buffer(suffix, &bytes, &size, save);
+      const std::unique_ptr<void, decltype(&g_free)> owner(bytes, g_free);
+      size_t length = 0;
+      const void* comments = photo.get_blob(kCommentField, &length);
+      WriteAll(fd, bytes, 2);
+      WriteAll(fd, comments, length);
+      WriteAll(fd, static_cast<char*>(bytes) + 2, size - 2);
+      return;
     }
-    vips::VOption* save = vips::VImage::option()->set("strip", options.strip);
-    const char* suffix = ".png";
-    if (format == Format::Jpeg) {
-      suffix = ".jpg";
-      save->set("Q", options.quality)->set("optimize_coding", true);
-    } else if (format == Format::Tiff) {
-      suffix = ".tif";
-      save->set("compression", VIPS_FOREIGN_TIFF_COMPRESSION_DEFLATE)
-          ->set("predictor", VIPS_FOREIGN_TIFF_PREDICTOR_HORIZONTAL);
-    }
-    void* bytes = nullptr;
-    size_t size = 0;
-    image.write_to_buffer(suffix, &bytes, &size, save);
-    std::unique_ptr<void, decltype(&g_free)> owner(bytes, g_free);
-    return std::vector<uint8_t>(static_cast<uint8_t*>(bytes), static_cast<uint8_t*>(bytes) + size);
+    photo.write_to_target(suffix, vips::VTarget::new_to_descriptor(fd), save);
   } catch (const vips::VError&) {
-    throw Failure("cannot be encoded: " + VipsMessage());
-  } catch (const std::bad_alloc&) {
-    throw Failure("does not fit into memory");
+    throw Failure("cannot be written: " + VipsMessage());
   }
 }
 
-void To8Bits(Photo* photo) {
-  if (photo->bits == 8) return;
-  for (std::vector<uint8_t>* plane : {&photo->samples, &photo->alpha}) {
-    const auto* wide = reinterpret_cast<const uint16_t*>(plane->data());
-    const size_t count = plane->size() / 2;
-    for (size_t i = 0; i < count; ++i) (*plane)[i] = static_cast<uint8_t>((wide[i] + 128u) / 257u);
-    plane->resize(count);
+void SavePicture(const VImage& picture, const std::string& path, const std::string& format, bool overwrite) {
+  const Format kind = format.empty() ? FormatOf(path) : FormatNamed(format);
+  if (kind == Format::None) throw UsageError("cannot tell the format of " + path + "; end it in " + kSuffixes);
+  std::vector<std::string> notes;
+  try {
+    NewFile file(path, overwrite);
+    EncodePhoto(picture, kind, {}, file.fd(), &notes);
+    file.Publish();
+  } catch (const Failure& failure) {
+    throw Failure(path + " " + failure.what());
   }
-  photo->bits = 8;
+  for (const std::string& note : notes) std::fprintf(stderr, "zel: note: %s\n", note.c_str());
 }
 
-void TurnUpright(Photo* photo) {
-  const int o = photo->orientation;
-  if (o <= 1 || o > 8) return;
-  const bool sideways = o >= 5, flipX = o == 2 || o == 3 || o == 7 || o == 8,
-             flipY = o == 3 || o == 4 || o == 6 || o == 7;
-  const size_t bytes = static_cast<size_t>(photo->bits / 8);
-  const int width = sideways ? photo->height : photo->width, height = sideways ? photo->width : photo->height;
-  for (std::vector<uint8_t>* plane : {&photo->samples, &photo->alpha}) {
-    if (plane->empty()) continue;
-    const size_t size = plane == &photo->alpha ? bytes : bytes * static_cast<size_t>(photo->channels);
-    std::vector<uint8_t> turned(plane->size());
-    uint8_t* out = turned.data();
-    for (int y = 0; y < height; ++y) {
-      for (int x = 0; x < width; ++x, out += size) {
-        int u = sideways ? y : x, v = sideways ? x : y;
-        if (flipX) u = photo->width - 1 - u;
-        if (flipY) v = photo->height - 1 - v;
-        const size_t pixel = static_cast<size_t>(v) * static_cast<size_t>(photo->width) + static_cast<size_t>(u);
-        std::memcpy(out, &(*plane)[pixel * size], size);
-      }
-    }
-    *plane = std::move(turned);
-  }
-  photo->width = width;
-  photo->height = height;
-  photo->orientation = 1;
+int Bits(const VImage& photo) {
+  return photo.format() == VIPS_FORMAT_USHORT ? 16 : 8;
 }
 
-void GreyToColour(Photo* photo) {
-  const size_t bytes = static_cast<size_t>(photo->bits / 8), pixels = photo->Pixels();
-  std::vector<uint8_t> colour(pixels * 3 * bytes);
-  for (size_t i = 0; i < pixels; ++i) {
-    for (size_t c = 0; c < 3; ++c) std::memcpy(&colour[(3 * i + c) * bytes], &photo->samples[i * bytes], bytes);
-  }
-  photo->samples = std::move(colour);
-  photo->channels = 3;
+bool HasAlpha(const VImage& photo) {
+  return photo.bands() == 2 || photo.bands() == 4;
 }
 
-bool ColourToGrey(Photo* photo) {
-  const size_t count = photo->Pixels() * 3;
-  const auto reduce = [&](auto* s, int tolerance) {
-    for (size_t i = 0; i < count; i += 3) {
-      const auto [least, most] = std::minmax({s[i], s[i + 1], s[i + 2]});
-      if (most - least > tolerance) return false;
-    }
-    for (size_t i = 0; i < count; i += 3) s[i / 3] = s[i + 1];
-    return true;
-  };
-  const bool grey = photo->bits == 8 ? reduce(photo->samples.data(), 2)
-                                     : reduce(reinterpret_cast<uint16_t*>(photo->samples.data()), 2 * 257);
-  if (!grey) return false;
-  photo->samples.resize(photo->samples.size() / 3);
-  photo->channels = 1;
-  return true;
+int Orientation(const VImage& photo) {
+  return IntField(photo, VIPS_META_ORIENTATION, 1);
+}
+
+uint8_t* Samples(const VImage& photo) {
+  return VIPS_IMAGE_ADDR(photo.get_image(), 0, 0);
+}
+
+VImage InMemory(const VImage& image) {
+  VImage memory = VImage::new_memory();
+  try {
+    image.write(memory);
+  } catch (const vips::VError&) {
+    if (!std::strstr(vips_error_buffer(), "out of memory")) throw;
+    vips_error_clear();
+    throw Failure("does not fit into memory: " + std::to_string(image.width()) + " x " +
+                  std::to_string(image.height()) + " pixels take " +
+                  Millions(static_cast<double>(image.width()) * image.height() * image.bands() * Bits(image) / 8) +
+                  " MB");
+  }
+  return memory;
+}
+
+VImage To8Bits(const VImage& photo) {
+  if (Bits(photo) == 8) return photo;
+  return photo.linear(1 / 257.0, 0.5, VImage::option()->set("uchar", true))
+      .copy(VImage::option()->set("interpretation",
+                                  photo.bands() <= 2 ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB));
+}
+
+VImage InColour(const VImage& photo) {
+  if (photo.bands() > 2) return photo;
+  const VImage grey = photo.extract_band(0);
+  VImage colour = VImage::bandjoin(std::vector<VImage>{grey, grey, grey});
+  if (HasAlpha(photo)) colour = colour.bandjoin(photo.extract_band(1));
+  return colour.copy(VImage::option()->set("interpretation",
+                                           Bits(photo) == 16 ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB));
 }
 
 }  // namespace tool

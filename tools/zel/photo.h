@@ -1,41 +1,37 @@
-// A photograph in memory, and how it is read and written.
+// Reading and writing photographs.
 #ifndef ZEL_TOOL_PHOTO_H_
 #define ZEL_TOOL_PHOTO_H_
 
-#include <cstdint>
-#include <memory>
+#include <functional>
 #include <string>
 #include <vector>
-
-#include "zel.h"
+#include <vips/vips8>
 
 namespace tool {
 
-struct Metadata;  // EXIF, XMP, IPTC, colour profile, resolution: carried from the source to the result
+// A photograph is an image in memory: the file's samples, red first, alpha last, 8 or 16 bits, with the header's
+// fields.
+using vips::VImage;
 
-// Pixels tightly packed, blue first. Alpha lies apart and is never touched.
-struct Photo {
-  int width = 0, height = 0;
-  int channels = 3;  // 1 or 3
-  int bits = 8;      // 8 or 16
-  int orientation = 1;
-  std::vector<uint8_t> samples;
-  std::vector<uint8_t> alpha;  // empty: none
-  std::shared_ptr<const Metadata> metadata;
+enum class Format { None, Png, Jpeg, Tiff, Ppm, Webp, Avif };
 
-  size_t Pixels() const { return static_cast<size_t>(width) * static_cast<size_t>(height); }
-  ImageDesc Record();
-};
+// The formats that can be written, for messages.
+constexpr const char* kFormatNames = "png, jpg, tif, ppm, webp or avif";
+constexpr const char* kSuffixes = ".png, .jpg, .tif, .ppm, .webp or .avif";
 
-enum class Format { None, Png, Jpeg, Tiff, Ppm };
-
-struct ReadLimits {
+struct ReadOptions {
   double maxPixels = 300e6;
+  int page = -1;        // of files that hold several pictures; -1: such files are refused
+  bool toSrgb = false;  // a picture with another colour profile is converted
+  // Called with the bytes that the picture will take before it is decoded; may wait.
+  std::function<void(double)> reserve;
 };
 
 struct WriteOptions {
-  int quality = 95;    // JPEG
-  bool strip = false;  // no metadata; the picture is turned upright first
+  int quality = 0;           // of JPEG, WebP and AVIF, 1 to 100; 0: that of a JPEG source, else 95
+  std::string subsampling;   // of JPEG: "4:4:4" or "4:2:0"; empty: that of a JPEG source, else 4:4:4 from quality 90 on
+  bool progressive = false;  // JPEG; also when the source is
+  bool strip = false;        // no metadata; the picture is turned upright and converted to sRGB first
 };
 
 // Starts the image library. Called once, by commands that read or write pictures, before any thread exists.
@@ -43,29 +39,40 @@ void StartImages(const char* program);
 
 // By suffix; Format::None when it is unknown.
 Format FormatOf(const std::string& path);
-// "png", "jpg", "jpeg", "tif", "tiff", "ppm", "pgm" in any case; Format::None otherwise.
+// "png", "jpg", "jpeg", "tif", "tiff", "ppm", "pgm", "pnm", "webp", "avif" in any case; Format::None otherwise.
 Format FormatNamed(const std::string& name);
+// The suffix without its dot.
+const char* Suffix(Format format);
+// By suffix: what may be read but not be written.
+bool IsReadOnlyName(const std::string& path);
 
-// Reads PNG, JPEG, TIFF or PPM by content, whatever the name says; "-" reads standard input. Throws Failure.
-Photo ReadPhoto(const std::string& path, const ReadLimits& limits);
+// Reads by content, whatever the name says: PNG, JPEG, TIFF, PPM, WebP, HEIC, AVIF and JPEG XL, as far as the installed
+// image library does. "-" is standard input. `notes` receives what was converted. Throws Failure, NotAPicture for files
+// of other kinds.
+VImage ReadPhoto(const std::string& path, const ReadOptions& options, std::vector<std::string>* notes);
 
-// The encoded file. `notes` receives what the format cannot hold (16 bits, alpha). Throws Failure.
-std::vector<uint8_t> EncodePhoto(Photo photo, Format format, const WriteOptions& options,
-                                 std::vector<std::string>* notes);
+// Writes the encoded file to a descriptor. `notes` receives what the format cannot hold (16 bits, alpha). Throws
+// Failure.
+void EncodePhoto(VImage photo, Format format, const WriteOptions& options, int fd, std::vector<std::string>* notes);
 
-// Writes bytes so that `path` is either the old file or the complete new one at every moment, also when the process is
-// killed. Without `overwrite` an existing file is a Failure. "-" writes standard output.
-void WriteFile(const std::string& path, const void* bytes, size_t count, bool overwrite);
+// Encodes and publishes a picture that a command has drawn; the format is the one named, or that of the suffix.
+// Prints notes. Throws Failure, and UsageError when there is no format.
+void SavePicture(const VImage& picture, const std::string& path, const std::string& format, bool overwrite);
+
+int Bits(const VImage& photo);
+bool HasAlpha(const VImage& photo);
+int Orientation(const VImage& photo);
+uint8_t* Samples(const VImage& photo);
+
+// A copy of its own, decoded or computed now, in one piece of memory that may be written to. Throws Failure when it
+// does not fit.
+VImage InMemory(const VImage& image);
 
 // Keeps the upper 8 of 16 bits, rounded.
-void To8Bits(Photo* photo);
+VImage To8Bits(const VImage& photo);
 
-// Turns the samples so that orientation 1 shows them as before.
-void TurnUpright(Photo* photo);
-
-// Makes three equal channels of one; and one of three when no pixel has colour beyond rounding, 2 of 255.
-void GreyToColour(Photo* photo);
-bool ColourToGrey(Photo* photo);
+// Three equal channels of a grey picture's one.
+VImage InColour(const VImage& photo);
 
 }  // namespace tool
 

@@ -1,17 +1,17 @@
 #include "recipe.h"
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-
 #include "failure.h"
+#include "files.h"
 
 namespace tool {
 
 Chain ReadRecipe(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw UsageError("the recipe " + path + " cannot be read: " + std::strerror(errno));
-  const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  std::string text;
+  try {
+    text = ReadText(path);
+  } catch (const Failure& failure) {
+    throw UsageError("the recipe " + path + " " + failure.what());
+  }
   ZelReport report;
   ZelChain* const chain = ZelChain_ParseRecipe(text.data(), text.size(), &report);
   if (chain == nullptr) throw UsageError("the recipe " + path + ": " + report.text);
@@ -19,9 +19,8 @@ Chain ReadRecipe(const std::string& path) {
 }
 
 void SaveRecipe(const Chain& chain, const std::string& path, bool overwrite) {
-  const std::string text = ZelChain_Recipe(chain.get());
   try {
-    WriteFile(path, text.data(), text.size(), overwrite);
+    WriteFile(path, ZelChain_Recipe(chain.get()), overwrite);
   } catch (const Failure& failure) {
     throw Failure("the recipe " + path + " " + failure.what());
   }

@@ -45,7 +45,8 @@ zel \- enhances photographs
 .I COMMAND
 [...]
 .SH DESCRIPTION
-Reads PNG, JPEG, TIFF and PPM photographs with 8 or 16 bits, runs operations one after another and writes the results.
+Reads PNG, JPEG, TIFF, PPM, WebP, HEIC, AVIF and JPEG XL photographs with 8 or 16 bits, runs operations one after
+another and writes the results as PNG, JPEG, TIFF, PPM, WebP or AVIF.
 Alpha, metadata and colour profile are kept. Words up to the first name of an operation are photographs; write a file of
 such a name as
 .IR ./name .

@@ -1,6 +1,9 @@
 #include "sample.h"
 
 #include <algorithm>
+#include <cstdint>
+
+#include "failure.h"
 
 namespace tool {
 namespace {
@@ -176,34 +179,42 @@ Colour Film(Colour c, int x, int y, int px, int py) {
   return c;
 }
 
-}  // namespace
+struct Frame {
+  int width, height;
+};
 
-Photo DrawSample(int width, int height, int bits) {
-  Photo photo;
-  photo.width = width;
-  photo.height = height;
-  photo.bits = bits;
-  photo.samples.resize(photo.Pixels() * 3 * static_cast<size_t>(bits / 8));
-  auto* wide = reinterpret_cast<uint16_t*>(photo.samples.data());
-  const auto across = [&](int64_t x) { return static_cast<int>(x * kOne / height); };
+// Any part of the picture, so that a large one need not fit into memory.
+template <typename T>
+int Draw(VipsRegion* part, void*, void* client, void*, gboolean*) {
+  const auto* frame = static_cast<const Frame*>(client);
+  const int width = frame->width, height = frame->height;
   const int personX = static_cast<int>(int64_t{1950} * width / height);
-  for (int py = 0; py < height; ++py) {
+  for (int py = part->valid.top; py < part->valid.top + part->valid.height; ++py) {
+    T* out = reinterpret_cast<T*>(VIPS_REGION_ADDR(part, part->valid.left, py));
     const int y = static_cast<int>(int64_t{py} * kOne / height);
-    for (int px = 0; px < width; ++px) {
+    for (int px = part->valid.left; px < part->valid.left + part->valid.width; ++px) {
       const int x = static_cast<int>(int64_t{px} * kOne / width);
-      const Colour c = Film(Scene(x, y, across(px), personX), x, y, px, py);
-      const size_t at = (static_cast<size_t>(py) * static_cast<size_t>(width) + static_cast<size_t>(px)) * 3;
-      const int samples[3] = {c.b, c.g, c.r};
-      for (size_t k = 0; k < 3; ++k) {
-        if (bits == 16) {
-          wide[at + k] = static_cast<uint16_t>(samples[k]);
-        } else {
-          photo.samples[at + k] = static_cast<uint8_t>((samples[k] + 128) / 257);
-        }
-      }
+      const Colour c = Film(Scene(x, y, static_cast<int>(int64_t{px} * kOne / height), personX), x, y, px, py);
+      for (int sample : {c.r, c.g, c.b}) *out++ = static_cast<T>(sizeof(T) == 2 ? sample : (sample + 128) / 257);
     }
   }
-  return photo;
+  return 0;
+}
+
+}  // namespace
+
+VImage DrawSample(int width, int height, int bits) {
+  VipsImage* image = vips_image_new();
+  const VImage owner(image);
+  vips_image_init_fields(image, width, height, 3, bits == 16 ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR, VIPS_CODING_NONE,
+                         bits == 16 ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB, 1, 1);
+  Frame* frame = VIPS_NEW(image, Frame);
+  *frame = {width, height};
+  if (vips_image_pipelinev(image, VIPS_DEMAND_STYLE_THINSTRIP, nullptr) != 0 ||
+      vips_image_generate(image, nullptr, bits == 16 ? Draw<uint16_t> : Draw<uint8_t>, nullptr, frame, nullptr) != 0) {
+    throw Failure("the picture cannot be drawn");
+  }
+  return owner;
 }
 
 }  // namespace tool

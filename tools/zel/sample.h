@@ -8,8 +8,8 @@ namespace tool {
 
 // Sky with clouds, hills, a tree, grass, a person, a grey card and colour patches, under warm light and with film
 // noise. Integer arithmetic only: the same pixels on every machine. 16 bits hold the same picture more finely. Sizes
-// from 64 x 64.
-Photo DrawSample(int width, int height, int bits);
+// from 64 x 64. Drawn as it is used, part by part.
+VImage DrawSample(int width, int height, int bits);
 
 }  // namespace tool
 

@@ -10,8 +10,8 @@ using Table = std::shared_ptr<const ZelTable>;
 
 Table TakeTable(ZelTable* table, const ZelReport& report);
 
-// The bytes of a file of the kind that the path's suffix names. Throws UsageError for other suffixes.
-std::vector<uint8_t> EncodeTable(const Table& table, const std::string& path, const std::string& comment);
+// Writes a file of the kind that the path's suffix names. Throws Failure, and UsageError for other suffixes.
+void SaveTable(const Table& table, const std::string& path, const std::string& comment, bool overwrite);
 // Throws Failure that names the line.
 Table ReadTable(const std::string& path);
 

@@ -10,32 +10,24 @@
 namespace tool {
 namespace {
 
-Photo ReadMeasured(const std::string& path) {
-  try {
-    return ReadPhoto(path, {});
-  } catch (const Failure& failure) {
-    throw Failure(path + ": " + failure.what());
-  }
-}
-
 int WriteTable(const Chain& chain, const std::vector<std::string>& inputs, const std::string& output, int nodes,
                bool overwrite) {
-  Photo photo;
+  VImage photo;
   if (inputs.size() > 1)
     throw UsageError("one photograph is measured; " + std::to_string(inputs.size()) + " are given");
-  if (!inputs.empty()) photo = ReadMeasured(inputs[0]);
-  const ZelPixels pixels = PixelsOf(&photo);
-  const ZelApplyOptions options = OptionsOf(photo);
+  ZelPixels pixels{};
+  ZelApplyOptions options{};
+  if (!inputs.empty()) {
+    photo = ReadInput(inputs[0], {});
+    pixels = PixelsOf(photo);
+    options = OptionsOf(photo);
+  }
   ZelBakeError distance{};
   ZelReport report;
-  const Table table = TakeTable(
-      ZelChain_Bake(chain.get(), inputs.empty() ? nullptr : &pixels, nodes, &options, &distance, &report), report);
-  try {
-    const std::vector<uint8_t> bytes = EncodeTable(table, output, ZelChain_Words(chain.get()));
-    WriteFile(output, bytes.data(), bytes.size(), overwrite);
-  } catch (const Failure& failure) {
-    throw Failure(output + " " + failure.what());
-  }
+  const Table table = TakeTable(ZelChain_Bake(chain.get(), inputs.empty() ? nullptr : &pixels, nodes,
+                                              inputs.empty() ? nullptr : &options, &distance, &report),
+                                report);
+  SaveTable(table, output, ZelChain_Words(chain.get()), overwrite);
   if (distance.most > 0) {
     std::fprintf(stderr, "zel: note: on %s the table of %d nodes differs from the operations by up to %.0f of 255\n",
                  inputs.empty() ? "colours spread over all" : inputs[0].c_str(),
@@ -104,17 +96,18 @@ int ApplyTableFile(int argc, char** argv) {
   app.add_option("--table", path, "the table: .cube, .clf or .png (HaldCLUT)")->required()->type_name("FILE");
   return Parse(&app, argc, argv, [&] {
     FinishBatchArguments(&a);
-    a.batch.inputs = a.words;
-    if (a.batch.inputs.empty()) throw UsageError("no photograph is given; zel apply-table IN... -o OUT --table FILE");
-    if (a.batch.output.empty()) throw UsageError("no output is given; zel apply-table IN... -o OUT --table FILE");
+    a.batch.plan.inputs = a.words;
+    if (a.batch.plan.inputs.empty())
+      throw UsageError("no photograph is given; zel apply-table IN... -o OUT --table FILE");
+    if (a.batch.plan.output.empty()) throw UsageError("no output is given; zel apply-table IN... -o OUT --table FILE");
     StartImages(argv[0]);
     const Table table = ReadTable(path);
-    const Work work{[&table](Photo* photo, std::vector<std::string>* notes, void (*)()) {
-                      if (photo->channels == 1) GreyToColour(photo);
-                      const ZelPixels pixels = PixelsOf(photo);
-                      ZelReport report;
-                      ZelTable_Apply(table.get(), &pixels, &pixels, nullptr, &report);
-                      Check(report, notes);
+    const Work work{[&table](VImage* photo, Told* told, void (*)()) {
+                      Run(
+                          [&](const ZelPixels* pixels, ZelReport* report) {
+                            return ZelTable_Apply(table.get(), pixels, pixels, nullptr, report);
+                          },
+                          photo, &told->notes);
                     },
                     "table " + path, "[{\"name\":\"apply-table\"}]"};
     return RunBatch(work, a.batch);

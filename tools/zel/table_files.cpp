@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <cmath>
 #include <cstring>
-#include <fstream>
 #include <functional>
 
 #include "failure.h"
+#include "files.h"
 #include "table.h"
 
 namespace tool {
@@ -155,24 +154,26 @@ void OnText(GMarkupParseContext*, const gchar* text, gsize length, gpointer user
   });
 }
 
-std::string Suffix(const std::string& path) {
+std::string UpperSuffix(const std::string& path) {
   const size_t dot = path.rfind('.');
   std::string suffix = dot == std::string::npos ? "" : path.substr(dot + 1);
   std::transform(suffix.begin(), suffix.end(), suffix.begin(), [](unsigned char c) { return std::toupper(c); });
   return suffix;
 }
 
-std::vector<uint8_t> EncodeHald(const Table& table) {
-  Photo photo;
-  photo.width = photo.height = ZelTable_HaldSide(table.get());
-  photo.bits = ZelTable_HaldBits(table.get());
-  photo.samples.resize(photo.Pixels() * 3 * static_cast<size_t>(photo.bits / 8));
-  const ZelPixels pixels = PixelsOf(&photo);
+VImage HaldPicture(const Table& table) {
+  const int side = ZelTable_HaldSide(table.get());
+  const bool deep = ZelTable_HaldBits(table.get()) == 16;
+  const VImage blank = VImage::black(side, side, VImage::option()->set("bands", 3));
+  const VImage picture = InMemory(
+      blank.cast(deep ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR)
+          .copy(VImage::option()->set("interpretation", deep ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB)));
+  const ZelPixels pixels = PixelsOf(picture);
   ZelReport report;
   ZelTable_WriteHald(table.get(), &pixels, &report);
   std::vector<std::string> notes;
   Check(report, &notes);
-  return EncodePhoto(std::move(photo), Format::Png, {}, &notes);
+  return picture;
 }
 
 }  // namespace
@@ -202,9 +203,9 @@ Table ParseClf(const std::string& text) {
   return TakeTable(table, report);
 }
 
-std::vector<uint8_t> EncodeTable(const Table& table, const std::string& path, const std::string& comment) {
-  const std::string suffix = Suffix(path);
-  if (suffix == "PNG") return EncodeHald(table);
+void SaveTable(const Table& table, const std::string& path, const std::string& comment, bool overwrite) {
+  const std::string suffix = UpperSuffix(path);
+  if (suffix == "PNG") return SavePicture(HaldPicture(table), path, "", overwrite);
   if (suffix != "CUBE" && suffix != "CLF") {
     throw UsageError("cannot tell the format of the table " + path + "; end it in .cube, .clf or .png (HaldCLUT)");
   }
@@ -215,27 +216,25 @@ std::vector<uint8_t> EncodeTable(const Table& table, const std::string& path, co
                                                             ZelText_Free);
   std::vector<std::string> notes;
   Check(report, &notes);
-  return {text.get(), text.get() + size};
+  try {
+    WriteFile(path, {text.get(), size}, overwrite);
+  } catch (const Failure& failure) {
+    throw Failure(path + " " + failure.what());
+  }
 }
 
 Table ReadTable(const std::string& path) {
-  const std::string suffix = Suffix(path);
+  const std::string suffix = UpperSuffix(path);
   try {
     ZelReport report;
     if (suffix == "PNG") {
-      Photo photo = ReadPhoto(path, {});
-      const ZelPixels pixels = PixelsOf(&photo);
+      std::vector<std::string> notes;
+      const VImage photo = ReadPhoto(path, {}, &notes);
+      const ZelPixels pixels = PixelsOf(photo);
       return TakeTable(ZelTable_ReadHald(&pixels, &report), report);
     }
     if (suffix != "CUBE" && suffix != "CLF") throw Failure("must end in .cube, .clf or .png (HaldCLUT)");
-    std::ifstream file(path, std::ios::binary);
-    if (!file) throw Failure(std::string("cannot be read: ") + std::strerror(errno));
-    std::string text;
-    char block[65536];
-    while (file.read(block, sizeof block) || file.gcount() > 0) {
-      text.append(block, static_cast<size_t>(file.gcount()));
-      if (text.size() > 256u << 20) throw Failure("is larger than any table");
-    }
+    const std::string text = ReadText(path);
     if (suffix == "CLF") return ParseClf(text);
     return TakeTable(ZelTable_ReadCube(text.data(), text.size(), &report), report);
   } catch (const Failure& failure) {

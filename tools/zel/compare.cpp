@@ -1,0 +1,176 @@
+// zel compare: two photographs side by side, as a whole and where they differ most, and how far they differ.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "commands.h"
+#include "failure.h"
+#include "pictures.h"
+#include "profile.h"
+
+namespace tool {
+namespace {
+
+struct Difference {
+  double psnr, mean;
+  int most, top;
+};
+
+VImage Colour(const VImage& photo) {
+  return InColour(photo).extract_band(0, VImage::option()->set("n", 3));
+}
+
+Difference Measure(const VImage& a, const VImage& b) {
+  const VImage d = (Colour(a) - Colour(b)).abs();
+  const int top = Bits(a) == 16 ? 65535 : 255;
+  const double squares = (d * d).avg();
+  return {10 * std::log10(double(top) * top / squares), d.avg(), static_cast<int>(d.max()), top};
+}
+
+struct Place {
+  int x, y;
+};
+
+// Where a part of this size differs most.
+Place Busiest(const VImage& a, const VImage& b, int width, int height) {
+  const VImage d = (a - b).abs().bandmean().shrink(std::max(1.0, width / 4.0), std::max(1.0, height / 4.0));
+  double ones[9] = {1, 1, 1, 1, 1, 1, 1, 1, 1};
+  const VImage sums = d.conv(VImage::new_matrix(3, 3, ones, 9));
+  int x = 0, y = 0;
+  sums.max(VImage::option()->set("x", &x)->set("y", &y));
+  const auto centred = [](int at, int of, int part, int whole) {
+    return std::clamp(static_cast<int>((at + 0.5) * whole / of) - part / 2, 0, whole - part);
+  };
+  return {centred(x, d.width(), width, a.width()), centred(y, d.height(), height, a.height())};
+}
+
+Place ParsePlace(const std::string& text, int width, int height, int partWidth, int partHeight) {
+  double x, y;
+  char percentX[2] = "", percentY[2] = "";
+  int used = 0;
+  const bool perCent = std::sscanf(text.c_str(), "%lf%1[%%],%lf%1[%%]%n", &x, percentX, &y, percentY, &used) == 4;
+  if (!perCent && std::sscanf(text.c_str(), "%lf,%lf%n", &x, &y, &used) != 2) used = -1;
+  if (used != static_cast<int>(text.size()) || !(x >= 0 && y >= 0 && x <= 1e6 && y <= 1e6)) {
+    throw UsageError("--at " + text + " must be x,y in pixels or per cent (50%,30%)");
+  }
+  if (perCent) {
+    x *= width / 100.0;
+    y *= height / 100.0;
+  }
+  return {std::clamp(static_cast<int>(x) - partWidth / 2, 0, width - partWidth),
+          std::clamp(static_cast<int>(y) - partHeight / 2, 0, height - partHeight)};
+}
+
+// The left half of one and the right half of the other.
+VImage Split(const VImage& a, const VImage& b) {
+  const int middle = a.width() / 2;
+  const VImage right = b.extract_area(middle, 0, b.width() - middle, b.height());
+  const VImage line = right.extract_area(0, 0, std::min(2, right.width()), right.height()) * 0 + 255;
+  return a.insert(right, middle, 0).insert(line.cast(VIPS_FORMAT_UCHAR), middle - 1, 0);
+}
+
+struct CompareArguments {
+  std::string before, after, output, format, at;
+  bool split = false, overwrite = false;
+  int size = 800, page = -1;
+};
+
+VImage Draw(const VImage& a, const VImage& b, const CompareArguments& arguments) {
+  const VImage wholeA = InMemory(Shown(a)), wholeB = InMemory(Shown(b));
+  const VImage left = Reduced(wholeA, arguments.size, arguments.size),
+               right = Reduced(wholeB, arguments.size, arguments.size);
+  const int width = left.width(), height = std::min(left.height(), std::max(64, width * 5 / 8));
+  std::vector<VImage> cells;
+  const auto add = [&](const VImage& one, const VImage& other, const char* what) {
+    if (arguments.split) {
+      cells.push_back(Captioned(Split(one, other), std::string("before | after") + what, ""));
+    } else {
+      cells.push_back(Captioned(one, std::string("before") + what, ""));
+      cells.push_back(Captioned(other, std::string("after") + what, ""));
+    }
+  };
+  const bool reduced = left.width() < wholeA.width();
+  if (!reduced) {
+    add(left, right, "");
+  } else {
+    const Place part = arguments.at.empty() ? Busiest(wholeA, wholeB, width, height)
+                                            : ParsePlace(arguments.at, wholeA.width(), wholeA.height(), width, height);
+    const auto framed = [&](const VImage& small) {
+      const double scale = double(small.width()) / wholeA.width();
+      VImage drawn = InMemory(small);
+      for (int inset : {0, 1}) {
+        drawn.draw_rect({255, 255, 255}, static_cast<int>(part.x * scale) + inset,
+                        static_cast<int>(part.y * scale) + inset, static_cast<int>(width * scale) - 2 * inset,
+                        static_cast<int>(height * scale) - 2 * inset);
+      }
+      return drawn;
+    };
+    add(framed(left), framed(right), "");
+    add(wholeA.extract_area(part.x, part.y, width, height), wholeB.extract_area(part.x, part.y, width, height),
+        ", the frame at 100 %");
+  }
+  // Of a split picture both histograms share the one column.
+  const VImage before = Captioned(Histogram(wholeA), "before", ""), after = Captioned(Histogram(wholeB), "after", "");
+  if (arguments.split) {
+    cells.push_back(Grid({before, after}, 2));
+    return Grid(cells, 1);
+  }
+  cells.push_back(before);
+  cells.push_back(after);
+  return Grid(cells, 2);
+}
+
+}  // namespace
+
+int Compare(int argc, char** argv) {
+  CLI::App app(
+      "Compares two photographs of one size: draws both, a part at 100 % and their histograms, prints how far they "
+      "differ.");
+  CompareArguments arguments;
+  app.add_option("before", arguments.before, "the first photograph")->required()->type_name("A");
+  app.add_option("after", arguments.after, "the second photograph")->required()->type_name("B");
+  app.add_option("-o,--output", arguments.output, "the picture to write; left out: only numbers")->type_name("OUT");
+  app.add_flag("--split", arguments.split, "one picture, left half before, right half after");
+  app.add_option("--at", arguments.at, "middle of the part at 100 %, x,y in pixels or per cent; where most differs")
+      ->type_name("X,Y");
+  app.add_option("--width", arguments.size, "longer side of one picture; 800")
+      ->check(CLI::Range(64, 8000))
+      ->type_name("PIXELS");
+  app.add_option("--page", arguments.page, "which picture of files that hold several, from 0")->type_name("N");
+  app.add_option("--format", arguments.format, "png, jpg, tif, ppm, webp or avif, whatever the output is called")
+      ->type_name("NAME");
+  app.add_flag("--overwrite", arguments.overwrite, "replace a file that exists");
+  return Parse(&app, argc, argv, [&] {
+    StartImages(argv[0]);
+    ReadOptions read;
+    read.page = arguments.page;
+    // Samples are compared as they are, unless they mean different things.
+    VImage a = ReadInput(arguments.before, read).autorot(), b = ReadInput(arguments.after, read).autorot();
+    const std::string profileA = OtherProfile(a), profileB = OtherProfile(b);
+    if (profileA != profileB) {
+      a = profileA.empty() ? a : ToSrgb(a);
+      b = profileB.empty() ? b : ToSrgb(b);
+    }
+    if (a.width() != b.width() || a.height() != b.height() || Bits(a) != Bits(b)) {
+      const auto text = [](const VImage& p) {
+        return std::to_string(p.width()) + " x " + std::to_string(p.height()) + ", " + std::to_string(Bits(p)) +
+               " bits";
+      };
+      throw Failure(arguments.before + " (" + text(a) + ") and " + arguments.after + " (" + text(b) +
+                    ") cannot be compared");
+    }
+    const Difference d = Measure(a, b);
+    if (arguments.output != "-") {
+      if (d.most == 0) {
+        std::puts("no difference");
+      } else {
+        std::printf("PSNR %.2f dB, mean difference %.3f, largest %d of %d\n", d.psnr, d.mean, d.most, d.top);
+      }
+    }
+    if (!arguments.output.empty())
+      SavePicture(Draw(a, b, arguments), arguments.output, arguments.format, arguments.overwrite);
+    return kAllDone;
+  });
+}
+
+}  // namespace tool
