@@ -1,5 +1,6 @@
 #include "color/linear_light.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace zel {
@@ -38,6 +39,22 @@ double LevelOfLight(double light) {
   if (light <= 0.0031308) return light * 12.92;
   const double fifth = light * light * light * light * light;
   return 1.055 * CubeRoot(std::sqrt(std::sqrt(fifth))) - 0.055;  // light ^ (5 / 12)
+}
+
+double Logarithm(double value) {
+  double halvings = 0.0;
+  for (; value < 0.5; value *= 2.0) ++halvings;
+  const double z = (value - 1.0) / (value + 1.0), zz = z * z;
+  double sum = 0.0;
+  for (int n = 31; n > 0; n -= 2) sum = sum * zz + 1.0 / n;  // z is a third at most
+  return 2.0 * z * sum - halvings * 0.69314718055994530942;
+}
+
+double Exponential(double exponent) {
+  constexpr int kSquarings = 26;
+  double power = std::max(1.0 + exponent / (1 << kSquarings), 0.0);
+  for (int i = 0; i < kSquarings; ++i) power *= power;
+  return power;
 }
 
 }  // namespace zel

@@ -8,6 +8,10 @@ namespace zel {
 double LightOfLevel(double level);
 double LevelOfLight(double light);
 
+// The natural logarithm of 0 < value <= 1, and the exponential to about nine digits, built the same way.
+double Logarithm(double value);
+double Exponential(double exponent);
+
 }  // namespace zel
 
 #endif  // ZEL_COLOR_LINEAR_LIGHT_H_

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "core/blend.h"
+#include "color/linear_light.h"
 #include "core/channel_lut.h"
 #include "core/reduce.h"
 #include "core/work_time.h"
@@ -29,7 +29,7 @@ struct Histogram {
   }
 };
 
-// What a channel has left of its range, and what it is stretched between.
+// What a channel shows of black and white, in levels.
 struct Levels {
   double black, white;
 };
@@ -44,125 +44,155 @@ void Count(const SampledCopy& copy, Histogram* histograms) {
   for (int32_t k = 0; k < geometry.channels; ++k) histograms[k].count = pixels;
 }
 
-// Fading lifts the black of all channels by much the same, takes somewhat less from their white, and yellowing takes
-// some more from one channel's white. What goes beyond is the subject: a red wall has no black in its red, a night no
-// white.
-constexpr double kEnd = 0.0005;      // share of the samples that count as below black or above white
-constexpr double kBlackApart = 1.1;  // most lift of one channel, as a multiple of the least
-constexpr double kWhiteLost = 0.6;   // levels of white lost for each level of lift
-constexpr double kWhiteApart = 0.5;  // levels that one channel may have lost besides
-constexpr double kBlackKept = 10.0;  // lift up to which nothing is done,
-constexpr double kBlackLost = 22.0;  // and from which everything
-constexpr double kMostLift = 105.0;  // lift up to which it may be fading,
-constexpr double kNoDark = 155.0;    // and from which it is a light picture
+constexpr double kDarkest = 0.0005;    // share of the samples that may be darker than black,
+constexpr double kBrightest = 0.0003;  // and brighter than white: few, for small highlights are what paper yellows
+constexpr double kBlack = 8.0;         // the black of a photograph that has not aged
 constexpr double kFewestTones = 40.0;
-constexpr double kTogether = 0.05;  // share of the way on which a channel's middle meets the others'
 
-Levels Limited(const Levels& measured, double leastBlack, double mostWhite) {
-  leastBlack = std::min(leastBlack, kMostLift);
-  const double white = std::max(mostWhite, 255.0 - kWhiteLost * leastBlack);
-  const double black = std::min(measured.black, leastBlack * kBlackApart);
-  return {black, std::max(measured.white, std::max(white - kWhiteApart * leastBlack, black + kFewestTones))};
+// From 0 at `from` to 1 at `to`.
+double Ramp(double value, double from, double to) {
+  return std::min(std::max((value - from) / (to - from), 0.0), 1.0);
 }
 
-// How much of the correction a picture gets: nothing while it still has black, and nothing when it has so little dark,
-// or so few tones, that it does not show what was black.
-double Fading(double leastBlack, double mostWhite) {
-  if (mostWhite - leastBlack < kFewestTones) return 0.0;
-  const double lifted = std::max((leastBlack - kBlackKept) / (kBlackLost - kBlackKept), 0.0);
-  const double dark = std::max((kNoDark - leastBlack) / (kNoDark - kMostLift), 0.0);
-  return std::min(std::min(lifted, dark), 1.0);
-}
+// Dyes fade one by one: a channel's black may be lifted by this much over both others. Below `from` it is the subject,
+// and so it is far above: shadows are often reddish, and nothing photographed is as green or blue as a faded dye.
+struct DyeLift {
+  double from, whole, most;
+};
+constexpr DyeLift kDyeLift[3] = {{12.0, 28.0, 70.0}, {3.0, 12.0, 55.0}, {4.0, 14.0, 45.0}};
 
-double Stretched(const Levels& levels, double level) {
-  return std::min(std::max((level - levels.black) / (levels.white - levels.black), 0.0), 1.0);
-}
-
-// value ^ exponent for exponents below 2, by halves, quarters, eighths of it: square roots and products are the same on
-// every platform, which the power function is not.
-double Power(double value, double exponent) {
-  double result = 1.0, root = value;
-  if (exponent >= 1.0) {
-    result = value;
-    exponent -= 1.0;
+// What of the measured ends is age. A veil lifts the black of all channels, one up to 1.3 times as far as another, and
+// takes up to 0.6 of it from white, with half of it more where it is coloured. A picture without anything dark
+// (from 105 to 155) does not show what was black. Yellowed paper takes most from blue and least from red; it is
+// believed when the channels are apart by more than most lamps bring them, and then for three fifths.
+void KeepWhatIsAge(Levels* levels, int32_t channels) {
+  double least = 255.0, brightest = 0.0;
+  for (int32_t k = 0; k < channels; ++k) {
+    least = std::min(least, levels[k].black);
+    brightest = std::max(brightest, levels[k].white);
   }
-  for (int32_t bit = 0; bit < 24; ++bit) {
-    root = std::sqrt(root);
-    exponent *= 2.0;
-    if (exponent >= 1.0) {
-      result *= root;
-      exponent -= 1.0;
+  const double dark = 1.0 - Ramp(least, 105.0, 155.0);
+  const double veiled = brightest - least < kFewestTones ? 0.0 : Ramp(least, 12.0, 24.0) * dark;
+  Levels kept[3];
+  double mostVeil = 0.0;
+  for (int32_t k = 0; k < channels; ++k) {
+    const double black = std::max(levels[k].black, kBlack);
+    const double veil = (std::max(std::min(black, 1.3 * least), kBlack) - kBlack) * veiled;
+    double dye = 0.0;
+    if (channels == 3) {
+      const double over = levels[k].black - std::max(levels[(k + 1) % 3].black, levels[(k + 2) % 3].black);
+      const DyeLift& lift = kDyeLift[k];
+      dye = Ramp(over, lift.from, lift.whole) * (1.0 - Ramp(over, lift.most, 1.6 * lift.most)) * dark;
+    }
+    kept[k].black = kBlack + std::max(veil, (black - kBlack) * dye);
+    mostVeil = std::max(mostVeil, veil);
+  }
+  const bool yellowed =
+      channels == 3 && levels[0].white >= levels[1].white - 3.0 && levels[1].white >= levels[2].white - 3.0;
+  for (int32_t k = 0; k < channels; ++k) {
+    const double lost = 255.0 - levels[k].white, apart = brightest - levels[k].white;
+    const double veil = 0.6 * least * veiled + 0.5 * mostVeil;
+    const double paper = yellowed ? 0.6 * apart * Ramp(apart, 35.0, 60.0) * (1.0 - Ramp(apart, 75.0, 130.0)) : 0.0;
+    kept[k].white = std::max(255.0 - std::min(std::max(veil, paper), lost), kept[k].black + kFewestTones);
+    levels[k] = kept[k];
+  }
+}
+
+bool Unaged(const Levels* levels, int32_t channels) {
+  for (int32_t k = 0; k < channels; ++k) {
+    if (levels[k].black > kBlack + 0.5 || levels[k].white < 254.5) return false;
+  }
+  return true;
+}
+
+// The two ways in which age lifts black, taken back, as levels: a faded dye has lost density everywhere (a power of
+// light), a veil has added the same light everywhere (a difference). Both lead black and white to the same place.
+struct Curves {
+  double dye[3][256], veil[3][256];
+
+  double At(int32_t channel, int32_t level, double veiled) const {
+    return dye[channel][level] + (veil[channel][level] - dye[channel][level]) * veiled;
+  }
+};
+
+void FillCurves(const Levels* levels, int32_t channels, Curves* curves) {
+  const double target = LightOfLevel(kBlack / 255.0);
+  for (int32_t k = 0; k < channels; ++k) {
+    const double black = LightOfLevel(levels[k].black / 255.0), white = LightOfLevel(levels[k].white / 255.0);
+    const double power = Logarithm(target) / Logarithm(black / white);
+    for (int32_t i = 0; i < 256; ++i) {
+      const double light = LightOfLevel(i / 255.0), share = std::min(light / white, 1.0);
+      const double dense = share > 0.0 ? Exponential(Logarithm(share) * power) : 0.0;
+      const double clear =
+          light <= black ? target * light / black : target + (light - black) / (white - black) * (1.0 - target);
+      curves->dye[k][i] = 255.0 * LevelOfLight(dense);
+      curves->veil[k][i] = 255.0 * LevelOfLight(clear);
     }
   }
-  return result;
 }
 
-// The exponent that moves a middle to another, within limits; found by halving, because it needs no logarithm.
-double GammaBetween(double from, double to) {
-  double low = 0.8, high = 1.25;
-  for (int32_t i = 0; i < 24; ++i) {
-    const double middle = (low + high) / 2.0;
-    // Powers of a level below 1 fall as the exponent grows.
-    (Power(from, middle) > to ? low : high) = middle;
+// How much of the lifted black was a veil: what brings the most pixels of all brightnesses near grey, and the picture
+// near the brightness that most have. Taking back the wrong one leaves the middle tones coloured, or far too dark.
+double VeiledShare(const SampledCopy& copy, const Curves& curves) {
+  constexpr int32_t kBands = 8, kEvery = 5;
+  const Geometry& geometry = copy.geometry;
+  const int32_t red = geometry.blueFirst ? 2 : 0, pixels = geometry.width * geometry.height;
+  double best = 0.0, found = 0.5;
+  for (int32_t quarter = 0; quarter <= 4; ++quarter) {
+    const double veiled = quarter / 4.0;
+    int32_t table[3][256];
+    for (int32_t k = 0; k < 3; ++k) {
+      for (int32_t i = 0; i < 256; ++i) table[k][i] = static_cast<int32_t>(curves.At(k, i, veiled) + 0.5);
+    }
+    double grey[kBands] = {};
+    int64_t brightness = 0, seen = 0;
+    for (int32_t i = 0; i < pixels; i += kEvery) {
+      const uint8_t* sample = copy.pixels.data() + static_cast<size_t>(i) * 3;
+      const int32_t r = table[0][sample[red]], g = table[1][sample[1]], b = table[2][sample[2 - red]];
+      const int32_t high = std::max(r, std::max(g, b)), low = std::min(r, std::min(g, b));
+      brightness += 3 * r + 6 * g + b;
+      ++seen;
+      if (high < 12) continue;
+      const double colour = (high - low) / (high + 4.0);
+      grey[high / 32] += 1.0 / (1.0 + colour * colour / (0.1 * 0.1));
+    }
+    // Without a clear sign, half of each does the least harm.
+    const double apart = veiled - 0.5,
+                 off = (static_cast<double>(brightness) / (10.0 * static_cast<double>(seen)) - 105.0) / 50.0;
+    double score = -0.8 * apart * apart - 0.2 * off * off;
+    for (double sum : grey) score += std::sqrt(sum * kEvery / pixels);
+    if (quarter == 0 || score > best) best = score, found = veiled;
   }
-  return (low + high) / 2.0;
+  return found;
 }
 
-void FillCurve(const Levels& levels, double gamma, double fading, uint8_t* table) {
+// `share` 1 is the measured curve. Beyond it middle tones go on the same way and the ends stay, so that nothing clips.
+void FillTable(const Curves& curves, int32_t channel, double veiled, double share, uint8_t* table) {
   for (int32_t i = 0; i < 256; ++i) {
-    const double whole = 255.0 * Power(Stretched(levels, i), gamma);
-    table[i] = static_cast<uint8_t>(i + (whole - i) * fading + 0.5);
+    const double whole = curves.At(channel, i, veiled), far = whole * (255.0 - whole) / (127.5 * 127.5);
+    const double level = share <= 1.0 ? i + (whole - i) * share : whole + (whole - i) * (share - 1.0) * far;
+    table[i] = static_cast<uint8_t>(std::min(std::max(level, 0.0), 255.0) + 0.5);
+    if (i > 0) table[i] = std::max(table[i], table[i - 1]);
   }
 }
 
-// Three tables, or one, in the order of the samples.
-void BuildCurves(const Histogram* histograms, int32_t channels, uint8_t* block) {
+// Three tables, or one, in the order of the samples' names: red, green, blue.
+void BuildTables(const SampledCopy& copy, const Histogram* histograms, int32_t strength, uint8_t* block) {
+  const int32_t channels = copy.geometry.channels;
+  MakeIdentityLut(block, channels, 8);
   Levels levels[3];
-  double leastBlack = 255.0, mostWhite = 0.0;
   for (int32_t k = 0; k < channels; ++k) {
     // One level outside what is kept, so that a flat area at the end is not clipped as a whole.
-    levels[k].black = std::max(histograms[k].Percentile(kEnd) - 1, 0);
-    levels[k].white = std::min(histograms[k].Percentile(1.0 - kEnd) + 1, 255);
-    leastBlack = std::min(leastBlack, levels[k].black);
-    mostWhite = std::max(mostWhite, levels[k].white);
+    levels[k].black = std::max(histograms[k].Percentile(kDarkest) - 1, 0);
+    levels[k].white = std::min(histograms[k].Percentile(1.0 - kBrightest) + 1, 255);
   }
-  double middles[3], mean = 0.0;
-  for (int32_t k = 0; k < channels; ++k) {
-    levels[k] = Limited(levels[k], leastBlack, mostWhite);
-    middles[k] = Stretched(levels[k], histograms[k].Percentile(0.5));
-    mean += middles[k] / channels;
-  }
-  const double fading = Fading(leastBlack, mostWhite);
-  for (int32_t k = 0; k < channels; ++k) {
-    const double to = middles[k] + (mean - middles[k]) * kTogether;
-    const double gamma = channels == 1 || middles[k] <= 0.0 || middles[k] >= 1.0 ? 1.0 : GammaBetween(middles[k], to);
-    FillCurve(levels[k], gamma, fading, block + k * kLutEntries8);
-  }
-}
-
-// Whether more than a hundredth of the samples fall together at either end that were apart before.
-bool Clips(const Histogram& histogram, const uint8_t* table) {
-  int64_t low = 0, high = 0;
-  for (int32_t i = 0; i < 256; ++i) {
-    if (i > 0 && table[i] == table[0]) low += histogram.bins[i];
-    if (i < 255 && table[i] == table[255]) high += histogram.bins[i];
-  }
-  return low * 100 > histogram.count || high * 100 > histogram.count;
-}
-
-// The curves pulled from the identity by `percent`, or by less, down to 100, where they would clip.
-void Pull(const Histogram* histograms, int32_t channels, int32_t percent, uint8_t* block) {
-  uint8_t identity[3 * kLutEntries8], pulled[3 * kLutEntries8];
-  MakeIdentityLut(identity, 3, 8);
-  const size_t entries = channels * kLutEntries8;
-  for (;; percent = std::max(percent - 5, 100)) {
-    std::copy(block, block + entries, pulled);
-    PullTowards(pulled, identity, entries, percent);
-    bool clips = false;
-    for (int32_t k = 0; k < channels; ++k) clips = clips || Clips(histograms[k], pulled + k * kLutEntries8);
-    if (percent <= 100 || !clips) break;
-  }
-  std::copy(pulled, pulled + entries, block);
+  KeepWhatIsAge(levels, channels);
+  if (Unaged(levels, channels)) return;
+  Curves curves;
+  FillCurves(levels, channels, &curves);
+  const double veiled = channels == 3 ? VeiledShare(copy, curves) : 0.5;
+  const double share = std::min(strength / 50.0, 0.5 + strength / 100.0);
+  for (int32_t k = 0; k < channels; ++k) FillTable(curves, k, veiled, share, block + k * kLutEntries8);
 }
 
 }  // namespace
@@ -179,8 +209,7 @@ bool RecoverAgedPhoto(const ImageDesc* source, const ImageDesc* destination, int
   Count(copy, histograms);
   if (geometry.channels == 3 && geometry.blueFirst) std::swap(histograms[0], histograms[2]);
   uint8_t block[ZEL_LUT1D_BYTES];
-  BuildCurves(histograms, geometry.channels, block);
-  Pull(histograms, geometry.channels, std::min(2 * std::min(std::max(strength, 0), 100), 150), block);
+  BuildTables(copy, histograms, std::min(std::max(strength, 0), 100), block);
   return ApplyChannelLut(source, destination, rect, block, geometry.channels, 8);
 }
 

@@ -7,14 +7,13 @@
 namespace zel {
 
 // Measures a reduced copy of the whole image and applies one curve per channel to the rectangle: each channel's own
-// black and white come back, then its middle moves a little towards that of the others. Pictures whose black is not
-// lifted keep their tones, and channels stay as far apart as fading could not have brought them.
+// black and white come back, as density where a dye has faded and as light where a veil lies over the picture. Channels
+// stay as far apart as age could not have brought them, and a picture that shows no age stays as it is, byte for byte.
 // docs/aged-photo.md has the reasons and the measurements.
 //
-// `strength` counts from 0 to 100 (cut to it): up to 50 it leads to the measured curve, up to 75 half as far beyond it;
-// from there on it stays. Beyond the measured curve it goes only as far as no channel loses more than 1 % of its
-// samples at either end. 1 and 3 channels, 8 and 16 bits (by an 8-bit curve). False, with nothing written, when the
-// images differ or cannot be processed, or memory ran out.
+// `strength` counts from 0 to 100 (cut to it): up to 50 it leads to the measured curve, from there on the middle tones
+// go up to half as far beyond it and the ends stay. 1 and 3 channels, 8 and 16 bits (by an 8-bit curve). False, with
+// nothing written, when the images differ or cannot be processed, or memory ran out.
 bool RecoverAgedPhoto(const ImageDesc* source, const ImageDesc* destination, int32_t strength, const ZelRect* rect);
 
 // The same for a host's mode: 1 takes three quarters of the strength. Strength 0 copies the source.

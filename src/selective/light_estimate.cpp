@@ -9,22 +9,6 @@ namespace zel {
 
 namespace {
 
-// Logarithm and exponential from plain arithmetic: the same on every platform.
-double Ln(double value) {  // 0 < value <= 1
-  double halvings = 0.0;
-  for (; value < 0.5; value *= 2.0) ++halvings;
-  const double z = (value - 1.0) / (value + 1.0), zz = z * z;
-  double sum = 0.0;
-  for (int32_t n = 21; n > 0; n -= 2) sum = sum * zz + 1.0 / n;
-  return 2.0 * z * sum - halvings * 0.69314718055994530942;
-}
-
-double Exp(double exponent) {
-  double power = std::max(1.0 + exponent / 1048576.0, 0.0);
-  for (int32_t i = 0; i < 20; ++i) power *= power;
-  return power;
-}
-
 // Where a colour lies beside neutral, in logarithms against green. Light of another colour moves every surface by
 // the same step.
 struct Chroma {
@@ -109,7 +93,7 @@ void Prepare(Picture* picture) {
   });
   for (int32_t i = 0; i < 256; ++i) {
     const double light = std::max(LightOfLevel(i / 255.0), 1e-4);
-    picture->logarithm[i] = static_cast<int32_t>(std::floor(Ln(light) * (16 * kPerUnit) + 0.5));
+    picture->logarithm[i] = static_cast<int32_t>(std::floor(Logarithm(light) * (16 * kPerUnit) + 0.5));
   }
   for (int32_t k = 0; k < 3; ++k) {
     int32_t level = 255;
@@ -238,7 +222,7 @@ Chroma WeighLights(const Vote* votes, int32_t count) {
   double weight = 0.0;
   Chroma sum = {0.0, 0.0};
   for (int32_t i = 0; i < held; ++i) {
-    const double w = Exp(lights[i].score - best);
+    const double w = Exponential(lights[i].score - best);
     weight += w;
     sum.red += w * lights[i].chroma.red;
     sum.blue += w * lights[i].chroma.blue;
@@ -276,7 +260,7 @@ LightColour EstimateLight(const uint8_t* pixels, const Geometry& geometry) {
   if (distance <= kUnseen * kUnseen) return kNeutral;
   const double share = 1.0 - kUnseen * kUnseen / distance;
 
-  LightColour light = {Exp(found.red * share), 1.0, Exp(found.blue * share)};
+  LightColour light = {Exponential(found.red * share), 1.0, Exponential(found.blue * share)};
   // As bright as two of the channels can show a neutral surface.
   double fits[3] = {picture.high[0] / light.red, picture.high[1], picture.high[2] / light.blue};
   std::sort(fits, fits + 3);
