@@ -63,7 +63,8 @@ int32_t ProfileIntFromText(const char* text, size_t length, const char* section,
     const char* const lineEnd = Find(line, end, '\n');
     const Span content = Trimmed({line, lineEnd});
     line = lineEnd < end ? lineEnd + 1 : end;
-    if (content.begin == content.end || *content.begin == ';' || *content.begin == '#') continue;
+    // Comments are lines that no key equals.
+    if (content.begin == content.end) continue;
     if (*content.begin == '[') {
       const char* const close = Find(content.begin, content.end, ']');
       inSection = close < content.end && Equals(Trimmed({content.begin + 1, close}), section);

@@ -106,6 +106,16 @@ TEST(Lab, LargestChromaIsThatOfAllPixels) {
   }
 }
 
+TEST(Colorful, NarrowPicturesAreMeasuredPixelByPixel) {
+  // Sampled to 300 columns, a picture of 600 x 300 loses the coloured one; 301 rows are sampled.
+  for (const auto& [width, height, all] :
+       {std::tuple{600, 300, true}, {600, 301, false}, {300, 602, true}, {301, 602, false}}) {
+    TestImage image({width, height, 3, 8, true}, 90, 90, 90);
+    image.SetColour(1, 1, 255, 200, 0);
+    EXPECT_EQ(EstimatedFor(image), Raised(all ? 100 / Chroma(255, 200, 0) : 1.4)) << width << " x " << height;
+  }
+}
+
 TEST(Colorful, GainBringsTheLargestChromaToFull) {
   // The chroma computed for a grey is small but not 0; black's is.
   EXPECT_EQ(EstimatedFor(Grey(90, 90, 90)), Raised(1.4));

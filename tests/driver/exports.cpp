@@ -51,9 +51,10 @@ std::function<int32_t(const Arguments&)> Caller(int32_t(ZEL_CALL* function)(Para
 #define FUNCTION(name) #name, Caller(name)
 
 const std::vector<Export>& Exports() {
-  static const std::vector<Settings> tones = {{{0, 0, 50}}, {{1, 0, 80}}, {{0, 1, 60}}, {{0, 2, 100}},
-                                              {{1, 3, 40}}, {{0, 5, 70}}, {{0, 4, 50}}, {{0, 6, 30}},
-                                              {{0, 7, 50}}, {{0, 2, 0}},  {{0, 4, 0}},  {{0, 1, 1000}}};
+  static const std::vector<Settings> tones = {{{0, 0, 50}}, {{1, 0, 80}},   {{0, 1, 60}}, {{0, 2, 100}}, {{1, 3, 40}},
+                                              {{0, 5, 70}}, {{0, 4, 50}},   {{0, 6, 30}}, {{0, 7, 50}},  {{0, 2, 0}},
+                                              {{0, 4, 0}},  {{0, 1, 1000}}, {{0, 4, 80}}, {{0, 6, 20}},  {{0, 6, 60}},
+                                              {{0, 6, 80}}, {{0, 6, 93}}};
   static const std::vector<Settings> reserved = {{{0, 0}}, {{0, 1}}, {{0, 30}}, {{0, 75}}, {{0, 100}}, {{0, -50}}};
   static const std::vector<Settings> strengths = {{{0}}, {{1}}, {{30}}, {{75}}, {{100}}, {{-50}}};
   static const std::vector<Settings> modes = {{{0, 0}},  {{0, 20}}, {{0, 50}},  {{0, 100}}, {{1, 15}},

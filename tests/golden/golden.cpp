@@ -2,7 +2,8 @@
 //
 //   golden FILE             compares; exit 1 when a line differs or a byte outside the images changed
 //   golden --rewrite FILE   writes the file anew
-//   --level NAME            with these kernels only: scalar, base, sse41, avx2 or avx512 (where the kernels are linked in)
+//   --level NAME            with these kernels only: scalar, base, sse41, avx2 or avx512 (where the kernels are linked
+//   in)
 //   --every N               only every Nth line
 //   --calls                 prints every single call, to find where two builds part
 #include <algorithm>
@@ -129,8 +130,7 @@ void Layouts(Group& group, const Export& function, const Settings& settings, Lay
 void Large(Group& group, const Export& function, const Settings& settings, Layout layout) {
   layout.width = 331;
   layout.height = 307;
-  const int moods = layout.channels == 3 && layout.blueFirst && layout.bits == 8 ? 3 : 0;
-  for (int mood = 0; mood < moods; ++mood) {
+  for (int mood = 0; mood < 3; ++mood) {
     group.CallOn(function, settings, Drawn(layout, mood), Drawn(layout, mood + 1), false, nullptr);
   }
 }
@@ -196,8 +196,13 @@ void EachLine(const Take& take) {
             if (!chosen()) continue;
             Group group(NameOf(function, layout, set));
             Layouts(group, function, function.sets[set], layout);
-            Large(group, function, function.sets[set], layout);
+            const bool large = channels == 3 && blueFirst;
+            if (large && bits == 8) Large(group, function, function.sets[set], layout);
             take(group.Text());
+            if (!large || bits == 8) continue;
+            Group deep(NameOf(function, layout, set) + " large");
+            Large(deep, function, function.sets[set], layout);
+            take(deep.Text());
           }
         }
         if (!chosen()) continue;

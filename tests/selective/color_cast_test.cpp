@@ -7,6 +7,9 @@
 #include <vector>
 
 #include "core/channel_lut.h"
+#include "selective/cast_estimate.h"
+#include "selective/cast_gain_levels.h"
+#include "selective/white_zone.h"
 #include "support/images.h"
 #include "support/settings.h"
 
@@ -93,6 +96,43 @@ TEST(ColorCast, ReadsItsSettings) {
   EXPECT_EQ(withSettings("UseCWMask=1\nMinValue2=161\n"), Identity());
   EXPECT_EQ(withSettings("UseCWMask=1\nMaxScale=1\n"), Identity());
   EXPECT_EQ(withSettings("UseCWMask=1\nMaxScale=2147483647\nMinValue2=-5\n"), found);
+}
+
+TEST(WhiteZone, DefaultLimitsOfBrightPixels) {
+  const SettingsFolder settings;
+  const auto stays = [&](const char* more, Rgb colour) {
+    // The zone is everything.
+    settings.Write("Zel_ColorCast.ini", std::string("[AWB]\nUseCWMask=1\nWhiteZoneThdPercent=1\n") + more);
+    const TestImage image({4, 3, 3, 8, true}, colour.red, colour.green, colour.blue);
+    std::vector<uint8_t> mask(12);
+    EXPECT_TRUE(BuildWhiteZoneMask(image.desc()->data, GeometryOf(*image.desc()), mask.data()));
+    return mask[7] == kInWhiteZone;
+  };
+  EXPECT_TRUE(stays("", {229, 200, 190}) && !stays("", {230, 200, 190}));
+  EXPECT_TRUE(stays("", {84, 80, 70}) && !stays("", {83, 80, 70}));
+  EXPECT_TRUE(stays("MaxScale=9\n", {100, 90, 24}) && !stays("MaxScale=9\n", {100, 90, 23}));
+  EXPECT_TRUE(stays("", {90, 80, 30}) && !stays("", {91, 80, 30}));
+}
+
+TEST(CastCurves, GainLevelsAreTheseTables) {
+  int low = 0, high = 0;
+  for (int i = 0; i < 256; ++i) low += i * kCastGainLow[i], high += i * kCastGainHigh[i];
+  EXPECT_EQ(low, 3591074);
+  EXPECT_EQ(high, 6501245);
+}
+
+TEST(CastCurves, AtTheTopTheGainIsTheLevelItself) {
+  for (int level : {249, 250, 254}) {
+    const TestImage image({4, 3, 3, 8, true}, level, 120, 120);
+    std::vector<uint8_t> block(ZEL_LUT1D_BYTES), expected(block), curves(block);
+    ASSERT_TRUE(BuildCastCurves(image.desc()->data, GeometryOf(*image.desc()), {}, {level, 120, 120}, {255, 120, 120},
+                                block.data()));
+    const int64_t gains[3] = {level, 255, 255};
+    BuildGainLut(expected.data(), gains);
+    BuildThreePointCurves(curves.data(), 3, 8, {expected[level], 120, 120}, {255, 120, 120}, 255);
+    ComposeChannelLut(expected.data(), 3, 8, curves.data(), 3, 8);
+    EXPECT_EQ(block == expected, level >= 250) << level;
+  }
 }
 
 TEST(CastEstimate, AveragesOneBandOfHues) {

@@ -54,7 +54,15 @@ class FilterRun {
 
   void Neighbourhoods() {
     const uint8_t* const rows3[] = {Bytes(0), Bytes(1), Bytes(2)};
-    for (const auto& [arm, centre] : {std::pair{-256, 2048}, {-32768, 32767}, {-40000, 161000}, {1020, -3000}}) {
+    for (const auto& [arm, centre] : {std::pair{-256, 2048},
+                                      {-32768, 32767},
+                                      {-40000, 161000},
+                                      {1020, -3000},
+                                      {-8192, 32768},
+                                      {-9000, 66000},
+                                      {5000, -32769},
+                                      {32768, 9},
+                                      {-32769, 9}}) {
       const int32_t cross[9] = {0, arm, 0, arm, centre, arm, 0, arm, 0};
       kernels_.convolve.Convolve3x3(rows3, 3, cross, Out<uint8_t>(), count_);
     }

@@ -102,6 +102,12 @@ TEST(ToneEnhancement, ExposureIsReadOffTheShadows) {
   EXPECT_EQ(classOf(TwoTone({10, 10, 10}, {50, 50, 200})), kToneDark);
   EXPECT_EQ(classOf(TwoTone({10, 10, 10}, {200, 200, 50})), kToneNormal);
   EXPECT_EQ(classOf(TwoTone({64, 64, 10}, {255, 255, 10})), kToneLight);
+  // A twentieth of the 800 pixels in the shadows, and one less.
+  TestImage light({40, 20, 3, 8, true}, 200, 200, 200);
+  for (int x = 0; x < 39; ++x) light.SetColour(x, 0, 63, 63, 63);
+  EXPECT_EQ(classOf(light), kToneLight);
+  light.SetColour(39, 0, 63, 63, 63);
+  EXPECT_EQ(classOf(light), kToneNormal);
 }
 
 }  // namespace
