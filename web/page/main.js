@@ -24,7 +24,8 @@ const chain = new Chain();
 const stage = new Stage();
 const photos = new Photos({ show: openEntry, add: () => byId('files').click() });
 const renderer = new Renderer({
-  shown(layer, isWhole) {
+  shown(layer, isWhole, notes) {
+    byId('notes').replaceChildren(...notes.map((note) => element('li', { textContent: note })));
     stage.put('after', layer);
     steps?.complain(-1);
     complain('');
@@ -130,8 +131,9 @@ async function useChain(text) {
 }
 
 // The address wins over what is stored unless both mean the same, because only the stored form knows steps switched off.
-async function restoreChain() {
-  const address = fromAddress(location.hash), stored = localStorage.getItem('zel.chain');
+/** @param {string | null} [stored] */
+async function restoreChain(stored) {
+  const address = fromAddress(location.hash);
   if (address && address !== localStorage.getItem('zel.words')) {
     try {
       const found = await useChain(address);
@@ -278,7 +280,11 @@ function listen() {
     else return;
     event.preventDefault();
   });
-  addEventListener('keydown', (event) => event.key === 'Escape' && renderer.stop());
+  addEventListener('keydown', (event) => {
+    if (event.key !== 'Escape' || state.key !== 'stateWorking') return;
+    renderer.stop();
+    showState('statePreview');
+  });
   chain.addEventListener('change', chainChanged);
 }
 
@@ -311,10 +317,10 @@ export async function start(samples = sampleUrl) {
   } catch (error) {
     return complain(word('cannotStart', { reason: /** @type {Error} */ (error).message }));
   }
-  await restoreChain();
+  await restoreChain(localStorage.getItem('zel.chain'));
   steps.show();
   chainChanged();
-  addEventListener('hashchange', restoreChain);
+  addEventListener('hashchange', () => restoreChain());
   await photos.restore();
   document.documentElement.dataset.ready = '';
 }

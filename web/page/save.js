@@ -70,7 +70,10 @@ export function prepareSaving({ photos, chain, renderer, open, complain, changed
       toast(word('saved', { name }));
     } catch (error) {
       if (controller.signal.aborted) toast(word('stopped'));
-      else complain(error, photos.current?.name ?? '');
+      else {
+        dialog.close();
+        complain(error, photos.current?.name ?? '');
+      }
     } finally {
       bar.hidden = true;
       byId('save-one').disabled = byId('save-all').disabled = false;

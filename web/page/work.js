@@ -1,7 +1,7 @@
 // The chain applied without holding up the page: at once on a small copy, and, once nothing changes, at full size.
 import { load } from '../engine/zel.js';
 import { PhotoFailure } from './formats/failure.js';
-import { previewLevel } from './picture.js';
+import { previewLevel, turnUpright } from './picture.js';
 
 /** @typedef {import('./formats/failure.js').Pixels} Pixels */
 /** @typedef {import('./picture.js').Layer} Layer */
@@ -100,7 +100,7 @@ export class Renderer {
   /** The full-size result, when there is one, and the words that made it. @type {{words: string, pixels: Pixels, notes: string[]} | undefined} */
   result;
 
-  /** @param {{shown: (layer: Layer, isWhole: boolean) => void, progress: (done: number) => void, failed: (error: any) => void}} tell */
+  /** @param {{shown: (layer: Layer, isWhole: boolean, notes: string[]) => void, progress: (done: number) => void, failed: (error: any) => void}} tell */
   constructor(tell) {
     this.tell = tell;
   }
@@ -124,6 +124,10 @@ export class Renderer {
     if (!this.#photo) return;
     if (this.#running && performance.now() - this.#started > PATIENCE) this.#abort.abort();
     if (!this.#running) this.#run();
+    const done = this.#done === words && this.result?.words !== words;
+    if (done && !this.#running && words !== '' && previewLevel(this.#photo.pixels.width, this.#photo.pixels.height) > 0) {
+      this.#later(this.#photo, words);
+    }
   }
 
   /** Gives up the full-size result that is being computed. */
@@ -142,12 +146,12 @@ export class Renderer {
       this.#started = performance.now();
       try {
         if (words === '') {
-          this.tell.shown({ levels: photo.shown }, true);
+          this.tell.shown({ levels: photo.shown }, true, []);
           this.result = { words, pixels: photo.pixels, notes: [] };
         } else {
-          const layer = await this.#preview(photo, words, level);
+          const { layer, notes } = await this.#preview(photo, words, level);
           if (photo !== this.#photo) continue;
-          this.tell.shown(layer, level === 0);
+          this.tell.shown(layer, level === 0, notes);
           if (level > 0 && words === this.#words) this.#later(photo, words);
         }
         this.#done = words;
@@ -160,7 +164,7 @@ export class Renderer {
     this.#running = false;
   }
 
-  /** @param {OpenPhoto} photo @param {string} words @param {number} level @returns {Promise<Layer>} */
+  /** @param {OpenPhoto} photo @param {string} words @param {number} level */
   async #preview(photo, words, level) {
     const zel = await (this.#zel ??= engine());
     const { data, width, height } = photo.preview;
@@ -168,11 +172,10 @@ export class Renderer {
     const { pixels, channels, notes } = await zel.apply(data, width, height, wordsAtLevel(words, level), options);
     const small = { data: pixels, width, height, channels };
     if (level === 0) this.result = { words, pixels: small, notes };
-    const upright = photo.orientation === 1 ? small : (await once('levels', [small, photo.orientation]))[0];
     /** @type {(Pixels | undefined)[]} */
     const levels = [];
-    levels[level] = upright;
-    return { levels };
+    levels[level] = turnUpright(small, photo.orientation);
+    return { layer: { levels }, notes };
   }
 
   /** @param {OpenPhoto} photo @param {string} words */
@@ -185,7 +188,7 @@ export class Renderer {
         const levels = await once('levels', [result.pixels, photo.orientation], whole.signal);
         if (whole.signal.aborted) return;
         this.result = { words, ...result };
-        this.tell.shown({ levels }, true);
+        this.tell.shown({ levels }, true, result.notes);
       } catch (error) {
         if (!whole.signal.aborted) this.tell.failed(error);
       }
