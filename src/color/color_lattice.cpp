@@ -27,6 +27,10 @@ constexpr int64_t kFewPixels = 8192;
 
 }  // namespace
 
+void FillIdentityLattice(uint8_t* lattice) {
+  FillIdentity(lattice, 17);
+}
+
 void* MakeColorLattice(void* block, int32_t bits) {
   if (bits != 8 && bits != 16) return nullptr;
   if (block == nullptr) block = AllocateBytes(kLatticeSamples * (bits / 8), false);
@@ -44,61 +48,52 @@ LatticeMap::LatticeMap(const uint8_t* lattice, int64_t pixels) : nodes_(lattice)
   PackLatticeCells(lattice, cells_.data());
 }
 
-void LatticeMap::MapBytes(const uint8_t* in, uint8_t* out, size_t pixels, bool blueFirst) const {
-  const LatticeKernels& kernels = ActiveKernels().lattice;
+void LatticeMap::Map(const uint8_t* in, uint8_t* out, size_t pixels, bool blueFirst) const {
   if (cells_) {
-    kernels.MapCells(in, out, pixels, cells_.data(), blueFirst);
+    kernels_.MapCells(in, out, pixels, cells_.data(), blueFirst);
   } else {
-    kernels.MapNodes(in, out, pixels, nodes_, blueFirst);
+    kernels_.MapNodes(in, out, pixels, nodes_, blueFirst);
   }
 }
 
-void LatticeMap::MapWords(const uint16_t* in, uint16_t* out, size_t pixels, bool blueFirst) const {
-  const LatticeKernels& kernels = ActiveKernels().lattice;
+void LatticeMap::Map(const uint16_t* in, uint16_t* out, size_t pixels, bool blueFirst) const {
   constexpr size_t kStrip = 256;
   uint8_t bytes[3 * kStrip];
   for (size_t p = 0; p < pixels; p += kStrip) {
     const size_t count = std::min(kStrip, pixels - p);
-    kernels.DivideBy257(in + 3 * p, bytes, 3 * count);
-    MapBytes(bytes, bytes, count, blueFirst);
-    kernels.MultiplyBy257(bytes, out + 3 * p, 3 * count);
+    kernels_.DivideBy257(in + 3 * p, bytes, 3 * count);
+    Map(bytes, bytes, count, blueFirst);
+    kernels_.MultiplyBy257(bytes, out + 3 * p, 3 * count);
   }
 }
 
-bool ApplyColorLattice(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
-                       const void* lattice, int32_t latticeBits) {
-  if (source == nullptr || destination == nullptr || lattice == nullptr || !geometry.DescribesMemory()) return false;
-  if (geometry.channels != 3 || (latticeBits != 8 && latticeBits != 16)) return false;
-  const Region region = ClampedRegion(rect, geometry.width, geometry.height);
-  if (latticeBits == 16 || region.IsEmpty()) return true;
-
-  const LatticeMap map(static_cast<const uint8_t*>(lattice), static_cast<int64_t>(region.Width()) * region.Height());
-  const size_t pixels = region.Width();
+template <class T>
+bool ApplyColorLattice(const Source<T>& source, const View<T>& destination, const Region& region,
+                       const uint8_t* lattice) {
+  if (source.channels != 3) return false;
+  if (region.IsEmpty()) return true;
+  const LatticeMap map(lattice, static_cast<int64_t>(region.Width()) * region.Height());
   for (int32_t y = region.top; y < region.bottom; ++y) {
-    const size_t offset = geometry.RowOffset(y) + static_cast<size_t>(region.left) * 3;
-    if (geometry.bits == 8) {
-      map.MapBytes(static_cast<const uint8_t*>(source) + offset, static_cast<uint8_t*>(destination) + offset, pixels,
-                   geometry.blueFirst);
-    } else {
-      map.MapWords(static_cast<const uint16_t*>(source) + offset, static_cast<uint16_t*>(destination) + offset, pixels,
-                   geometry.blueFirst);
-    }
+    map.Map(source.At(region.left, y), destination.At(region.left, y), static_cast<size_t>(region.Width()),
+            source.blueFirst);
   }
   return true;
 }
 
 bool ApplyColorLatticeToImage(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect,
                               const void* lattice, int32_t latticeBits) {
-  if (!SameImageLayout(source, destination)) return false;
-  return ApplyColorLattice(source->data, destination->data, GeometryOf(*source), rect, lattice, latticeBits);
+  if (lattice == nullptr || (latticeBits != 8 && latticeBits != 16)) return false;
+  return WithViews(source, destination, [&](const auto& in, const auto& out) {
+    if (latticeBits == 16) return in.channels == 3;
+    return ApplyColorLattice(in, out, ClampedRegion(rect, in), static_cast<const uint8_t*>(lattice));
+  });
 }
 
-bool ComposeColorLattices(void* first, int32_t firstBits, const void* second, int32_t secondBits) {
-  if (first == nullptr || second == nullptr || firstBits == 16) return false;
-  if (firstBits != 8 || secondBits != 8) return true;
-  uint8_t* const nodes = static_cast<uint8_t*>(first);
-  ActiveKernels().lattice.MapNodes(nodes, nodes, kLatticeNodes, static_cast<const uint8_t*>(second), false);
-  return true;
+void ComposeColorLattices(uint8_t* first, const uint8_t* second) {
+  ActiveKernels().lattice.MapNodes(first, first, kLatticeNodes, second, false);
 }
+
+template bool ApplyColorLattice(const Source<uint8_t>&, const View<uint8_t>&, const Region&, const uint8_t*);
+template bool ApplyColorLattice(const Source<uint16_t>&, const View<uint16_t>&, const Region&, const uint8_t*);
 
 }  // namespace zel

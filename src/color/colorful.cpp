@@ -18,48 +18,43 @@ namespace zel {
 
 namespace {
 
-constexpr int32_t kMeasuredSize = 300;
 constexpr double kFullChroma = 100.0;
 constexpr double kMostGain = 1.4;
-constexpr int32_t kStrip = 256;  // pixels whose working rows stay in the first-level cache
 
 // The lattice followed by more saturation.
 void AppendSaturation(uint8_t* lattice, int32_t saturation) {
   uint8_t saturated[kLatticeSamples];
-  MakeColorLattice(saturated, 8);
-  AdjustLatticeHueSaturation(saturated, 8, 0, saturation);
-  ComposeColorLattices(lattice, 8, saturated, 8);
+  FillIdentityLattice(saturated);
+  AdjustLatticeHueSaturation(saturated, 0, saturation);
+  ComposeColorLattices(lattice, saturated);
 }
 
-bool ApplyMasked(const ImageDesc& source, const ImageDesc& destination, const Region& region, int32_t strength,
-                 const uint8_t* lattice) {
-  const Geometry geometry = GeometryOf(source);
+void ApplyMasked(const View<const uint8_t>& source, const View<uint8_t>& destination, const Region& region,
+                 int32_t strength, const uint8_t* lattice) {
   const int64_t s = strength;
   const bool saturates = strength > 50;
   uint8_t saturated[kLatticeSamples];
-  MakeColorLattice(saturated, 8);
-  if (saturates) AdjustLatticeHueSaturation(saturated, 8, 0, Saturated(strength < 76 ? s - 50 : 2 * s - 125));
+  FillIdentityLattice(saturated);
+  if (saturates) AdjustLatticeHueSaturation(saturated, 0, Saturated(strength < 76 ? s - 50 : 2 * s - 125));
   uint16_t weights[360];
-  MakeHueWeights(Saturated(std::min<int64_t>(2 * s, 100) * 192 / 100), 8, weights);
+  MakeHueWeights<uint8_t>(Saturated(std::min<int64_t>(2 * s, 100) * 192 / 100), weights);
 
   const int64_t pixels = static_cast<int64_t>(region.Width()) * region.Height();
   const LatticeMap colorful(lattice, pixels), saturation(saturated, saturates ? pixels : 0);
   const HueWeights hueWeights(weights);
-  const BlendKernels& kernels = ActiveKernels().blend;
-  uint8_t effect[3 * kStrip], base[3 * kStrip], mask[kStrip], spread[3 * kStrip];
+  const RowBlend mix(kMix, 3);
+  constexpr int32_t kStrip = RowBlend::kTile;
+  uint8_t effect[3 * kStrip], base[3 * kStrip], mask[kStrip];
   for (int32_t y = region.top; y < region.bottom; ++y) {
     for (int32_t x = region.left; x < region.right; x += kStrip) {
       const size_t count = std::min(kStrip, region.right - x);
-      const size_t first = geometry.RowOffset(y) + static_cast<size_t>(x) * 3;
-      const uint8_t* const in = source.data + first;
-      colorful.MapBytes(in, effect, count, geometry.blueFirst);
-      if (saturates) saturation.MapBytes(in, base, count, geometry.blueFirst);
-      hueWeights.Weigh(source.data, geometry, first, mask, count);
-      kernels.SpreadMask(mask, spread, count, 3);
-      kernels.MixBytes(effect, saturates ? base : in, spread, destination.data + first, 3 * count);
+      const uint8_t* const in = source.At(x, y);
+      colorful.Map(in, effect, count, source.blueFirst);
+      if (saturates) saturation.Map(in, base, count, source.blueFirst);
+      hueWeights.Weigh(in, source.blueFirst, mask, count);
+      mix.Row(effect, saturates ? base : in, mask, destination.At(x, y), count);
     }
   }
-  return true;
 }
 
 }  // namespace
@@ -67,28 +62,29 @@ bool ApplyMasked(const ImageDesc& source, const ImageDesc& destination, const Re
 void RaiseLatticeChroma(uint8_t* lattice, double gain) {
   constexpr int32_t kNodes = 64;
   float l[kNodes], a[kNodes], b[kNodes];
-  const Geometry nodes{kNodes, 1, 3, 8, 3 * kNodes, false};
   for (size_t first = 0; first < kLatticeSamples; first += 3 * kNodes) {
-    RgbToLabPlanes(lattice + first, nodes, {l, a, b});
+    const View<uint8_t> nodes = PackedView(lattice + first, kNodes, 1, 3);
+    RgbToLabPlanes(View<const uint8_t>(nodes), {l, a, b});
     for (int32_t i = 0; i < kNodes; ++i) {
       a[i] = static_cast<float>(a[i] * gain);
       b[i] = static_cast<float>(b[i] * gain);
     }
-    LabPlanesToRgb({l, a, b}, lattice + first, nodes);
+    LabPlanesToRgb({l, a, b}, nodes);
   }
 }
 
-bool EstimateColorfulLattice(const void* samples, const Geometry& geometry, const ZelRect* rect, uint8_t* lattice) {
+template <class T>
+bool EstimateColorfulLattice(const View<const T>& image, const ZelRect* rect, uint8_t* lattice) {
   if (lattice == nullptr) return false;
-  MakeColorLattice(lattice, 8);
-  if (samples == nullptr || geometry.channels != 3 || !geometry.DescribesMemory()) return false;
+  FillIdentityLattice(lattice);
+  if (image.channels != 3) return false;
   double squaredChroma;
-  if (rect == nullptr && (geometry.width <= kMeasuredSize || geometry.height <= kMeasuredSize)) {
-    squaredChroma = LargestSquaredChroma(samples, geometry, kFullChroma * kFullChroma);
+  if (rect == nullptr && (image.width <= kMeasuredExtent || image.height <= kMeasuredExtent)) {
+    squaredChroma = LargestSquaredChroma(image, kFullChroma * kFullChroma);
   } else {
-    SampledCopy copy;
-    if (!PointSample(samples, geometry, rect, kMeasuredSize, &copy)) return false;
-    squaredChroma = LargestSquaredChroma(copy.pixels.data(), copy.geometry, kFullChroma * kFullChroma);
+    SampledCopy<T> copy;
+    if (!PointSample(image, ClampedRegion(rect, image), kMeasuredExtent, &copy)) return false;
+    squaredChroma = LargestSquaredChroma(View<const T>(copy.view), kFullChroma * kFullChroma);
   }
   const double chroma = std::sqrt(squaredChroma);
   const bool leave = chroma >= kFullChroma || chroma == 0.0;
@@ -96,13 +92,14 @@ bool EstimateColorfulLattice(const void* samples, const Geometry& geometry, cons
   return true;
 }
 
+template bool EstimateColorfulLattice(const View<const uint8_t>&, const ZelRect*, uint8_t*);
+template bool EstimateColorfulLattice(const View<const uint16_t>&, const ZelRect*, uint8_t*);
+
 bool ColorfulLattice(const ImageDesc* source, const ZelRect* rect, ColorfulStyle style, int32_t strength,
                      uint8_t* lattice) {
-  if (strength == 0 || !IsUsable(source)) {
-    MakeColorLattice(lattice, 8);
-    return strength == 0;
-  }
-  if (!EstimateColorfulLattice(source->data, GeometryOf(*source), rect, lattice)) return false;
+  FillIdentityLattice(lattice);
+  if (strength == 0) return true;
+  if (!WithView(source, [&](const auto& image) { return EstimateColorfulLattice(image, rect, lattice); })) return false;
   const int64_t s = strength;
   if (style == ColorfulStyle::kMasked) {
     if (strength > 50) AppendSaturation(lattice, Saturated((s - 50) / 2));
@@ -111,7 +108,7 @@ bool ColorfulLattice(const ImageDesc* source, const ZelRect* rect, ColorfulStyle
   const int32_t percent = strength > 75 ? 150 : Saturated(2 * s);
   if (percent != 100) {
     uint8_t identity[kLatticeSamples];
-    MakeColorLattice(identity, 8);
+    FillIdentityLattice(identity);
     PullTowards(lattice, identity, kLatticeSamples, percent);
   }
   if (strength > 75) AppendSaturation(lattice, Saturated(2 * s - 150));
@@ -121,9 +118,11 @@ bool ColorfulLattice(const ImageDesc* source, const ZelRect* rect, ColorfulStyle
 bool ApplyColorful(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, ColorfulStyle style,
                    int32_t strength, const uint8_t* lattice) {
   if (style == ColorfulStyle::kPlain) return ApplyColorLatticeToImage(source, destination, rect, lattice, 8);
-  if (lattice == nullptr || !SameImageLayout(source, destination)) return false;
-  if (ChannelsOf(source->format) != 3 || BitsOf(source->format) != 8) return false;
-  return ApplyMasked(*source, *destination, ClampedRegion(rect, source->width, source->height), strength, lattice);
+  if (lattice == nullptr) return false;
+  return WithByteViews(source, destination, [&](const View<const uint8_t>& in, const View<uint8_t>& out) {
+    if (in.channels == 3) ApplyMasked(in, out, ClampedRegion(rect, in), strength, lattice);
+    return in.channels == 3;
+  });
 }
 
 bool Colorful(const ImageDesc* source, const ImageDesc* destination, ColorfulStyle style, int32_t strength,

@@ -2,7 +2,7 @@
 #ifndef ZEL_COLOR_COLORFUL_H_
 #define ZEL_COLOR_COLORFUL_H_
 
-#include "core/image.h"
+#include "core/view.h"
 
 namespace zel {
 
@@ -10,7 +10,8 @@ namespace zel {
 // of the measured rectangle to 100; pictures that are there already and all-grey ones get gain 1. Large pictures are
 // measured at 300 x 300 points. Three channels, 8 and 16 bits. False, with the identity in the lattice, on images that
 // cannot be measured or an empty rectangle.
-bool EstimateColorfulLattice(const void* samples, const Geometry& geometry, const ZelRect* rect, uint8_t* lattice);
+template <class T>
+bool EstimateColorfulLattice(const View<const T>& image, const ZelRect* rect, uint8_t* lattice);
 
 // Multiplies the chroma of every node of an 8-bit lattice by the gain; L stays. Gain 1 is not quite the identity.
 void RaiseLatticeChroma(uint8_t* lattice, double gain);

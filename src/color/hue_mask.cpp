@@ -8,55 +8,38 @@ HueWeights::HueWeights(const uint16_t weights[360], int32_t shift) {
   for (size_t h = 0; h < kHueWeights; ++h) entries_[h] = h < 360 ? static_cast<uint8_t>(weights[h] >> shift) : 0;
 }
 
-void HueWeights::Weigh(const void* source, const Geometry& geometry, size_t sample, uint8_t* out, size_t pixels) const {
-  const HueKernels& kernels = ActiveKernels().hue;
-  if (geometry.bits == 8) {
-    kernels.WeighHuesOfBytes(static_cast<const uint8_t*>(source) + sample, out, pixels, entries_, geometry.blueFirst);
-  } else {
-    kernels.WeighHuesOfWords(static_cast<const uint16_t*>(source) + sample, out, pixels, entries_, geometry.blueFirst);
-  }
-}
-
-bool FillHueMask(const void* source, const Geometry& geometry, void* mask, const Geometry& maskGeometry,
-                 const ZelRect* rect, const uint16_t weights[360]) {
-  if (source == nullptr || mask == nullptr || !geometry.DescribesMemory() || !maskGeometry.DescribesMemory()) {
-    return false;
-  }
-  const int32_t channels = maskGeometry.channels;
-  if (geometry.width != maskGeometry.width || geometry.height != maskGeometry.height || geometry.channels != 3 ||
-      (channels != 1 && channels != 3)) {
-    return false;
-  }
-  const Region region = ClampedRegion(rect, geometry.width, geometry.height);
+template <class T, class M>
+bool FillHueMask(const View<const T>& image, const View<M>& mask, const Region& region, const uint16_t weights[360]) {
+  if (image.width != mask.width || image.height != mask.height || image.channels != 3) return false;
+  if (mask.channels != 1 && mask.channels != 3) return false;
   if (region.IsEmpty()) return true;
   const HueWeights low(weights), high(weights, 8);
   constexpr int32_t kStrip = 256;
   uint8_t lowBytes[kStrip], highBytes[kStrip];
   for (int32_t y = region.top; y < region.bottom; ++y) {
-    const size_t sourceRow = geometry.RowOffset(y), maskRow = maskGeometry.RowOffset(y);
-    if (maskGeometry.bits == 8 && channels == 1) {
-      low.Weigh(source, geometry, sourceRow + static_cast<size_t>(region.left) * 3,
-                static_cast<uint8_t*>(mask) + maskRow + region.left, region.Width());
-      continue;
+    if constexpr (sizeof(M) == 1) {
+      if (mask.channels == 1) {
+        low.Weigh(image.At(region.left, y), image.blueFirst, mask.At(region.left, y), region.Width());
+        continue;
+      }
     }
     for (int32_t x = region.left; x < region.right; x += kStrip) {
       const size_t pixels = std::min(kStrip, region.right - x);
-      const size_t first = sourceRow + static_cast<size_t>(x) * 3;
-      size_t sample = maskRow + static_cast<size_t>(x) * channels;
-      low.Weigh(source, geometry, first, lowBytes, pixels);
-      if (maskGeometry.bits == 16) high.Weigh(source, geometry, first, highBytes, pixels);
+      M* out = mask.At(x, y);
+      low.Weigh(image.At(x, y), image.blueFirst, lowBytes, pixels);
+      if (sizeof(M) == 2) high.Weigh(image.At(x, y), image.blueFirst, highBytes, pixels);
       for (size_t p = 0; p < pixels; ++p) {
-        for (int32_t k = 0; k < channels; ++k, ++sample) {
-          if (maskGeometry.bits == 8) {
-            static_cast<uint8_t*>(mask)[sample] = lowBytes[p];
-          } else {
-            static_cast<uint16_t*>(mask)[sample] = static_cast<uint16_t>(highBytes[p] << 8 | lowBytes[p]);
-          }
-        }
+        const int32_t weight = sizeof(M) == 1 ? lowBytes[p] : highBytes[p] << 8 | lowBytes[p];
+        for (int32_t k = 0; k < mask.channels; ++k) *out++ = static_cast<M>(weight);
       }
     }
   }
   return true;
 }
+
+template bool FillHueMask(const View<const uint8_t>&, const View<uint8_t>&, const Region&, const uint16_t*);
+template bool FillHueMask(const View<const uint8_t>&, const View<uint16_t>&, const Region&, const uint16_t*);
+template bool FillHueMask(const View<const uint16_t>&, const View<uint8_t>&, const Region&, const uint16_t*);
+template bool FillHueMask(const View<const uint16_t>&, const View<uint16_t>&, const Region&, const uint16_t*);
 
 }  // namespace zel

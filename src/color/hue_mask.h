@@ -2,7 +2,7 @@
 #ifndef ZEL_COLOR_HUE_MASK_H_
 #define ZEL_COLOR_HUE_MASK_H_
 
-#include "core/image.h"
+#include "core/view.h"
 #include "simd/kernels.h"
 
 namespace zel {
@@ -12,21 +12,27 @@ class HueWeights {
  public:
   explicit HueWeights(const uint16_t weights[360], int32_t shift = 0);
 
-  // Weights of the pixels from `sample` on in an image of three channels, 8 or 16 bits.
-  void Weigh(const void* source, const Geometry& geometry, size_t sample, uint8_t* out, size_t pixels) const;
+  // Weights of pixels of three channels.
+  void Weigh(const uint8_t* in, bool blueFirst, uint8_t* out, size_t pixels) const {
+    kernels_.WeighHuesOfBytes(in, out, pixels, entries_, blueFirst);
+  }
+  void Weigh(const uint16_t* in, bool blueFirst, uint8_t* out, size_t pixels) const {
+    kernels_.WeighHuesOfWords(in, out, pixels, entries_, blueFirst);
+  }
 
  private:
+  const HueKernels& kernels_ = ActiveKernels().hue;
   uint8_t entries_[kHueWeights];
 };
 
-// Writes weights[hue] of every source pixel in the rectangle (reordered and cut) into all channels of its mask pixel,
-// in an 8-bit mask the low byte of it. Hue and saturation are those of RgbToHsl; a saturation of 0 gives 0 whatever the
-// hue. Pixels outside the rectangle keep their weights.
+// Writes weights[hue] of every image pixel in the region into all channels of its mask pixel, in an 8-bit mask the low
+// byte of it. Hue and saturation are those of RgbToHsl; a saturation of 0 gives 0 whatever the hue. Pixels outside the
+// region keep their weights.
 //
-// Source of three channels, mask of one or three, 8 and 16 bits each. False, with nothing written, when the images
-// differ in size or cannot be processed.
-bool FillHueMask(const void* source, const Geometry& geometry, void* mask, const Geometry& maskGeometry,
-                 const ZelRect* rect, const uint16_t weights[360]);
+// Image of three channels, mask of one or three, 8 and 16 bits each. False, with nothing written, when they differ in
+// size or cannot be processed.
+template <class T, class M>
+bool FillHueMask(const View<const T>& image, const View<M>& mask, const Region& region, const uint16_t weights[360]);
 
 }  // namespace zel
 

@@ -50,45 +50,37 @@ void AdjustHueSaturationPixel16(const uint16_t in[3], uint16_t out[3], int32_t h
   for (int32_t k = 0; k < 3; ++k) out[k] = static_cast<uint16_t>(result[k]);
 }
 
-bool AdjustLatticeHueSaturation(void* lattice, int32_t bits, int32_t hue, int32_t saturation) {
-  if (lattice == nullptr || bits != 8) return false;
-  uint8_t* const nodes = static_cast<uint8_t*>(lattice);
-  AdjustRow(nodes, nodes, kLatticeNodes, false, hue, saturation);
-  return true;
+void AdjustLatticeHueSaturation(uint8_t* lattice, int32_t hue, int32_t saturation) {
+  AdjustRow(lattice, lattice, kLatticeNodes, false, hue, saturation);
 }
 
-bool HueSaturationSamples(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
-                          int32_t hue, int32_t saturation, bool throughLattice) {
-  if (source == nullptr || destination == nullptr || geometry.channels != 3 || !geometry.DescribesMemory()) {
-    return false;
-  }
+template <class T>
+bool HueSaturationSamples(const Source<T>& source, const View<T>& destination, const Region& region, int32_t hue,
+                          int32_t saturation, bool throughLattice) {
+  if (source.channels != 3) return false;
   if (throughLattice) {
     uint8_t lattice[kLatticeSamples];
-    MakeColorLattice(lattice, 8);
-    AdjustLatticeHueSaturation(lattice, 8, hue, saturation);
-    return ApplyColorLattice(source, destination, geometry, rect, lattice, 8);
+    FillIdentityLattice(lattice);
+    AdjustLatticeHueSaturation(lattice, hue, saturation);
+    return ApplyColorLattice(source, destination, region, lattice);
   }
-  const Region region = ClampedRegion(rect, geometry.width, geometry.height);
-  if (region.IsEmpty()) return true;
-  for (int32_t y = region.top; y < region.bottom; ++y) {
-    const size_t row = geometry.RowOffset(y), left = region.left;
-    if (geometry.bits == 8) {
-      AdjustRow(static_cast<const uint8_t*>(source) + row + 3 * left,
-                static_cast<uint8_t*>(destination) + row + 3 * left, region.Width(), geometry.blueFirst, hue,
-                saturation);
-    } else {
-      AdjustRow(static_cast<const uint16_t*>(source) + row + left, static_cast<uint16_t*>(destination) + row + left,
-                region.Width(), geometry.blueFirst, hue, saturation);
-    }
+  const size_t first = static_cast<size_t>(region.left) * (sizeof(T) == 1 ? 3 : 1);
+  for (int32_t y = region.top; y < region.bottom && !region.IsEmpty(); ++y) {
+    const size_t offset = source.RowOffset(y) + first;
+    AdjustRow(source.data + offset, destination.data + offset, region.Width(), source.blueFirst, hue, saturation);
   }
   return true;
 }
 
 bool ApplyHueSaturation(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t hue,
                         int32_t saturation, bool throughLattice) {
-  if (!SameImageLayout(source, destination)) return false;
-  return HueSaturationSamples(source->data, destination->data, GeometryOf(*source), rect, hue, saturation,
-                              throughLattice);
+  return WithViews(source, destination, [&](const auto& in, const auto& out) {
+    return HueSaturationSamples(in, out, ClampedRegion(rect, in), hue, saturation, throughLattice);
+  });
 }
+
+template bool HueSaturationSamples(const Source<uint8_t>&, const View<uint8_t>&, const Region&, int32_t, int32_t, bool);
+template bool HueSaturationSamples(const Source<uint16_t>&, const View<uint16_t>&, const Region&, int32_t, int32_t,
+                                   bool);
 
 }  // namespace zel

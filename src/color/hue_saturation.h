@@ -2,7 +2,7 @@
 #ifndef ZEL_COLOR_HUE_SATURATION_H_
 #define ZEL_COLOR_HUE_SATURATION_H_
 
-#include "core/image.h"
+#include "core/view.h"
 
 namespace zel {
 
@@ -14,16 +14,17 @@ namespace zel {
 void AdjustHueSaturationPixel(const uint8_t in[3], uint8_t out[3], int32_t hue, int32_t saturation);
 void AdjustHueSaturationPixel16(const uint16_t in[3], uint16_t out[3], int32_t hue, int32_t saturation);
 
-// Every node of an 8-bit colour lattice. False for a null lattice or other bits.
-bool AdjustLatticeHueSaturation(void* lattice, int32_t bits, int32_t hue, int32_t saturation);
+// Every node of a colour lattice.
+void AdjustLatticeHueSaturation(uint8_t* lattice, int32_t hue, int32_t saturation);
 
 // The rectangle (reordered and cut), through a lattice or pixel by pixel. The lattice serves 8 and 16 bits alike and is
 // what the tools use; the direct 16-bit form starts its rows at sample `left` instead of 3 x `left`, which is promised.
 // Three channels; in place works. False, with nothing written, on images that differ or cannot be processed.
 bool ApplyHueSaturation(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t hue,
                         int32_t saturation, bool throughLattice);
-bool HueSaturationSamples(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
-                          int32_t hue, int32_t saturation, bool throughLattice);
+template <class T>
+bool HueSaturationSamples(const Source<T>& source, const View<T>& destination, const Region& region, int32_t hue,
+                          int32_t saturation, bool throughLattice);
 
 }  // namespace zel
 

@@ -56,49 +56,50 @@ void AdjustRangesPixel(const uint8_t in[3], uint8_t out[3], const RangeSettings&
   }
 }
 
-bool AdjustLatticeRanges(void* lattice, int32_t bits, const RangeSettings& settings) {
-  if (lattice == nullptr || bits != 8) return false;
-  uint8_t* node = static_cast<uint8_t*>(lattice);
+void AdjustLatticeRanges(uint8_t* lattice, const RangeSettings& settings) {
+  uint8_t* node = lattice;
   for (size_t i = 0; i < kLatticeNodes; ++i, node += 3) {
     if (node[0] != node[1] || node[0] != node[2]) AdjustRangesPixel(node, node, settings);
   }
-  return true;
 }
 
-bool HueSaturationRangesSamples(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
+template <class T>
+bool HueSaturationRangesSamples(const Source<T>& source, const View<T>& destination, const Region& region,
                                 const RangeSettings& settings, bool throughLattice) {
-  if (source == nullptr || destination == nullptr || geometry.channels != 3 || !geometry.DescribesMemory()) {
-    return false;
-  }
+  if (source.channels != 3) return false;
   if (throughLattice) {
     uint8_t lattice[kLatticeSamples];
-    MakeColorLattice(lattice, 8);
-    AdjustLatticeRanges(lattice, 8, settings);
-    return ApplyColorLattice(source, destination, geometry, rect, lattice, 8);
+    FillIdentityLattice(lattice);
+    AdjustLatticeRanges(lattice, settings);
+    return ApplyColorLattice(source, destination, region, lattice);
   }
-  if (geometry.bits != 8) return false;
-  const Region region = ClampedRegion(rect, geometry.width, geometry.height);
-  const int32_t red = geometry.blueFirst ? 2 : 0, blue = 2 - red;
-  for (int32_t y = region.top; y < region.bottom; ++y) {
-    const size_t offset = geometry.RowOffset(y) + static_cast<size_t>(region.left) * 3;
-    const uint8_t* in = static_cast<const uint8_t*>(source) + offset;
-    uint8_t* out = static_cast<uint8_t*>(destination) + offset;
-    for (int32_t x = region.left; x < region.right; ++x, in += 3, out += 3) {
-      uint8_t pixel[3] = {in[red], in[1], in[blue]};
-      AdjustRangesPixel(pixel, pixel, settings);
-      out[red] = pixel[0];
-      out[1] = pixel[1];
-      out[blue] = pixel[2];
+  if constexpr (sizeof(T) == 1) {
+    const int32_t red = source.PlaceOf(0), blue = source.PlaceOf(2);
+    for (int32_t y = region.top; y < region.bottom; ++y) {
+      const uint8_t* in = source.At(region.left, y);
+      uint8_t* out = destination.At(region.left, y);
+      for (int32_t x = region.left; x < region.right; ++x, in += 3, out += 3) {
+        uint8_t pixel[3] = {in[red], in[1], in[blue]};
+        AdjustRangesPixel(pixel, pixel, settings);
+        out[red] = pixel[0];
+        out[1] = pixel[1];
+        out[blue] = pixel[2];
+      }
     }
   }
-  return true;
+  return sizeof(T) == 1;
 }
 
 bool ApplyHueSaturationRanges(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect,
                               const RangeSettings& settings, bool throughLattice) {
-  if (!SameImageLayout(source, destination)) return false;
-  return HueSaturationRangesSamples(source->data, destination->data, GeometryOf(*source), rect, settings,
-                                    throughLattice);
+  return WithViews(source, destination, [&](const auto& in, const auto& out) {
+    return HueSaturationRangesSamples(in, out, ClampedRegion(rect, in), settings, throughLattice);
+  });
 }
+
+template bool HueSaturationRangesSamples(const Source<uint8_t>&, const View<uint8_t>&, const Region&,
+                                         const RangeSettings&, bool);
+template bool HueSaturationRangesSamples(const Source<uint16_t>&, const View<uint16_t>&, const Region&,
+                                         const RangeSettings&, bool);
 
 }  // namespace zel

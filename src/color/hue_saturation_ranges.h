@@ -2,7 +2,7 @@
 #ifndef ZEL_COLOR_HUE_SATURATION_RANGES_H_
 #define ZEL_COLOR_HUE_SATURATION_RANGES_H_
 
-#include "core/image.h"
+#include "core/view.h"
 
 namespace zel {
 
@@ -17,14 +17,15 @@ struct RangeSettings {
 // One 8-bit pixel, red first; `out` may be `in`. Range settings never touch greys, the master lightness does.
 void AdjustRangesPixel(const uint8_t in[3], uint8_t out[3], const RangeSettings& settings);
 
-// Every node of an 8-bit colour lattice that is not grey. False for a null lattice or other bits.
-bool AdjustLatticeRanges(void* lattice, int32_t bits, const RangeSettings& settings);
+// Every node of a colour lattice that is not grey.
+void AdjustLatticeRanges(uint8_t* lattice, const RangeSettings& settings);
 
 // The rectangle (reordered and cut), through a lattice (8 and 16 bits) or pixel by pixel (8 bits). Three channels; in
 // place works. False, with nothing written, on images that differ or cannot be processed.
 bool ApplyHueSaturationRanges(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect,
                               const RangeSettings& settings, bool throughLattice);
-bool HueSaturationRangesSamples(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
+template <class T>
+bool HueSaturationRangesSamples(const Source<T>& source, const View<T>& destination, const Region& region,
                                 const RangeSettings& settings, bool throughLattice);
 
 }  // namespace zel

@@ -2,12 +2,19 @@
 #ifndef ZEL_COLOR_HUE_WEIGHT_MASK_H_
 #define ZEL_COLOR_HUE_WEIGHT_MASK_H_
 
-#include "core/image.h"
+#include "color/hue_mask.h"
 
 namespace zel {
 
-// The weights of all hues, up to `ceiling` limited to what a mask of 8 or 16 bits holds.
-void MakeHueWeights(int32_t ceiling, int32_t maskBits, uint16_t weights[360]);
+// The weights of all hues, up to `ceiling` limited to what a sample of the mask holds.
+template <class M>
+void MakeHueWeights(int32_t ceiling, uint16_t weights[360]) {
+  const int32_t w = ceiling < 0 ? 0 : ceiling > kLast<M> ? kLast<M> : ceiling;
+  for (int32_t h = 0; h < 360; ++h) {
+    const int32_t parts = h <= 20 ? 25 : h < 45 ? 45 - h : h > 335 ? h - 335 : 0;
+    weights[h] = static_cast<uint16_t>(w * parts / 25);
+  }
+}
 
 // Weights up to `ceiling`: all of it for hues of 0 to 20 degrees, falling to none at 45 and at 335, none for the other
 // hues and for greys. The ceiling is limited to what a mask sample holds, negative ones to 0. Fills the rectangle
@@ -16,8 +23,12 @@ void MakeHueWeights(int32_t ceiling, int32_t maskBits, uint16_t weights[360]);
 // Source of three channels, mask of one or three, 8 and 16 bits each. False, with nothing written, when the images
 // differ in size or cannot be processed.
 bool BuildHueWeightMask(const ImageDesc* source, const ImageDesc* mask, const ZelRect* rect, int32_t ceiling);
-bool BuildHueWeightMaskRaw(const void* source, const Geometry& geometry, void* mask, const Geometry& maskGeometry,
-                           const ZelRect* rect, int32_t ceiling);
+template <class T, class M>
+bool BuildHueWeightMaskRaw(const View<const T>& image, const View<M>& mask, const Region& region, int32_t ceiling) {
+  uint16_t weights[360];
+  MakeHueWeights<M>(ceiling, weights);
+  return FillHueMask(image, mask, region, weights);
+}
 
 }  // namespace zel
 

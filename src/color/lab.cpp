@@ -22,9 +22,8 @@ double Inverse(double f, double cubeScale, double lineScale) {
 
 template <class T>
 T ToSample(double value) {
-  constexpr int32_t kLast = sizeof(T) == 1 ? 255 : 65535;
-  const int32_t sample = static_cast<int32_t>(value * kLast + 0.5);
-  return static_cast<T>(std::min(std::max(sample, 0), kLast));
+  const int32_t sample = static_cast<int32_t>(value * kLast<T> + 0.5);
+  return static_cast<T>(std::min(std::max(sample, 0), kLast<T>));
 }
 
 // Relative to the white point, at most 1 each.
@@ -147,39 +146,35 @@ double NearlyCubeRoot(double t) {
   return whole == 0 ? root : whole == -1 ? root * 0.5 : root * 0.25;
 }
 
-double LargestSquaredChroma(const void* samples, const Geometry& geometry, double enough) {
+template <class T>
+double LargestSquaredChroma(const View<const T>& image, double enough) {
   const ChromaBound bound;
   double largest = 0.0;
-  for (int32_t y = 0; y < geometry.height && largest < enough; ++y) {
-    const size_t row = geometry.RowOffset(y);
-    largest = geometry.bits == 8 ? LargestInRow(static_cast<const uint8_t*>(samples) + row, geometry.width,
-                                                geometry.blueFirst, bound, largest)
-                                 : LargestInRow(static_cast<const uint16_t*>(samples) + row, geometry.width,
-                                                geometry.blueFirst, bound, largest);
+  for (int32_t y = 0; y < image.height && largest < enough; ++y) {
+    largest = LargestInRow(image.At(0, y), image.width, image.blueFirst, bound, largest);
   }
   return largest;
 }
 
-void RgbToLabPlanes(const void* samples, const Geometry& geometry, const LabPlanes& planes) {
-  for (int32_t y = 0; y < geometry.height; ++y) {
-    const size_t row = geometry.RowOffset(y), first = static_cast<size_t>(y) * geometry.width;
-    if (geometry.bits == 8) {
-      RowToLab(static_cast<const uint8_t*>(samples) + row, geometry.width, geometry.blueFirst, planes, first);
-    } else {
-      RowToLab(static_cast<const uint16_t*>(samples) + row, geometry.width, geometry.blueFirst, planes, first);
-    }
+template <class T>
+void RgbToLabPlanes(const View<const T>& image, const LabPlanes& planes) {
+  for (int32_t y = 0; y < image.height; ++y) {
+    RowToLab(image.At(0, y), image.width, image.blueFirst, planes, static_cast<size_t>(y) * image.width);
   }
 }
 
-void LabPlanesToRgb(const LabPlanes& planes, void* samples, const Geometry& geometry) {
-  for (int32_t y = 0; y < geometry.height; ++y) {
-    const size_t row = geometry.RowOffset(y), first = static_cast<size_t>(y) * geometry.width;
-    if (geometry.bits == 8) {
-      RowFromLab(planes, first, static_cast<uint8_t*>(samples) + row, geometry.width, geometry.blueFirst);
-    } else {
-      RowFromLab(planes, first, static_cast<uint16_t*>(samples) + row, geometry.width, geometry.blueFirst);
-    }
+template <class T>
+void LabPlanesToRgb(const LabPlanes& planes, const View<T>& image) {
+  for (int32_t y = 0; y < image.height; ++y) {
+    RowFromLab(planes, static_cast<size_t>(y) * image.width, image.At(0, y), image.width, image.blueFirst);
   }
 }
+
+template double LargestSquaredChroma(const View<const uint8_t>&, double);
+template double LargestSquaredChroma(const View<const uint16_t>&, double);
+template void RgbToLabPlanes(const View<const uint8_t>&, const LabPlanes&);
+template void RgbToLabPlanes(const View<const uint16_t>&, const LabPlanes&);
+template void LabPlanesToRgb(const LabPlanes&, const View<uint8_t>&);
+template void LabPlanesToRgb(const LabPlanes&, const View<uint16_t>&);
 
 }  // namespace zel

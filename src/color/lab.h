@@ -2,7 +2,7 @@
 #ifndef ZEL_COLOR_LAB_H_
 #define ZEL_COLOR_LAB_H_
 
-#include "core/image.h"
+#include "core/view.h"
 
 namespace zel {
 
@@ -15,15 +15,18 @@ struct LabPlanes {
   float* b;
 };
 
-// Three channels, 8 or 16 bits; the geometry is the caller's promise.
-void RgbToLabPlanes(const void* samples, const Geometry& geometry, const LabPlanes& planes);
+// Of three channels.
+template <class T>
+void RgbToLabPlanes(const View<const T>& image, const LabPlanes& planes);
 
 // And back, rounded and cut to the samples' range. The change from the curve to its straight part is tested on f, not
 // on its cube, as the enhancement's promised results want it.
-void LabPlanesToRgb(const LabPlanes& planes, void* samples, const Geometry& geometry);
+template <class T>
+void LabPlanesToRgb(const LabPlanes& planes, const View<T>& image);
 
-// The largest a * a + b * b among the pixels; the search ends with the first one that reaches `enough`.
-double LargestSquaredChroma(const void* samples, const Geometry& geometry, double enough);
+// The largest a * a + b * b among the pixels; the search ends with the first row in which one reaches `enough`.
+template <class T>
+double LargestSquaredChroma(const View<const T>& image, double enough);
 
 // exp(ln(t) * 0.33333334) for 0.008856 < t <= 1, to within 1e-15 of itself.
 double NearlyCubeRoot(double t);

@@ -24,19 +24,20 @@ void Widen(int64_t a, int64_t b, int32_t size, int32_t* from, int32_t* to) {
   *to = static_cast<int32_t>(std::min<int64_t>(std::max<int64_t>(std::max(a - kRing, b + kRing), 0), size));
 }
 
-Region WorkingArea(const ZelRect* rect, const Geometry& geometry) {
-  Region area{0, 0, geometry.width, geometry.height};
+Region WorkingArea(const ZelRect* rect, const View<const uint8_t>& image) {
+  Region area = image.Whole();
   if (rect != nullptr) {
-    Widen(rect->left, rect->right, geometry.width, &area.left, &area.right);
-    Widen(rect->top, rect->bottom, geometry.height, &area.top, &area.bottom);
+    Widen(rect->left, rect->right, image.width, &area.left, &area.right);
+    Widen(rect->top, rect->bottom, image.height, &area.top, &area.bottom);
   }
   return area;
 }
 
 // Fills the mask where the ring around a pixel lies inside the image; outside the working area the luma counts as 0.
-bool MakeDetailMask(const uint8_t* samples, const Geometry& geometry, const Region& area, uint8_t* mask) {
+bool MakeDetailMask(const View<const uint8_t>& image, const Region& area, const View<uint8_t>& mask) {
   constexpr int32_t kRows = 2 * kRing + 1;
-  const size_t width = geometry.width;
+  const DetailKernels& kernels = ActiveKernels().detail;
+  const size_t width = static_cast<size_t>(image.width);
   Scratch<uint8_t> luma;  // row y in line y % 7, and a line of zeros behind them
   if (!luma.AllocateZeroed((kRows + 1) * width)) return false;
   const auto line = [&](int32_t y) {
@@ -44,42 +45,73 @@ bool MakeDetailMask(const uint8_t* samples, const Geometry& geometry, const Regi
   };
   const auto load = [&](int32_t y) {
     if (y < area.top || y >= area.bottom) return;
-    const uint8_t* const first = samples + geometry.RowOffset(y) + static_cast<size_t>(area.left) * geometry.channels;
-    ActiveKernels().detail.LumaBytes(first, line(y) + area.left, area.Width(), geometry.blueFirst);
+    kernels.LumaBytes(image.At(area.left, y), line(y) + area.left, area.Width(), image.blueFirst);
   };
 
   const Region inner{std::max(kRing, area.left - kRing), std::max(kRing, area.top - kRing),
-                     std::min(geometry.width - kRing, area.right + kRing),
-                     std::min(geometry.height - kRing, area.bottom + kRing)};
+                     std::min(image.width - kRing, area.right + kRing),
+                     std::min(image.height - kRing, area.bottom + kRing)};
   if (inner.IsEmpty()) return true;
   for (int32_t y = inner.top - kRing; y < inner.top + kRing; ++y) load(y);
   for (int32_t y = inner.top; y < inner.bottom; ++y) {
     load(y + kRing);
     const uint8_t* rows[kRows];
     for (int32_t k = 0; k < kRows; ++k) rows[k] = line(y + k - kRing) + inner.left - kRing;
-    ActiveKernels().detail.RingMask(rows, mask + y * width + inner.left, inner.Width());
+    kernels.RingMask(rows, mask.At(inner.left, y), inner.Width());
   }
   return true;
 }
 
 // The table that stretches the mask between its darkest and brightest hundredth and weakens it.
-bool MakeMaskTable(const uint8_t* mask, const Geometry& geometry, const Region& area, int32_t amount, uint8_t* table) {
+bool MakeMaskTable(const View<const uint8_t>& mask, const Region& area, int32_t amount, uint8_t* table) {
   float histogram[kBins];
   const ZelRect rect{area.left, area.top, area.right, area.bottom};
-  if (ComputeHistogram(mask, geometry, &rect, histogram, true, {false, 500, 500}) == 0) return false;
+  const Region measured = MeasuredRegion(&rect, mask.width, mask.height);
+  if (ComputeHistogram(mask, measured, histogram, true, {false, 500, 500}) == 0) return false;
   int32_t high, low;
   if (!HistogramPercentiles(histogram, true, 0, 1, &high, &low, 0.99, 0.01)) return false;
-  MakeLevelsLut(table, 1, 8, &high, &low);
+  MakeLevelsLut(Curves<uint8_t>{table, 1}, &high, &low);
   if (amount >= 100) return true;
   const double factor = ToSingle(amount * 0.01);
   for (int32_t i = 0; i < 256; ++i) table[i] = static_cast<uint8_t>(std::max(table[i] * factor + 0.5, 0.0));
   return true;
 }
 
-// One row of an image as an image of its own.
-ImageDesc RowRecord(const void* row, Geometry geometry) {
-  geometry.height = 1;
-  return Describe(row, geometry);
+bool BlendDetail(const View<const uint8_t>& source, const View<uint8_t>& destination, const ZelRect* rect,
+                 int32_t amount) {
+  if (source.channels != 3) return false;
+  const Region area = WorkingArea(rect, source), blended = GivenRegion(rect, source);
+  Scratch<uint8_t> weights;
+  if (!weights.AllocateZeroed(static_cast<size_t>(source.width) * static_cast<size_t>(source.height))) return false;
+  const View<uint8_t> mask = PackedView(weights.data(), source.width, source.height, 1);
+  if (!MakeDetailMask(source, area, mask)) return false;
+  if (!GaussianBlurRaw(mask, mask, ClampedRegion(rect, mask), amount < 100 ? 1.0 : amount * 0.01)) return false;
+  uint8_t table[256];
+  if (!MakeMaskTable(mask, area, amount, table)) return false;
+
+  int32_t kernel[9];
+  MakeSharpenKernel(100, kernel);
+  ConvolvedRows sharpened;
+  const Region touched = Grown(area, 1, source.width, source.height);
+  if (touched.IsEmpty()) return true;
+  if (!sharpened.Start(source, touched, kernel, kSharpenDivisor)) return false;
+  // In place the source row is still needed when its sharpened form is ready.
+  Scratch<uint8_t> line;
+  if (source.data == destination.data && !line.Allocate(static_cast<size_t>(source.stride))) return false;
+
+  const RowBlend mix(kMix, 3);
+  const LutKernels& lut = ActiveKernels().lut;
+  const size_t width = static_cast<size_t>(std::max(blended.Width(), 0));
+  for (int32_t y = touched.top; y < touched.bottom; ++y) {
+    uint8_t* const effect = line ? line.data() : destination.At(0, y);
+    sharpened.Next(effect + source.Offset(touched.left, 0));
+    if (blended.IsEmpty() || y < blended.top || y >= blended.bottom) continue;
+    uint8_t* const row = mask.At(blended.left, y);
+    lut.MapBytes(row, row, width, table);
+    mix.Row(effect + source.Offset(blended.left, 0), source.At(blended.left, y), row, destination.At(blended.left, y),
+            width);
+  }
+  return true;
 }
 
 bool Enhanced(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t mode,
@@ -96,45 +128,9 @@ bool Enhanced(const ImageDesc* source, const ImageDesc* destination, const ZelRe
 }  // namespace
 
 bool VividDetailBlend(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t amount) {
-  if (!SameImageLayout(source, destination)) return false;
-  const Geometry geometry = GeometryOf(*source), maskGeometry = MaskGeometry(geometry.width, geometry.height);
-  if (geometry.channels != 3 || geometry.bits != 8) return false;
-  const Region area = WorkingArea(rect, geometry);
-
-  Scratch<uint8_t> mask;
-  if (!mask.AllocateZeroed(maskGeometry.SampleCount())) return false;
-  if (!MakeDetailMask(source->data, geometry, area, mask.data())) return false;
-  const double sigma = amount < 100 ? 1.0 : amount * 0.01;
-  if (!GaussianBlurRaw(mask.data(), mask.data(), maskGeometry, rect, sigma)) return false;
-  uint8_t table[256];
-  if (!MakeMaskTable(mask.data(), maskGeometry, area, amount, table)) return false;
-
-  int32_t kernel[9];
-  MakeSharpenKernel(100, kernel);
-  ConvolvedRows sharpened;
-  const ZelRect areaRect{area.left, area.top, area.right, area.bottom};
-  if (!sharpened.Start(source->data, geometry, &areaRect, kernel, kSharpenDivisor)) return false;
-  const Region touched = sharpened.Touched();
-  if (touched.IsEmpty()) return true;
-  // In place the source row is still needed when its sharpened form is ready.
-  Scratch<uint8_t> line;
-  if (source->data == destination->data && !line.Allocate(geometry.stride)) return false;
-
-  const Region blended = GivenRegion(rect, geometry.width, geometry.height);
-  const ZelRect columns{blended.left, 0, blended.right, 1};
-  for (int32_t y = touched.top; y < touched.bottom; ++y) {
-    uint8_t* const out = destination->data + geometry.RowOffset(y);
-    uint8_t* const effect = line ? line.data() : out;
-    sharpened.Next(effect + static_cast<size_t>(touched.left) * geometry.channels);
-    if (blended.IsEmpty() || y < blended.top || y >= blended.bottom) continue;
-    uint8_t* const weights = mask.data() + maskGeometry.RowOffset(y);
-    ActiveKernels().lut.MapBytes(weights + blended.left, weights + blended.left, blended.Width(), table);
-    const ImageDesc effectRow = RowRecord(effect, geometry), outRow = RowRecord(out, geometry);
-    const ImageDesc sourceRow = RowRecord(source->data + geometry.RowOffset(y), geometry);
-    const ImageDesc maskRow = RowRecord(weights, maskGeometry);
-    if (!MaskBlend(&effectRow, &sourceRow, &outRow, &maskRow, kMix, &columns)) return false;
-  }
-  return true;
+  return WithByteViews(source, destination, [&](const View<const uint8_t>& in, const View<uint8_t>& out) {
+    return BlendDetail(in, out, rect, amount);
+  });
 }
 
 bool VividImage(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t mode,

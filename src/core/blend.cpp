@@ -1,8 +1,7 @@
 #include "core/blend.h"
 
 #include <algorithm>
-
-#include "simd/kernels.h"
+#include <cstring>
 
 namespace zel {
 
@@ -38,30 +37,21 @@ bool MaskBlend(const ImageDesc* effect, const ImageDesc* base, const ImageDesc* 
   if (!IsUsable(mask) || mask->format != kMaskFormat || mask->width < effect->width || mask->height < effect->height) {
     return false;
   }
-  const BlendKernels& kernels = ActiveKernels().blend;
-  const auto blend = mode == kMix        ? kernels.MixBytes
-                     : mode == kScreen   ? kernels.ScreenBytes
-                     : mode == kMultiply ? kernels.MultiplyBytes
-                                         : nullptr;
-  const Region region = GivenRegion(rect, effect->width, effect->height);
-  if (blend == nullptr || region.IsEmpty()) return true;
-
-  const int32_t channels = ChannelsOf(effect->format);
-  constexpr int32_t kStrip = 256;  // pixels whose spread mask stays in the first-level cache
-  uint8_t spread[kStrip * 15];
-  for (int32_t y = region.top; y < region.bottom; ++y) {
-    for (int32_t x = region.left; x < region.right; x += kStrip) {
-      const size_t pixels = std::min(kStrip, region.right - x);
-      const uint8_t* weights = RowStart(*mask, x, y, 1);
-      if (channels > 1) {
-        kernels.SpreadMask(weights, spread, pixels, channels);
-        weights = spread;
-      }
-      blend(RowStart(*effect, x, y, channels), RowStart(*base, x, y, channels), weights,
-            RowStart(*output, x, y, channels), pixels * channels);
-    }
-  }
+  if (mode != kMix && mode != kScreen && mode != kMultiply) return true;
+  const auto view = [](const ImageDesc* image) { return ViewOf<uint8_t>(*image); };
+  BlendThroughMask(view(effect), view(base), view(output), view(mask), static_cast<BlendMode>(mode),
+                   GivenRegion(rect, effect->width, effect->height));
   return true;
+}
+
+void BlendThroughMask(const View<const uint8_t>& effect, const View<const uint8_t>& base, const View<uint8_t>& output,
+                      const View<const uint8_t>& mask, BlendMode mode, const Region& region) {
+  if (region.IsEmpty()) return;
+  const RowBlend rows(mode, effect.channels);
+  for (int32_t y = region.top; y < region.bottom; ++y) {
+    rows.Row(effect.At(region.left, y), base.At(region.left, y), mask.At(region.left, y), output.At(region.left, y),
+             static_cast<size_t>(region.Width()));
+  }
 }
 
 bool StrengthBlend(const ImageDesc* effect, const ImageDesc* base, const ImageDesc* output, int32_t mode,
@@ -91,6 +81,34 @@ bool StrengthBlend(const ImageDesc* effect, const ImageDesc* base, const ImageDe
 
 void PullTowards(uint8_t* values, const uint8_t* neutral, size_t count, int32_t percent) {
   ActiveKernels().blend.PullBytes(values, neutral, values, count, PullWeight(percent));
+}
+
+RowBlend::RowBlend(BlendMode mode, int32_t channels) : channels_(static_cast<size_t>(channels)) {
+  const BlendKernels& kernels = ActiveKernels().blend;
+  blend_ = mode == kMix ? kernels.MixBytes : mode == kScreen ? kernels.ScreenBytes : kernels.MultiplyBytes;
+  spread_ = kernels.SpreadMask;
+}
+
+void RowBlend::Row(const uint8_t* effect, const uint8_t* base, const uint8_t* weights, uint8_t* out,
+                   size_t pixels) const {
+  if (channels_ == 1) return blend_(effect, base, weights, out, pixels);
+  uint8_t spread[kTile * 15];
+  for (size_t first = 0; first < pixels; first += kTile) {
+    const size_t count = std::min<size_t>(kTile, pixels - first), sample = first * channels_;
+    spread_(weights + first, spread, count, channels_);
+    blend_(effect + sample, base + sample, spread, out + sample, count * channels_);
+  }
+}
+
+bool RowBlend::IsUnmasked(const uint8_t* weights, size_t pixels) {
+  uint64_t any = 0, eight;
+  size_t p = 0;
+  for (; p + 8 <= pixels; p += 8) {
+    std::memcpy(&eight, weights + p, 8);
+    any |= eight;
+  }
+  for (; p < pixels; ++p) any |= weights[p];
+  return any == 0;
 }
 
 }  // namespace zel

@@ -2,7 +2,8 @@
 #ifndef ZEL_CORE_BLEND_H_
 #define ZEL_CORE_BLEND_H_
 
-#include "core/image.h"
+#include "core/view.h"
+#include "simd/kernels.h"
 
 namespace zel {
 
@@ -18,6 +19,10 @@ enum BlendMode : int32_t { kMix = 0, kScreen = 1, kMultiply = 2 };
 bool MaskBlend(const ImageDesc* effect, const ImageDesc* base, const ImageDesc* output, const ImageDesc* mask,
                int32_t mode, const ZelRect* rect);
 
+// The same on samples: mask and images are of one size, the region lies inside them.
+void BlendThroughMask(const View<const uint8_t>& effect, const View<const uint8_t>& base, const View<uint8_t>& output,
+                      const View<const uint8_t>& mask, BlendMode mode, const Region& region);
+
 // Mixes `effect` into `base` with the same weight everywhere: w = strength * 127 / 100 against 127 - w, divided by 128,
 // so that equal inputs come out slightly darker. Strengths above 100 extrapolate beyond the effect. In the modes screen
 // and multiply the effect is first combined with the base and the low eight bits of the sum are stored; any other mode
@@ -29,6 +34,37 @@ bool StrengthBlend(const ImageDesc* effect, const ImageDesc* base, const ImageDe
 // values[i] = clamp((values[i] * w + neutral[i] * (127 - w)) >> 7) with w = percent * 127 / 100: pulls a table towards
 // its identity, or beyond the table above 100 per cent.
 void PullTowards(uint8_t* values, const uint8_t* neutral, size_t count, int32_t percent);
+
+// MaskBlend row by row, for operations whose effect exists only a row or a part of one at a time. Weights are one byte a
+// pixel; `out` may be `base` or `effect`.
+class RowBlend {
+ public:
+  static constexpr int32_t kTile = 256;  // pixels whose effect and weights stay in the first-level cache
+
+  RowBlend(BlendMode mode, int32_t channels);
+
+  void Row(const uint8_t* effect, const uint8_t* base, const uint8_t* weights, uint8_t* out, size_t pixels) const;
+
+  // At most kTile pixels of three channels. `makeEffect` fills the array that it gets with the effect's samples; it is
+  // not asked where all weights are 0.
+  template <class MakeEffect>
+  void Tile(const uint8_t* base, const uint8_t* weights, uint8_t* out, size_t pixels,
+            const MakeEffect& makeEffect) const {
+    uint8_t effect[3 * kTile];
+    const bool isUnmasked = IsUnmasked(weights, pixels);
+    if (!isUnmasked) makeEffect(effect);
+    // With a weight of 0 the effect does not matter, but a mix still lowers the base.
+    Row(isUnmasked ? base : effect, base, weights, out, pixels);
+  }
+
+  // Whether all weights are 0.
+  static bool IsUnmasked(const uint8_t* weights, size_t pixels);
+
+ private:
+  decltype(BlendKernels::MixBytes) blend_;
+  decltype(BlendKernels::SpreadMask) spread_;
+  size_t channels_;
+};
 
 }  // namespace zel
 

@@ -10,13 +10,6 @@ namespace zel {
 
 namespace {
 
-template <class T>
-void FillIdentity(T* block, int32_t tables, size_t entries) {
-  for (int32_t k = 0; k < tables; ++k) {
-    for (size_t i = 0; i < entries; ++i) *block++ = static_cast<T>(i);
-  }
-}
-
 // 256 entries to 65536, linearly between them but on the scale of the bytes, save the last.
 void ExpandUnscaled(const uint8_t* table, uint16_t* out) {
   for (int32_t i = 0; i < 255; ++i) {
@@ -26,63 +19,64 @@ void ExpandUnscaled(const uint8_t* table, uint16_t* out) {
   *out = static_cast<uint16_t>(257 * table[255]);
 }
 
-void Reduce(const uint16_t* table, uint8_t* out) {
-  for (size_t i = 0; i < kLutEntries8; ++i) out[i] = static_cast<uint8_t>(table[257 * i] / 257);
+uint8_t Reduced(const uint16_t* table, size_t entry) {
+  return static_cast<uint8_t>(table[257 * entry] / 257);
 }
 
-bool SameCurves(const void* a, const void* b, const void* c, size_t bytes) {
-  return (a == b || std::memcmp(a, b, bytes) == 0) && (a == c || std::memcmp(a, c, bytes) == 0);
+template <class T>
+bool SameTables(const T* const tables[3]) {
+  const size_t bytes = Curves<T>::kEntries * sizeof(T);
+  const auto same = [&](const T* a, const T* b) { return a == b || std::memcmp(a, b, bytes) == 0; };
+  return same(tables[0], tables[1]) && same(tables[0], tables[2]);
 }
 
 // Runs `map(in, out, pixels)` over the rows of the region, over all at once where no sample lies between them.
 template <class T, class Map>
-void ForEachRow(const T* source, T* destination, const Geometry& geometry, const Region& region, const Map& map) {
-  if (static_cast<int64_t>(region.Width()) * geometry.channels == geometry.stride) {
-    const size_t offset = geometry.RowOffset(region.top);
-    map(source + offset, destination + offset, static_cast<size_t>(region.Width()) * region.Height());
+void ForEachRow(const Source<T>& source, const View<T>& destination, const Region& region, const Map& map) {
+  const size_t width = static_cast<size_t>(region.Width());
+  if (static_cast<int64_t>(region.Width()) * source.channels == source.stride) {
+    map(source.At(0, region.top), destination.At(0, region.top), width * static_cast<size_t>(region.Height()));
     return;
   }
   for (int32_t y = region.top; y < region.bottom; ++y) {
-    const size_t offset = geometry.RowOffset(y) + static_cast<size_t>(region.left) * geometry.channels;
-    map(source + offset, destination + offset, static_cast<size_t>(region.Width()));
+    map(source.At(region.left, y), destination.At(region.left, y), width);
   }
 }
+
+struct LutRows {
+  const LutKernels& kernels = ActiveKernels().lut;
+  void Map(const uint8_t* in, uint8_t* out, size_t count, const uint8_t* table) const {
+    kernels.MapBytes(in, out, count, table);
+  }
+  void Map(const uint16_t* in, uint16_t* out, size_t count, const uint16_t* table) const {
+    kernels.MapWords(in, out, count, table);
+  }
+  void Map3(const uint8_t* in, uint8_t* out, size_t pixels, const uint8_t* const tables[3]) const {
+    kernels.MapBytes3(in, out, pixels, tables);
+  }
+  void Map3(const uint16_t* in, uint16_t* out, size_t pixels, const uint16_t* const tables[3]) const {
+    kernels.MapWords3(in, out, pixels, tables);
+  }
+};
 
 // Tables in red, green, blue order at the image's depth.
-void MapRegion(const uint8_t* source, uint8_t* destination, const Geometry& geometry, const Region& region,
-               const uint8_t* const tables[3]) {
-  const LutKernels& kernels = ActiveKernels().lut;
-  const size_t channels = geometry.channels;
-  if (channels == 1 || SameCurves(tables[0], tables[1], tables[2], kLutEntries8)) {
-    ForEachRow(source, destination, geometry, region, [&](const uint8_t* in, uint8_t* out, size_t pixels) {
-      kernels.MapBytes(in, out, pixels * channels, tables[0]);
-    });
-  } else {
-    const uint8_t* const bySample[3] = {tables[geometry.blueFirst ? 2 : 0], tables[1],
-                                        tables[geometry.blueFirst ? 0 : 2]};
-    ForEachRow(source, destination, geometry, region,
-               [&](const uint8_t* in, uint8_t* out, size_t pixels) { kernels.MapBytes3(in, out, pixels, bySample); });
-  }
-}
-
-void MapRegion(const uint16_t* source, uint16_t* destination, const Geometry& geometry, const Region& region,
-               const uint16_t* const tables[3]) {
-  const LutKernels& kernels = ActiveKernels().lut;
-  const size_t channels = geometry.channels;
-  // One table stays in the cache where three do not, but finding out takes as long as mapping a small region.
+template <class T>
+void MapRegion(const Source<T>& source, const View<T>& destination, const Region& region,
+               const T* const tables[3]) {
+  const LutRows rows;
+  const size_t channels = source.channels;
+  // One table stays in the cache where three do not, but finding out that large ones are equal takes as long as mapping
+  // a small region.
   const bool worthComparing =
-      static_cast<int64_t>(region.Width()) * region.Height() >= static_cast<int64_t>(kLutEntries16);
+      sizeof(T) == 1 || static_cast<int64_t>(region.Width()) * region.Height() >= static_cast<int64_t>(kLutEntries16);
   const bool same = tables[0] == tables[1] && tables[0] == tables[2];
-  if (channels == 1 || same ||
-      (worthComparing && SameCurves(tables[0], tables[1], tables[2], kLutEntries16 * sizeof(uint16_t)))) {
-    ForEachRow(source, destination, geometry, region, [&](const uint16_t* in, uint16_t* out, size_t pixels) {
-      kernels.MapWords(in, out, pixels * channels, tables[0]);
-    });
+  if (channels == 1 || same || (worthComparing && SameTables(tables))) {
+    ForEachRow(source, destination, region,
+               [&](const T* in, T* out, size_t pixels) { rows.Map(in, out, pixels * channels, tables[0]); });
   } else {
-    const uint16_t* const bySample[3] = {tables[geometry.blueFirst ? 2 : 0], tables[1],
-                                         tables[geometry.blueFirst ? 0 : 2]};
-    ForEachRow(source, destination, geometry, region,
-               [&](const uint16_t* in, uint16_t* out, size_t pixels) { kernels.MapWords3(in, out, pixels, bySample); });
+    const T* const bySample[3] = {tables[source.PlaceOf(0)], tables[1], tables[source.PlaceOf(2)]};
+    ForEachRow(source, destination, region,
+               [&](const T* in, T* out, size_t pixels) { rows.Map3(in, out, pixels, bySample); });
   }
 }
 
@@ -90,99 +84,88 @@ void MapRegion(const uint16_t* source, uint16_t* destination, const Geometry& ge
 
 void* MakeIdentityLut(void* block, int32_t tables, int32_t bits) {
   if (bits != 8 && bits != 16) return block;
-  const size_t entries = bits == 8 ? kLutEntries8 : kLutEntries16;
-  if (block == nullptr) block = AllocateBytes(tables * entries * (bits / 8), false);
+  const size_t bytes = bits == 8 ? kLutEntries8 : 2 * kLutEntries16;
+  if (block == nullptr) block = AllocateBytes(tables * bytes, false);
   if (block == nullptr) return nullptr;
   if (bits == 8) {
-    FillIdentity(static_cast<uint8_t*>(block), tables, entries);
+    FillIdentity(Curves<uint8_t>{static_cast<uint8_t*>(block), tables});
   } else {
-    FillIdentity(static_cast<uint16_t*>(block), tables, entries);
+    FillIdentity(Curves<uint16_t>{static_cast<uint16_t*>(block), tables});
   }
   return block;
 }
 
-bool ApplyChannelLutRaw(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
-                        const void* block, int32_t tables, int32_t blockBits) {
-  if (source == nullptr || destination == nullptr || block == nullptr || !geometry.DescribesMemory()) return false;
-  if (blockBits != 8 && blockBits != 16) return false;
-  const Region region = ClampedRegion(rect, geometry.width, geometry.height);
-  if (region.IsEmpty() || (geometry.channels != 1 && geometry.channels != 3)) return true;
-
-  // Where the tables of red, green and blue stand in the block.
-  const int32_t index[3] = {0, geometry.channels == 3 && tables >= 2 ? 1 : 0,
-                            geometry.channels == 3 && tables >= 3 ? 2 : 0};
-  const uint8_t* bytes[3] = {};
-  const uint16_t* words[3] = {};
-  for (int32_t k = 0; k < 3; ++k) {
-    if (blockBits == 8) {
-      bytes[k] = static_cast<const uint8_t*>(block) + index[k] * kLutEntries8;
-    } else {
-      words[k] = static_cast<const uint16_t*>(block) + index[k] * kLutEntries16;
-    }
-  }
-  if (geometry.bits == 8) {
+template <class T, class B>
+bool ApplyChannelLutRaw(const Source<T>& source, const View<T>& destination, const Region& region,
+                        const Curves<B>& curves) {
+  if (region.IsEmpty() || (source.channels != 1 && source.channels != 3)) return true;
+  const int32_t colours = source.channels;
+  const B* const tables[3] = {curves.Of(0), curves.Of(colours == 3 ? 1 : 0), curves.Of(colours == 3 ? 2 : 0)};
+  if constexpr (sizeof(T) == sizeof(B)) {
+    MapRegion(source, destination, region, tables);
+  } else if constexpr (sizeof(T) == 1) {
     uint8_t reduced[3][kLutEntries8];
-    for (int32_t k = 0; k < 3 && blockBits == 16; ++k) {
-      Reduce(words[k], reduced[k]);
-      bytes[k] = reduced[k];
+    for (int32_t k = 0; k < 3; ++k) {
+      for (size_t i = 0; i < kLutEntries8; ++i) reduced[k][i] = Reduced(tables[k], i);
     }
-    MapRegion(static_cast<const uint8_t*>(source), static_cast<uint8_t*>(destination), geometry, region, bytes);
-    return true;
+    const uint8_t* const bytes[3] = {reduced[0], reduced[1], reduced[2]};
+    MapRegion(source, destination, region, bytes);
+  } else {
+    return MapWordsByFormula(source, destination, region, SameTables(tables) ? 1 : 3,
+                             [&tables](int32_t k, int32_t i) { return Interpolated(tables[k], i); });
   }
-  if (blockBits == 8) {
-    const int32_t curves = SameCurves(bytes[0], bytes[1], bytes[2], kLutEntries8) ? 1 : 3;
-    return MapWordsByFormula(source, destination, geometry, rect, curves,
-                             [&bytes](int32_t k, int32_t i) { return Interpolated(bytes[k], i); });
-  }
-  MapRegion(static_cast<const uint16_t*>(source), static_cast<uint16_t*>(destination), geometry, region, words);
   return true;
 }
 
-bool ApplyChannelLut(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, const void* block,
-                     int32_t tables, int32_t blockBits) {
+template <class B>
+bool ApplyChannelLut(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect,
+                     const Curves<B>& curves) {
   if (source == nullptr || destination == nullptr || source->data == nullptr || destination->data == nullptr)
     return false;
-  if (!SameImageGeometry(*source, *destination) || source->stride != destination->stride) return false;
-  const int32_t bits = BitsOf(source->format);
-  if (bits != 8 && bits != 16) {  // no table fits, so there is nothing to do
-    return block != nullptr && (blockBits == 8 || blockBits == 16) && source->width > 0 && source->height > 0;
+  if (curves.block == nullptr || !SameImageGeometry(*source, *destination) || source->stride != destination->stride) {
+    return false;
   }
-  if (!IsUsable(source) || !IsUsable(destination)) return false;
-  return ApplyChannelLutRaw(source->data, destination->data, GeometryOf(*source), rect, block, tables, blockBits);
+  const int32_t bits = BitsOf(source->format);
+  if (bits != 8 && bits != 16) return source->width > 0 && source->height > 0;  // no table fits: nothing to do
+  return WithViews(source, destination, [&](const auto& in, const auto& out) {
+    return ApplyChannelLutRaw(in, out, ClampedRegion(rect, in), curves);
+  });
 }
 
-bool ComposeChannelLut(void* target, int32_t tables, int32_t targetBits, const void* second, int32_t secondTables,
-                       int32_t secondBits) {
-  if (target == nullptr || second == nullptr) return false;
-  const bool paired = secondTables == 3;
-  if (targetBits == 8) {
-    uint8_t* entry = static_cast<uint8_t*>(target);
-    for (int32_t k = 0; k < tables; ++k) {
-      const int32_t curve = paired ? k : 0;
-      for (size_t i = 0; i < kLutEntries8; ++i, ++entry) {
-        *entry = secondBits == 8
-                     ? static_cast<const uint8_t*>(second)[curve * kLutEntries8 + *entry]
-                     : static_cast<uint8_t>(static_cast<const uint16_t*>(second)[curve * kLutEntries16 + 257 * *entry] /
-                                            257);
-      }
+template <class T, class B>
+bool ComposeChannelLut(Curves<T> target, const Curves<B>& second) {
+  if (target.block == nullptr || second.block == nullptr) return false;
+  const bool paired = second.tables == 3;
+  const auto chain = [&](const auto& entryOf) {
+    for (int32_t k = 0; k < target.tables; ++k) {
+      T* const table = target.Table(k);
+      for (size_t i = 0; i < target.kEntries; ++i) table[i] = entryOf(paired ? k : 0, table[i]);
     }
-    return true;
-  }
-  Scratch<uint16_t> expanded;
-  const uint16_t* curves = static_cast<const uint16_t*>(second);
-  if (secondBits == 8) {
-    if (!expanded.Allocate((paired ? 3 : 1) * kLutEntries16)) return false;
-    for (int32_t k = 0; k < (paired ? 3 : 1); ++k) {
-      ExpandUnscaled(static_cast<const uint8_t*>(second) + k * kLutEntries8, expanded.data() + k * kLutEntries16);
-    }
-    curves = expanded.data();
-  }
-  uint16_t* entry = static_cast<uint16_t*>(target);
-  for (int32_t k = 0; k < tables; ++k) {
-    const uint16_t* const curve = curves + (paired ? k * kLutEntries16 : 0);
-    for (size_t i = 0; i < kLutEntries16; ++i, ++entry) *entry = curve[*entry];
+  };
+  if constexpr (sizeof(T) == sizeof(B)) {
+    chain([&](int32_t k, size_t i) { return second.Table(k)[i]; });
+  } else if constexpr (sizeof(T) == 1) {
+    chain([&](int32_t k, size_t i) { return Reduced(second.Table(k), i); });
+  } else {
+    const int32_t tables = paired ? 3 : 1;
+    const Scratch<uint16_t> block(tables * kLutEntries16);
+    if (!block) return false;
+    Curves<uint16_t> expanded{block.data(), tables};
+    for (int32_t k = 0; k < tables; ++k) ExpandUnscaled(second.Table(k), expanded.Table(k));
+    chain([&](int32_t k, size_t i) { return expanded.Table(k)[i]; });
   }
   return true;
 }
+
+template bool ApplyChannelLutRaw(const Source<uint8_t>&, const View<uint8_t>&, const Region&, const Curves<uint8_t>&);
+template bool ApplyChannelLutRaw(const Source<uint8_t>&, const View<uint8_t>&, const Region&, const Curves<uint16_t>&);
+template bool ApplyChannelLutRaw(const Source<uint16_t>&, const View<uint16_t>&, const Region&, const Curves<uint8_t>&);
+template bool ApplyChannelLutRaw(const Source<uint16_t>&, const View<uint16_t>&, const Region&, const Curves<uint16_t>&);
+template bool ApplyChannelLut(const ImageDesc*, const ImageDesc*, const ZelRect*, const Curves<uint8_t>&);
+template bool ApplyChannelLut(const ImageDesc*, const ImageDesc*, const ZelRect*, const Curves<uint16_t>&);
+template bool ComposeChannelLut(Curves<uint8_t>, const Curves<uint8_t>&);
+template bool ComposeChannelLut(Curves<uint8_t>, const Curves<uint16_t>&);
+template bool ComposeChannelLut(Curves<uint16_t>, const Curves<uint8_t>&);
+template bool ComposeChannelLut(Curves<uint16_t>, const Curves<uint16_t>&);
 
 }  // namespace zel

@@ -7,34 +7,29 @@
 
 namespace zel {
 
-// Maps the words of the rectangle (reordered and cut) through `curves` curves: one for all channels, or three in the
-// order red, green, blue. entry(k, v) is the value of curve k at v. A region with fewer pixels than a table has entries
-// asks the formula for each sample; a larger one fills tables first. The geometry describes a 16-bit image of 1 or 3
-// channels. False when memory ran out.
+// Maps the words of the region through `curves` curves: one for all channels, or three in the order red, green, blue.
+// entry(k, v) is the value of curve k at v. A region with fewer pixels than a table has entries asks the formula for
+// each sample; a larger one fills tables first. 1 or 3 channels. False when memory ran out.
 template <class Entry>
-bool MapWordsByFormula(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
+bool MapWordsByFormula(const View<const uint16_t>& source, const View<uint16_t>& destination, const Region& region,
                        int32_t curves, const Entry& entry) {
-  const Region region = ClampedRegion(rect, geometry.width, geometry.height);
   if (region.IsEmpty()) return true;
   if (static_cast<int64_t>(region.Width()) * region.Height() >= static_cast<int64_t>(kLutEntries16)) {
     const Scratch<uint16_t> block(curves * kLutEntries16);
     if (!block) return false;
+    Curves<uint16_t> tables{block.data(), curves};
     for (int32_t k = 0; k < curves; ++k) {
-      uint16_t* const table = block.data() + k * kLutEntries16;
-      for (int32_t i = 0; i < static_cast<int32_t>(kLutEntries16); ++i) table[i] = entry(k, i);
+      for (int32_t i = 0; i <= kLast<uint16_t>; ++i) tables.Table(k)[i] = entry(k, i);
     }
-    return ApplyChannelLutRaw(source, destination, geometry, rect, block.data(), curves, 16);
+    ApplyChannelLutRaw(source, destination, region, tables);
+    return true;
   }
-  const int32_t channels = geometry.channels;
+  const int32_t channels = source.channels;
   for (int32_t y = region.top; y < region.bottom; ++y) {
-    const size_t row = geometry.RowOffset(y);
-    const uint16_t* const in = static_cast<const uint16_t*>(source) + row;
-    uint16_t* const out = static_cast<uint16_t*>(destination) + row;
-    for (size_t x = region.left; x < static_cast<size_t>(region.right); ++x) {
-      for (int32_t k = 0; k < channels; ++k) {
-        const int32_t curve = curves == 1 ? 0 : geometry.blueFirst ? 2 - k : k;
-        out[x * channels + k] = entry(curve, in[x * channels + k]);
-      }
+    const uint16_t* in = source.At(region.left, y);
+    uint16_t* out = destination.At(region.left, y);
+    for (int32_t x = region.left; x < region.right; ++x) {
+      for (int32_t k = 0; k < channels; ++k) *out++ = entry(curves == 1 ? 0 : source.PlaceOf(k), *in++);
     }
   }
   return true;

@@ -20,18 +20,11 @@ int32_t Clamp(int32_t value, int32_t low, int32_t high) {
 }
 
 // The first bytes of an image.
-void CopyBytes(const void* source, void* destination, const Geometry& geometry, size_t bytes) {
-  if (source == destination) return;
-  const size_t sample = geometry.bits / 8, row = static_cast<size_t>(geometry.width) * geometry.channels * sample;
-  const size_t step = geometry.stride * sample;
-  if (step - row <= kLongestRowEnd) {
-    std::memcpy(destination, source, bytes);
-    return;
-  }
-  for (size_t first = 0; first < bytes; first += step) {
-    std::memcpy(static_cast<uint8_t*>(destination) + first, static_cast<const uint8_t*>(source) + first,
-                std::min(row, bytes - first));
-  }
+void CopyBytes(const ImageDesc& source, const ImageDesc& destination, size_t bytes) {
+  const Geometry geometry = GeometryOf(source);
+  const size_t sample = geometry.bits / 8;
+  CopyRows(source.data, destination.data, static_cast<size_t>(geometry.width) * geometry.channels * sample,
+           geometry.stride * sample, bytes);
 }
 
 }  // namespace
@@ -80,17 +73,6 @@ Geometry GeometryOf(const ImageDesc& image) {
   geometry.stride = image.stride;
   geometry.blueFirst = IsBlueFirst(image.format);
   return geometry;
-}
-
-ImageDesc Describe(const void* data, const Geometry& geometry) {
-  ImageDesc image;
-  InitImageDesc(&image, geometry.width, geometry.height, geometry.channels, geometry.bits, geometry.blueFirst,
-                geometry.stride, const_cast<void*>(data));
-  return image;
-}
-
-Geometry MaskGeometry(int32_t width, int32_t height) {
-  return {width, height, 1, 8, width, false};
 }
 
 bool IsUsable(const ImageDesc* image) {
@@ -149,10 +131,9 @@ bool CopySource(const ImageDesc* source, const ImageDesc* destination, const Zel
   if (!IsUsable(source) || !IsUsable(destination)) return false;
   if (rect != nullptr) {
     CopyImageRect(*destination, *source, rect);
-  } else if (source->data != destination->data) {
-    const Geometry from = GeometryOf(*source);
-    CopyBytes(source->data, destination->data, from,
-              std::min(from.SampleCount(), GeometryOf(*destination).ByteCount()));
+  } else {
+    CopyBytes(*source, *destination,
+              std::min(GeometryOf(*source).SampleCount(), GeometryOf(*destination).ByteCount()));
   }
   return true;
 }
@@ -162,12 +143,17 @@ void CopyRefused(const ImageDesc* source, const ImageDesc* destination, const Ze
   if (rect != nullptr) {
     CopyImageRect(*destination, *source, rect);
   } else {
-    CopySamples(source->data, destination->data, GeometryOf(*source));
+    CopyBytes(*source, *destination, GeometryOf(*source).ByteCount());
   }
 }
 
-void CopySamples(const void* source, void* destination, const Geometry& geometry) {
-  CopyBytes(source, destination, geometry, geometry.ByteCount());
+void CopyRows(const void* source, void* destination, size_t rowBytes, size_t stepBytes, size_t bytes) {
+  if (source == destination) return;
+  const size_t row = stepBytes - rowBytes <= kLongestRowEnd ? bytes : rowBytes;
+  for (size_t first = 0; first < bytes; first += row < bytes ? stepBytes : bytes) {
+    std::memcpy(static_cast<uint8_t*>(destination) + first, static_cast<const uint8_t*>(source) + first,
+                std::min(row, bytes - first));
+  }
 }
 
 }  // namespace zel

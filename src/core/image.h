@@ -9,8 +9,7 @@
 
 namespace zel {
 
-// How samples lie in memory: what a record says, unpacked once. Operations on bare samples take it beside their
-// pointers.
+// How samples lie in memory: what a record says, unpacked.
 struct Geometry {
   int32_t width = 0;
   int32_t height = 0;
@@ -46,10 +45,6 @@ int32_t BitsOf(FormatCode format);
 bool IsBlueFirst(FormatCode format);
 
 Geometry GeometryOf(const ImageDesc& image);
-// A record for bare samples, as the record-taking operations want it.
-ImageDesc Describe(const void* data, const Geometry& geometry);
-// Geometry of a one-channel 8-bit mask with rows next to each other.
-Geometry MaskGeometry(int32_t width, int32_t height);
 
 // Whether the record is present, has data and describes memory (at any channel count, 8 or 16 bits, words at even
 // addresses).
@@ -85,9 +80,9 @@ bool CopySource(const ImageDesc* source, const ImageDesc* destination, const Zel
 // samples. Nothing when the records do not agree.
 void CopyRefused(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect);
 
-// Copies all height x stride samples, unless both are the same memory. Here and above, row ends of more than 4 MiB are
-// left out: the time of a call must not hang on a stride that no pixel lies in.
-void CopySamples(const void* source, void* destination, const Geometry& geometry);
+// The first `bytes` of an image whose rows lie `stepBytes` apart, unless both are the same memory. Here and above, row
+// ends of more than 4 MiB are left out: the time of a call must not hang on a stride that no pixel lies in.
+void CopyRows(const void* source, void* destination, size_t rowBytes, size_t stepBytes, size_t bytes);
 
 }  // namespace zel
 

@@ -1,7 +1,6 @@
 #include "core/reduce.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "core/cache.h"
 
@@ -13,72 +12,47 @@ int32_t CeilingQuotient(int32_t a, int32_t b) {
   return a / b + (a % b != 0 ? 1 : 0);
 }
 
-// Copies `count` pixels of a row that lie `distance` bytes apart, and asks for those `toNext` bytes further.
-template <size_t kBytes>
-uint8_t* CopyPixels(const uint8_t* pixel, int32_t count, size_t distance, size_t toNext, uint8_t* out) {
-  for (int32_t x = 0; x < count; ++x, pixel += distance, out += kBytes) {
+template <class T, class C>
+C Converted(T sample) {
+  return sizeof(C) < sizeof(T) ? static_cast<C>((sample + 128) / 257) : static_cast<C>(sample);
+}
+
+// Copies `count` pixels of a row that lie `distance` samples apart, and asks for those `toNext` samples further.
+template <int32_t kChannels, class T, class C>
+C* CopyPixels(const T* pixel, int32_t count, int32_t channels, size_t distance, size_t toNext, C* out) {
+  if (kChannels != 0) channels = kChannels;
+  for (int32_t x = 0; x < count; ++x, pixel += distance) {
     AskFor(pixel + toNext, 1);
-    std::memcpy(out, pixel, kBytes);
+    for (int32_t k = 0; k < channels; ++k) *out++ = Converted<T, C>(pixel[k]);
   }
   return out;
 }
 
 }  // namespace
 
-bool PointSample(const void* source, const Geometry& geometry, const ZelRect* rect, int32_t limit, SampledCopy* copy) {
-  if (source == nullptr || !geometry.DescribesMemory()) return false;
-  const Region region = ClampedRegion(rect, geometry.width, geometry.height);
+template <class T, class C>
+bool PointSample(const View<const T>& source, const Region& region, int32_t limit, SampledCopy<C>* copy) {
   if (region.IsEmpty()) return false;
   const int32_t step = std::max(CeilingQuotient(region.Width(), limit), CeilingQuotient(region.Height(), limit));
+  View<C>& reduced = copy->view;
+  reduced = PackedView<C>(nullptr, CeilingQuotient(region.Width(), step), CeilingQuotient(region.Height(), step),
+                          source.channels, source.blueFirst);
+  if (!copy->samples.Allocate(reduced.SampleCount())) return false;
+  C* out = reduced.data = copy->samples.data();
 
-  Geometry& reduced = copy->geometry;
-  reduced = geometry;
-  reduced.width = CeilingQuotient(region.Width(), step);
-  reduced.height = CeilingQuotient(region.Height(), step);
-  reduced.stride = reduced.width * reduced.channels;
-  if (!copy->pixels.Allocate(reduced.ByteCount())) return false;
-
-  const size_t pixelBytes = static_cast<size_t>(geometry.channels) * geometry.bits / 8;
-  const uint8_t* const bytes = static_cast<const uint8_t*>(source);
-  uint8_t* out = copy->pixels.data();
+  const size_t distance = static_cast<size_t>(step) * source.channels;
   for (int32_t y = 0; y < reduced.height; ++y) {
-    const uint8_t* pixel = bytes + geometry.RowOffset(region.top + y * step) * (geometry.bits / 8) +
-                           static_cast<size_t>(region.left) * pixelBytes;
-    if (step == 1) {
-      std::memcpy(out, pixel, reduced.width * pixelBytes);
-      out += reduced.width * pixelBytes;
-      continue;
-    }
+    const T* const row = source.At(region.left, region.top + y * step);
     // Rows that are skipped on the way to the next one keep the processor from seeing it coming.
-    const size_t toNext = y + 1 < reduced.height ? geometry.RowOffset(step) * (geometry.bits / 8) : 0;
-    const size_t distance = step * pixelBytes;
-    switch (pixelBytes) {
-      case 3:
-        out = CopyPixels<3>(pixel, reduced.width, distance, toNext, out);
-        break;
-      case 6:
-        out = CopyPixels<6>(pixel, reduced.width, distance, toNext, out);
-        break;
-      default:
-        for (int32_t x = 0; x < reduced.width; ++x, pixel += distance) {
-          AskFor(pixel + toNext, 1);
-          out = std::copy_n(pixel, pixelBytes, out);
-        }
-    }
+    const size_t toNext = step > 1 && y + 1 < reduced.height ? source.RowOffset(step) : 0;
+    out = source.channels == 3 ? CopyPixels<3>(row, reduced.width, 3, distance, toNext, out)
+                               : CopyPixels<0>(row, reduced.width, source.channels, distance, toNext, out);
   }
   return true;
 }
 
-void BringTo8Bits(SampledCopy* copy) {
-  if (copy->geometry.bits == 8) return;
-  uint8_t* const bytes = copy->pixels.data();
-  const size_t count = copy->geometry.SampleCount();
-  for (size_t i = 0; i < count; ++i) {
-    uint16_t word;
-    std::memcpy(&word, bytes + 2 * i, sizeof word);
-    bytes[i] = static_cast<uint8_t>((word + 128) / 257);
-  }
-  copy->geometry.bits = 8;
-}
+template bool PointSample(const View<const uint8_t>&, const Region&, int32_t, SampledCopy<uint8_t>*);
+template bool PointSample(const View<const uint16_t>&, const Region&, int32_t, SampledCopy<uint8_t>*);
+template bool PointSample(const View<const uint16_t>&, const Region&, int32_t, SampledCopy<uint16_t>*);
 
 }  // namespace zel

@@ -2,24 +2,26 @@
 #ifndef ZEL_CORE_REDUCE_H_
 #define ZEL_CORE_REDUCE_H_
 
-#include "core/image.h"
 #include "core/scratch.h"
+#include "core/view.h"
 
 namespace zel {
 
+// Columns and rows at which most corrections look.
+constexpr int32_t kMeasuredExtent = 300;
+
 // A packed copy of some of an image's pixels.
+template <class T>
 struct SampledCopy {
-  Scratch<uint8_t> pixels;
-  Geometry geometry;
+  Scratch<T> samples;
+  View<T> view;
 };
 
-// Every n-th pixel of every n-th row of the rectangle (reordered and cut to the image), from its own top left corner,
-// with the smallest n that leaves at most `limit` columns and rows. No averaging. Any channel count, 8 and 16 bits.
-// False when the geometry does not describe memory, the rectangle is empty or memory ran out.
-bool PointSample(const void* source, const Geometry& geometry, const ZelRect* rect, int32_t limit, SampledCopy* copy);
-
-// Rounds a 16-bit copy to 8 bits in place, for measurements that must not depend on the depth.
-void BringTo8Bits(SampledCopy* copy);
+// Every n-th pixel of every n-th row of the region, from its own top left corner, with the smallest n that leaves at
+// most `limit` columns and rows. No averaging. A copy of 8 bits may be taken of 16-bit samples too, for measurements
+// that must not depend on the depth: each is rounded. False when the region is empty or memory ran out.
+template <class T, class C>
+bool PointSample(const View<const T>& source, const Region& region, int32_t limit, SampledCopy<C>* copy);
 
 }  // namespace zel
 

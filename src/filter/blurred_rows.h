@@ -2,8 +2,8 @@
 #ifndef ZEL_FILTER_BLURRED_ROWS_H_
 #define ZEL_FILTER_BLURRED_ROWS_H_
 
-#include "core/image.h"
 #include "core/scratch.h"
+#include "core/view.h"
 #include "simd/kernels.h"
 
 namespace zel {
@@ -34,29 +34,28 @@ class BlurredRows {
   };
 
   // The region is not empty and lies inside the image; `change` may be null. False without memory.
-  bool Start(const T* source, const Geometry& geometry, const Region& region, const BlurWeights& weights,
+  bool Start(const View<const T>& source, const Region& region, const BlurWeights& weights,
              const RowChange* change = nullptr);
 
   // Goes on to the next rows and returns how many they are, 0 at the end.
   int32_t NextBlock();
 
   // Blurred samples first to first + count - 1 of the region's part of row i of the block.
-  void Sum(int32_t i, size_t first, size_t count, T* out) const;
+  void Sum(int32_t i, size_t first, size_t count, T* out) const { sum_(rows_ + i, first, weights_, out, count); }
 
   size_t RowSamples() const { return rowSamples_; }
   // Where the region's part of row i of the block starts in the image.
-  size_t Offset(int32_t i) const {
-    return geometry_.RowOffset(blockTop_ + i) + static_cast<size_t>(region_.left) * geometry_.channels;
-  }
+  size_t Offset(int32_t i) const { return source_.Offset(region_.left, blockTop_ + i); }
 
  private:
   T* Row(int32_t y) const { return rowsStart_ + y % ringRows_ * stride_; }
   void FilterRow(int32_t y);
   void FilterPart(int32_t y, int32_t left, int32_t right, T* out);
 
-  const T* source_ = nullptr;
+  View<const T> source_;
   const RowChange* change_ = nullptr;
-  Geometry geometry_;
+  // The kernel of the depth.
+  void (*sum_)(const T* const* rows, size_t first, const BlurWeights& weights, T* out, size_t count) = nullptr;
   Region region_;
   BlurWeights weights_;
   size_t rowSamples_ = 0, stride_ = 0;  // of a row, and from one row in the ring to the next

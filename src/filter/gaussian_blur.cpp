@@ -18,22 +18,6 @@ int32_t Rounded(double value) {
   return static_cast<int32_t>(value + 0.5);
 }
 
-template <class T>
-bool Blur(const T* source, T* destination, const Geometry& geometry, const Region& region, const BlurWeights& weights) {
-  BlurredRows<T> rows;
-  if (!rows.Start(source, geometry, region, weights)) return false;
-  while (const int32_t ready = rows.NextBlock()) {
-    for (size_t first = 0; first < rows.RowSamples(); first += kBlurTile) {
-      const size_t count = std::min(kBlurTile, rows.RowSamples() - first);
-      for (int32_t i = 0; i < ready; ++i) {
-        AskFor(destination + rows.Offset(i + 1 < ready ? i + 1 : i) + first, count);
-        rows.Sum(i, first, count, destination + rows.Offset(i) + first);
-      }
-    }
-  }
-  return true;
-}
-
 }  // namespace
 
 int32_t MakeGaussianKernel(int32_t* weights, double sigma) {
@@ -82,25 +66,35 @@ bool MakeBlurWeights(double sigma, BlurWeights* weights) {
 }
 
 bool GaussianBlur(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, double sigma) {
-  if (!SameImageLayout(source, destination)) return false;
-  return GaussianBlurRaw(source->data, destination->data, GeometryOf(*source), rect, sigma);
+  return WithViews(source, destination, [&](const auto& in, const auto& out) {
+    return GaussianBlurRaw(in, out, ClampedRegion(rect, in), sigma);
+  });
 }
 
-bool GaussianBlurRaw(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
-                     double sigma) {
-  if (source == nullptr || destination == nullptr || (geometry.channels != 1 && geometry.channels != 3)) return false;
-  if (!geometry.DescribesMemory()) return false;
+template <class T>
+bool GaussianBlurRaw(const Source<T>& source, const View<T>& destination, const Region& region, double sigma) {
+  if (source.channels != 1 && source.channels != 3) return false;
   BlurWeights weights;
   if (!MakeBlurWeights(sigma, &weights)) {
-    CopySamples(source, destination, geometry);
+    CopySamples(source, destination);
     return true;
   }
-  const Region region = ClampedRegion(rect, geometry.width, geometry.height);
   if (region.IsEmpty()) return true;
-  return geometry.bits == 8
-             ? Blur(static_cast<const uint8_t*>(source), static_cast<uint8_t*>(destination), geometry, region, weights)
-             : Blur(static_cast<const uint16_t*>(source), static_cast<uint16_t*>(destination), geometry, region,
-                    weights);
+  BlurredRows<T> rows;
+  if (!rows.Start(source, region, weights)) return false;
+  while (const int32_t ready = rows.NextBlock()) {
+    for (size_t first = 0; first < rows.RowSamples(); first += kBlurTile) {
+      const size_t count = std::min(kBlurTile, rows.RowSamples() - first);
+      for (int32_t i = 0; i < ready; ++i) {
+        AskFor(destination.data + rows.Offset(i + 1 < ready ? i + 1 : i) + first, count);
+        rows.Sum(i, first, count, destination.data + rows.Offset(i) + first);
+      }
+    }
+  }
+  return true;
 }
+
+template bool GaussianBlurRaw(const Source<uint8_t>&, const View<uint8_t>&, const Region&, double);
+template bool GaussianBlurRaw(const Source<uint16_t>&, const View<uint16_t>&, const Region&, double);
 
 }  // namespace zel

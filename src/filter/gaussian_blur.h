@@ -2,7 +2,7 @@
 #ifndef ZEL_FILTER_GAUSSIAN_BLUR_H_
 #define ZEL_FILTER_GAUSSIAN_BLUR_H_
 
-#include "core/image.h"
+#include "core/view.h"
 #include "simd/kernels.h"
 
 namespace zel {
@@ -27,8 +27,8 @@ bool MakeBlurWeights(double sigma, BlurWeights* weights);
 // the whole image is copied, whatever the rectangle. 1 and 3 channels, 8 and 16 bits; the destination may be the
 // source. False, with nothing written, on images that differ or cannot be blurred and without memory.
 bool GaussianBlur(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, double sigma);
-bool GaussianBlurRaw(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
-                     double sigma);
+template <class T>
+bool GaussianBlurRaw(const Source<T>& source, const View<T>& destination, const Region& region, double sigma);
 
 }  // namespace zel
 

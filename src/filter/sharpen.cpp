@@ -4,8 +4,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "simd/kernels.h"
-
 namespace zel {
 
 namespace {
@@ -40,11 +38,11 @@ Region TouchedRegion(const ZelRect* rect, int32_t width, int32_t height) {
 
 }  // namespace
 
-bool ConvolvedRows::Start(const uint8_t* source, const Geometry& geometry, const ZelRect* rect, const int32_t kernel[9],
+bool ConvolvedRows::Start(const View<const uint8_t>& source, const Region& region, const int32_t kernel[9],
                           int32_t divisor) {
   source_ = source;
-  geometry_ = geometry;
-  region_ = TouchedRegion(rect, geometry.width, geometry.height);
+  convolve_ = ActiveKernels().convolve.Convolve3x3;
+  region_ = region;
   y_ = region_.top;
   divisor_ = divisor > kMaxFoldedDivisor ? divisor : 0;
   int64_t total = 0;
@@ -54,31 +52,30 @@ bool ConvolvedRows::Start(const uint8_t* source, const Geometry& geometry, const
     narrowWeights_[k] = static_cast<int32_t>(weights_[k]);
   }
   narrow_ = divisor_ == 0 && total <= kMaxNarrowTotal;
-  if (region_.IsEmpty()) return true;
 
-  lineBytes_ = static_cast<size_t>(region_.Width() + 2) * geometry.channels;
+  lineBytes_ = static_cast<size_t>(region_.Width() + 2) * source.channels;
   if (!lines_.Allocate(3 * lineBytes_)) return false;
   for (int32_t y = std::max(y_ - 1, 0); y <= y_; ++y) Load(y);
   return true;
 }
 
 void ConvolvedRows::Load(int32_t y) {
-  const size_t channels = geometry_.channels, inner = region_.Width() * channels;
+  const size_t channels = source_.channels, inner = region_.Width() * channels;
   uint8_t* const line = Line(y);
-  const uint8_t* const first = source_ + geometry_.RowOffset(y) + region_.left * channels;
+  const uint8_t* const first = source_.At(region_.left, y);
   const uint8_t* const last = first + inner - channels;
   std::memcpy(line + channels, first, inner);
   std::memcpy(line, region_.left > 0 ? first - channels : first, channels);
-  std::memcpy(line + channels + inner, region_.right < geometry_.width ? last + channels : last, channels);
+  std::memcpy(line + channels + inner, region_.right < source_.width ? last + channels : last, channels);
 }
 
 void ConvolvedRows::Next(uint8_t* out) {
-  const bool isLast = y_ == geometry_.height - 1;
+  const bool isLast = y_ == source_.height - 1;
   if (!isLast) Load(y_ + 1);
   const uint8_t* const rows[3] = {Line(std::max(y_ - 1, 0)), Line(y_), Line(isLast ? y_ : y_ + 1)};
-  const size_t channels = geometry_.channels, count = region_.Width() * channels;
+  const size_t channels = source_.channels, count = region_.Width() * channels;
   if (narrow_) {
-    ActiveKernels().convolve.Convolve3x3(rows, channels, narrowWeights_, out, count);
+    convolve_(rows, channels, narrowWeights_, out, count);
   } else {
     ConvolveWide(rows, channels, weights_, divisor_, out, count);
   }
@@ -88,15 +85,15 @@ void ConvolvedRows::Next(uint8_t* out) {
 bool Convolve3x3(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, const int32_t kernel[9],
                  int32_t divisor) {
   if (!IsUsable(source) || !IsUsable(destination) || !SameImageGeometry(*source, *destination)) return false;
-  const Geometry geometry = GeometryOf(*source), target = GeometryOf(*destination);
-  if ((geometry.channels != 1 && geometry.channels != 3) || geometry.bits != 8 || divisor < 1) return false;
-  ConvolvedRows rows;
-  if (!rows.Start(source->data, geometry, rect, kernel, divisor)) return false;
-  const Region region = rows.Touched();
+  if (BitsOf(source->format) != 8 || divisor < 1) return false;
+  const View<const uint8_t> in = ViewOf<const uint8_t>(*source);
+  const View<uint8_t> out = ViewOf<uint8_t>(*destination);
+  if (in.channels != 1 && in.channels != 3) return false;
+  const Region region = TouchedRegion(rect, in.width, in.height);
   if (region.IsEmpty()) return true;
-  for (int32_t y = region.top; y < region.bottom; ++y) {
-    rows.Next(destination->data + target.RowOffset(y) + static_cast<size_t>(region.left) * geometry.channels);
-  }
+  ConvolvedRows rows;
+  if (!rows.Start(in, region, kernel, divisor)) return false;
+  for (int32_t y = region.top; y < region.bottom; ++y) rows.Next(out.At(region.left, y));
   return true;
 }
 

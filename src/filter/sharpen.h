@@ -2,8 +2,9 @@
 #ifndef ZEL_FILTER_SHARPEN_H_
 #define ZEL_FILTER_SHARPEN_H_
 
-#include "core/image.h"
 #include "core/scratch.h"
+#include "core/view.h"
+#include "simd/kernels.h"
 
 namespace zel {
 
@@ -20,12 +21,8 @@ bool Convolve3x3(const ImageDesc* source, const ImageDesc* destination, const Ze
 // by later ones, so the source may be overwritten with what Next wrote.
 class ConvolvedRows {
  public:
-  // Finds the rectangle's touched pixels; 8 bits, a divisor from 1. False without memory.
-  bool Start(const uint8_t* source, const Geometry& geometry, const ZelRect* rect, const int32_t kernel[9],
-             int32_t divisor);
-
-  // What is written: the rectangle in any order, grown by one pixel on each side and cut to the image.
-  const Region& Touched() const { return region_; }
+  // Convolves a region inside the image; a divisor from 1. False without memory.
+  bool Start(const View<const uint8_t>& source, const Region& region, const int32_t kernel[9], int32_t divisor);
 
   // Writes the region's part of the next row, from region top to bottom.
   void Next(uint8_t* out);
@@ -34,8 +31,8 @@ class ConvolvedRows {
   uint8_t* Line(int32_t y) const { return lines_.data() + y % 3 * lineBytes_; }
   void Load(int32_t y);
 
-  const uint8_t* source_ = nullptr;
-  Geometry geometry_;
+  View<const uint8_t> source_;
+  decltype(ConvolveKernels::Convolve3x3) convolve_ = nullptr;
   Region region_;
   int32_t y_ = 0;
   int64_t weights_[9] = {};        // in 1024ths when the divisor is folded in

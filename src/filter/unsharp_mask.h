@@ -2,7 +2,7 @@
 #ifndef ZEL_FILTER_UNSHARP_MASK_H_
 #define ZEL_FILTER_UNSHARP_MASK_H_
 
-#include "core/image.h"
+#include "core/view.h"
 
 namespace zel {
 
@@ -15,8 +15,9 @@ namespace zel {
 // and on those that cannot be blurred: a separate destination then receives a copy of the source.
 bool UnsharpMask(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t amount,
                  float radius, uint32_t threshold);
-bool UnsharpMaskRaw(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
-                    int32_t amount, float radius, uint32_t threshold);
+template <class T>
+bool UnsharpMaskRaw(const Source<T>& source, const View<T>& destination, const ZelRect* rect, int32_t amount,
+                    float radius, uint32_t threshold);
 
 }  // namespace zel
 

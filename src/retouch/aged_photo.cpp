@@ -12,8 +12,6 @@ namespace zel {
 
 namespace {
 
-constexpr int32_t kMeasuredExtent = 300;
-
 struct Histogram {
   int32_t bins[256] = {};
   int32_t count = 0;
@@ -34,14 +32,15 @@ struct Levels {
   double black, white;
 };
 
-void Count(const SampledCopy& copy, Histogram* histograms) {
-  const Geometry& geometry = copy.geometry;
-  const uint8_t* sample = copy.pixels.data();
-  const int32_t pixels = geometry.width * geometry.height;
+// Of packed rows, in the order red, green, blue.
+void Count(const View<const uint8_t>& image, Histogram* histograms) {
+  const uint8_t* sample = image.data;
+  const int32_t pixels = image.width * image.height;
   for (int32_t i = 0; i < pixels; ++i) {
-    for (int32_t k = 0; k < geometry.channels; ++k) ++histograms[k].bins[*sample++];
+    for (int32_t k = 0; k < image.channels; ++k) ++histograms[k].bins[*sample++];
   }
-  for (int32_t k = 0; k < geometry.channels; ++k) histograms[k].count = pixels;
+  for (int32_t k = 0; k < image.channels; ++k) histograms[k].count = pixels;
+  if (image.channels == 3 && image.blueFirst) std::swap(histograms[0], histograms[2]);
 }
 
 constexpr double kDarkest = 0.0005;    // share of the samples that may be darker than black,
@@ -107,7 +106,7 @@ bool Unaged(const Levels* levels, int32_t channels) {
 
 // The two ways in which age lifts black, taken back, as levels: a faded dye has lost density everywhere (a power of
 // light), a veil has added the same light everywhere (a difference). Both lead black and white to the same place.
-struct Curves {
+struct Fading {
   double dye[3][256], veil[3][256];
 
   double At(int32_t channel, int32_t level, double veiled) const {
@@ -115,7 +114,7 @@ struct Curves {
   }
 };
 
-void FillCurves(const Levels* levels, int32_t channels, Curves* curves) {
+void FillCurves(const Levels* levels, int32_t channels, Fading* curves) {
   const double target = LightOfLevel(kBlack / 255.0);
   for (int32_t k = 0; k < channels; ++k) {
     const double black = LightOfLevel(levels[k].black / 255.0), white = LightOfLevel(levels[k].white / 255.0);
@@ -133,10 +132,9 @@ void FillCurves(const Levels* levels, int32_t channels, Curves* curves) {
 
 // How much of the lifted black was a veil: what brings the most pixels of all brightnesses near grey, and the picture
 // near the brightness that most have. Taking back the wrong one leaves the middle tones coloured, or far too dark.
-double VeiledShare(const SampledCopy& copy, const Curves& curves) {
+double VeiledShare(const View<const uint8_t>& image, const Fading& curves) {
   constexpr int32_t kBands = 8, kEvery = 5;
-  const Geometry& geometry = copy.geometry;
-  const int32_t red = geometry.blueFirst ? 2 : 0, pixels = geometry.width * geometry.height;
+  const int32_t red = image.PlaceOf(0), pixels = image.width * image.height;
   double best = 0.0, found = 0.5;
   for (int32_t quarter = 0; quarter <= 4; ++quarter) {
     const double veiled = quarter / 4.0;
@@ -147,7 +145,7 @@ double VeiledShare(const SampledCopy& copy, const Curves& curves) {
     double grey[kBands] = {};
     int64_t brightness = 0, seen = 0;
     for (int32_t i = 0; i < pixels; i += kEvery) {
-      const uint8_t* sample = copy.pixels.data() + static_cast<size_t>(i) * 3;
+      const uint8_t* sample = image.data + static_cast<size_t>(i) * 3;
       const int32_t r = table[0][sample[red]], g = table[1][sample[1]], b = table[2][sample[2 - red]];
       const int32_t high = std::max(r, std::max(g, b)), low = std::min(r, std::min(g, b));
       brightness += 3 * r + 6 * g + b;
@@ -167,7 +165,7 @@ double VeiledShare(const SampledCopy& copy, const Curves& curves) {
 }
 
 // `share` 1 is the measured curve. Beyond it middle tones go on the same way and the ends stay, so that nothing clips.
-void FillTable(const Curves& curves, int32_t channel, double veiled, double share, uint8_t* table) {
+void FillTable(const Fading& curves, int32_t channel, double veiled, double share, uint8_t* table) {
   for (int32_t i = 0; i < 256; ++i) {
     const double whole = curves.At(channel, i, veiled), far = whole * (255.0 - whole) / (127.5 * 127.5);
     const double level = share <= 1.0 ? i + (whole - i) * share : whole + (whole - i) * (share - 1.0) * far;
@@ -177,9 +175,9 @@ void FillTable(const Curves& curves, int32_t channel, double veiled, double shar
 }
 
 // Three tables, or one, in the order of the samples' names: red, green, blue.
-void BuildTables(const SampledCopy& copy, const Histogram* histograms, int32_t strength, uint8_t* block) {
-  const int32_t channels = copy.geometry.channels;
-  MakeIdentityLut(block, channels, 8);
+void BuildTables(const View<const uint8_t>& image, const Histogram* histograms, int32_t strength, uint8_t* block) {
+  const int32_t channels = image.channels;
+  FillIdentity(Curves<uint8_t>{block, channels});
   Levels levels[3];
   for (int32_t k = 0; k < channels; ++k) {
     // One level outside what is kept, so that a flat area at the end is not clipped as a whole.
@@ -188,9 +186,9 @@ void BuildTables(const SampledCopy& copy, const Histogram* histograms, int32_t s
   }
   KeepWhatIsAge(levels, channels);
   if (Unaged(levels, channels)) return;
-  Curves curves;
+  Fading curves;
   FillCurves(levels, channels, &curves);
-  const double veiled = channels == 3 ? VeiledShare(copy, curves) : 0.5;
+  const double veiled = channels == 3 ? VeiledShare(image, curves) : 0.5;
   const double share = std::min(strength / 50.0, 0.5 + strength / 100.0);
   for (int32_t k = 0; k < channels; ++k) FillTable(curves, k, veiled, share, block + k * kLutEntries8);
 }
@@ -198,19 +196,16 @@ void BuildTables(const SampledCopy& copy, const Histogram* histograms, int32_t s
 }  // namespace
 
 bool RecoverAgedPhoto(const ImageDesc* source, const ImageDesc* destination, int32_t strength, const ZelRect* rect) {
-  if (!SameImageLayout(source, destination)) return false;
-  const Geometry geometry = GeometryOf(*source);
-  if (geometry.channels != 1 && geometry.channels != 3) return false;
-  SampledCopy copy;
-  if (!PointSample(source->data, geometry, nullptr, kMeasuredExtent, &copy)) return false;
-  BringTo8Bits(&copy);
-
-  Histogram histograms[3];
-  Count(copy, histograms);
-  if (geometry.channels == 3 && geometry.blueFirst) std::swap(histograms[0], histograms[2]);
-  uint8_t block[ZEL_LUT1D_BYTES];
-  BuildTables(copy, histograms, std::min(std::max(strength, 0), 100), block);
-  return ApplyChannelLut(source, destination, rect, block, geometry.channels, 8);
+  return WithViews(source, destination, [&](const auto& in, const auto& out) {
+    if (in.channels != 1 && in.channels != 3) return false;
+    SampledCopy<uint8_t> copy;
+    if (!PointSample(in, in.Whole(), kMeasuredExtent, &copy)) return false;
+    Histogram histograms[3];
+    Count(copy.view, histograms);
+    uint8_t block[3 * kLutEntries8];
+    BuildTables(copy.view, histograms, std::min(std::max(strength, 0), 100), block);
+    return ApplyChannelLutRaw(in, out, ClampedRegion(rect, in), Curves<uint8_t>{block, in.channels});
+  });
 }
 
 bool AgedPhotoRecovered(const ImageDesc* source, const ImageDesc* destination, int32_t mode, int32_t strength,

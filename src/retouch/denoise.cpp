@@ -21,11 +21,11 @@ void BuildCurves(const DetailCounts* counts, int32_t strength, DetailCurves& cur
 
 // Nothing to decompose: samples go through unchanged.
 void CopyPlane(const Channel& channel) {
-  const size_t step = static_cast<size_t>(channel.geometry.channels);
-  for (int32_t y = 0; y < channel.geometry.height; ++y) {
-    const size_t first = channel.geometry.RowOffset(y) + channel.offset;
-    const size_t count = channel.InMemory(0, y, channel.geometry.width);
-    for (size_t x = 0; x < count; ++x) channel.destination[first + x * step] = channel.source[first + x * step];
+  const size_t step = static_cast<size_t>(channel.source.channels);
+  for (int32_t y = 0; y < channel.source.height; ++y) {
+    const size_t first = channel.source.RowOffset(y) + channel.offset;
+    const size_t count = channel.InMemory(0, y, channel.source.width);
+    for (size_t x = 0; x < count; ++x) channel.destination.data[first + x * step] = channel.source.data[first + x * step];
   }
 }
 
@@ -177,22 +177,22 @@ int64_t PaddedSize(int32_t size, int32_t levels) {
 }
 
 bool DenoiseImage(const ImageDesc* source, const ImageDesc* destination, int32_t strength) {
-  if (!SameImageLayout(source, destination)) return false;
-  return WaveletDenoisePlanes(source->data, destination->data, GeometryOf(*source), strength);
+  return WithByteViews(source, destination, [&](const View<const uint8_t>& in, const View<uint8_t>& out) {
+    return WaveletDenoisePlanes(in, out, strength);
+  });
 }
 
-bool WaveletDenoisePlanes(const uint8_t* source, uint8_t* destination, const Geometry& geometry, int32_t strength) {
-  if (source == nullptr || destination == nullptr || !geometry.DescribesMemory()) return false;
-  if (geometry.bits != 8 || strength < 0) return false;
-  const int32_t levels = DetailLevels(geometry.width, geometry.height, strength);
-  const uint64_t width = PaddedSize(geometry.width, levels), height = PaddedSize(geometry.height, levels);
+bool WaveletDenoisePlanes(const View<const uint8_t>& source, const View<uint8_t>& destination, int32_t strength) {
+  if (strength < 0) return false;
+  const int32_t levels = DetailLevels(source.width, source.height, strength);
+  const uint64_t width = PaddedSize(source.width, levels), height = PaddedSize(source.height, levels);
 
   Pyramid pyramid;
   if (levels > 0 && !pyramid.Allocate(width, height, levels)) return false;
   for (size_t offset = 0; offset < 3; ++offset) {
     // In place the pass before may have changed the last byte, which only images of fewer channels need.
-    const uint8_t lastByte = geometry.channels < 3 ? source[geometry.SampleCount() - 1] : uint8_t{0};
-    const Channel channel = {source, destination, geometry, offset, lastByte};
+    const uint8_t lastByte = source.channels < 3 ? source.data[source.SampleCount() - 1] : uint8_t{0};
+    const Channel channel = {source, destination, offset, lastByte};
     if (levels > 0) {
       pyramid.Denoise(channel, strength);
     } else {

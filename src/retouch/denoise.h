@@ -3,7 +3,7 @@
 #ifndef ZEL_RETOUCH_DENOISE_H_
 #define ZEL_RETOUCH_DENOISE_H_
 
-#include "core/image.h"
+#include "core/view.h"
 
 namespace zel {
 
@@ -24,7 +24,7 @@ int64_t PaddedSize(int32_t size, int32_t levels);
 // nothing is written. In place works. False, with nothing written, when the images differ or cannot be processed, or
 // memory ran out.
 bool DenoiseImage(const ImageDesc* source, const ImageDesc* destination, int32_t strength);
-bool WaveletDenoisePlanes(const uint8_t* source, uint8_t* destination, const Geometry& geometry, int32_t strength);
+bool WaveletDenoisePlanes(const View<const uint8_t>& source, const View<uint8_t>& destination, int32_t strength);
 
 // The same for a user's setting, of which 0 copies the source.
 bool Denoise(const ImageDesc* source, const ImageDesc* destination, uint32_t setting, const ZelRect* rect);

@@ -2,12 +2,10 @@
 
 #include <algorithm>
 
-#include "core/channel_lut.h"
 #include "core/rounding.h"
 #include "filter/blurred_rows.h"
 #include "filter/gaussian_blur.h"
-#include "retouch/skin_mask.h"
-#include "selective/mix_tile.h"
+#include "selective/mask.h"
 #include "tone/contrast_brightness.h"
 
 namespace zel {
@@ -20,9 +18,9 @@ constexpr int32_t kBlurredShare = 50 * 127 / 100;
 // A curve for all channels, or none.
 class Lift final : public BlurredRows<uint8_t>::RowChange {
  public:
-  Lift(const Geometry& geometry, bool isOn) : channels_(geometry.channels), isOn_(isOn) {
+  Lift(int32_t channels, bool isOn) : channels_(channels), isOn_(isOn) {
     const int32_t contrast = 10, brightness = 0;
-    MakeContrastBrightnessLut(curve_, 1, 8, &contrast, &brightness);
+    MakeContrastBrightnessLut(Curves<uint8_t>{curve_, 1}, &contrast, &brightness);
   }
 
   void Change(int32_t, int32_t, uint8_t* samples, int32_t pixels) const override {
@@ -31,7 +29,7 @@ class Lift final : public BlurredRows<uint8_t>::RowChange {
 
   void Apply(const uint8_t* in, uint8_t* out, size_t count) const {
     if (isOn_) {
-      ActiveKernels().lut.MapBytes(in, out, count, curve_);
+      mapBytes_(in, out, count, curve_);
     } else if (in != out) {
       std::copy(in, in + count, out);
     }
@@ -40,38 +38,35 @@ class Lift final : public BlurredRows<uint8_t>::RowChange {
  private:
   int32_t channels_;
   bool isOn_;
+  decltype(LutKernels::MapBytes) mapBytes_ = ActiveKernels().lut.MapBytes;
   uint8_t curve_[kLutEntries8];
 };
 
-// Softens the rectangle tile by tile: `put(y, offset, first, count, soften)` gets a tile's row, its place in the image
-// and in the rectangle's row, and a function that fills an array with its softened samples. `put` may write the tile,
-// but no other, also to the source.
+// Softens the region tile by tile: `put(y, first, offset, count, soften)` gets a tile's row, its place in the region's
+// row and in the image, and a function that fills an array with its softened samples. `put` may write the tile, but no
+// other, also to the source.
 template <class Put>
-bool ForEachSoftTile(const uint8_t* source, const Geometry& geometry, const ZelRect* rect, int32_t k, bool lifted,
-                     Put put) {
-  if (source == nullptr || !geometry.DescribesMemory() || geometry.bits != 8) return false;
-  if (geometry.channels != 1 && geometry.channels != 3) return false;
-  const Region region = GivenRegion(rect, geometry.width, geometry.height);
+bool ForEachSoftTile(const View<const uint8_t>& source, const Region& region, int32_t k, bool lifted, Put put) {
+  if (source.channels != 1 && source.channels != 3) return false;
   if (region.IsEmpty()) return true;
-  const Lift lift(geometry, lifted);
+  const Lift lift(source.channels, lifted);
   const BlendKernels& kernels = ActiveKernels().blend;
 
   // A kernel of a single tap leaves the rows as they are.
   BlurWeights kernel;
   const bool blurs = MakeBlurWeights(k * 0.1, &kernel);
   BlurredRows<uint8_t> rows;
-  if (blurs && !rows.Start(source, geometry, region, kernel, &lift)) return false;
-  const size_t rowSamples = static_cast<size_t>(region.Width()) * static_cast<size_t>(geometry.channels);
+  if (blurs && !rows.Start(source, region, kernel, &lift)) return false;
+  const size_t rowSamples = static_cast<size_t>(region.Width()) * static_cast<size_t>(source.channels);
   for (int32_t top = region.top; top < region.bottom;) {
     const int32_t ready = blurs ? rows.NextBlock() : 1;
     for (size_t first = 0; first < rowSamples; first += kBlurTile) {
       const size_t count = std::min(kBlurTile, rowSamples - first);
       for (int32_t i = 0; i < ready; ++i) {
-        const size_t offset = geometry.RowOffset(top + i) +
-                              static_cast<size_t>(region.left) * static_cast<size_t>(geometry.channels) + first;
-        put(top + i, offset, first, count, [&](uint8_t* soft) {
+        const size_t offset = source.Offset(region.left, top + i) + first;
+        put(top + i, first, offset, count, [&](uint8_t* soft) {
           uint8_t base[kBlurTile];
-          lift.Apply(source + offset, base, count);
+          lift.Apply(source.data + offset, base, count);
           if (blurs) rows.Sum(i, first, count, soft);
           kernels.PullBytes(blurs ? soft : base, base, soft, count, kBlurredShare);
         });
@@ -82,12 +77,11 @@ bool ForEachSoftTile(const uint8_t* source, const Geometry& geometry, const ZelR
   return true;
 }
 
-bool SoftenInto(const void* source, void* output, const Geometry& geometry, const ZelRect* rect, int32_t k,
+bool SoftenInto(const View<const uint8_t>& source, const View<uint8_t>& output, const Region& region, int32_t k,
                 bool lifted) {
-  if (output == nullptr) return false;
   return ForEachSoftTile(
-      static_cast<const uint8_t*>(source), geometry, rect, k, lifted,
-      [&](int32_t, size_t offset, size_t, size_t, auto soften) { soften(static_cast<uint8_t*>(output) + offset); });
+      source, region, k, lifted,
+      [&](int32_t, size_t, size_t offset, size_t, const auto& soften) { soften(output.data + offset); });
 }
 
 // Tenths of a pixel for a level.
@@ -99,16 +93,16 @@ int32_t WidthOf(int32_t mode, int64_t level) {
 
 bool SkinClearCorrect(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t k,
                       const ZelPoint* point) {
-  if (!SameImageLayout(source, destination)) return false;
-  const Geometry geometry = GeometryOf(*source);
-  if (geometry.channels != 1 && geometry.channels != 3) return false;
-  SkinMask mask;
-  if (geometry.bits == 8 && mask.Build(source->data, geometry, rect, point, 255, 1.5) &&
-      SkinClearBlend(source->data, destination->data, geometry, rect, mask.Row(0, 0), k)) {
-    return true;
-  }
-  CopySamples(source->data, destination->data, geometry);
-  return false;
+  return WithViews(source, destination, [&](const auto& in, const auto& out) {
+    if (in.channels != 1 && in.channels != 3) return false;
+    if constexpr (sizeof(*in.data) == 1) {
+      const Region region = GivenRegion(rect, in);
+      Mask mask;
+      if (mask.BuildSkin(in, region, point, 255, 1.5) && SkinClearBlend(in, out, region, mask.weights(), k)) return true;
+    }
+    CopySamples(in, out);
+    return false;
+  });
 }
 
 bool SkinClear(const ImageDesc* source, const ImageDesc* destination, int32_t mode, const ZelPoint* point,
@@ -117,25 +111,23 @@ bool SkinClear(const ImageDesc* source, const ImageDesc* destination, int32_t mo
   return k == 0 ? CopySource(source, destination, rect) : SkinClearCorrect(source, destination, rect, k, point);
 }
 
-bool SkinClearBlend(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
-                    const uint8_t* weights, int32_t k) {
-  if (destination == nullptr || weights == nullptr || geometry.channels != 3) return false;
-  const int32_t left = GivenRegion(rect, geometry.width, geometry.height).left;
-  const uint8_t* const base = static_cast<const uint8_t*>(source);
+bool SkinClearBlend(const View<const uint8_t>& source, const View<uint8_t>& destination, const Region& region,
+                    const View<const uint8_t>& mask, int32_t k) {
+  if (source.channels != 3) return false;
+  const RowBlend mix(kMix, 3);
   return ForEachSoftTile(
-      base, geometry, rect, k, true, [&](int32_t y, size_t offset, size_t first, size_t count, auto soften) {
-        const size_t pixel =
-            static_cast<size_t>(y) * static_cast<size_t>(geometry.width) + static_cast<size_t>(left) + first / 3;
-        MixTile(base + offset, static_cast<uint8_t*>(destination) + offset, weights + pixel, count / 3, soften);
+      source, region, k, true, [&](int32_t y, size_t first, size_t offset, size_t count, const auto& soften) {
+        mix.Tile(source.data + offset, mask.At(region.left, y) + first / 3, destination.data + offset, count / 3,
+                 soften);
       });
 }
 
-bool SkinClearSmooth(const void* source, void* output, const Geometry& geometry, const ZelRect* rect, int32_t k) {
-  return SoftenInto(source, output, geometry, rect, k, true);
+bool SkinClearSmooth(const View<const uint8_t>& source, const View<uint8_t>& output, const Region& region, int32_t k) {
+  return SoftenInto(source, output, region, k, true);
 }
 
-bool SkinClearSoften(const void* input, void* output, const Geometry& geometry, const ZelRect* rect, int32_t k) {
-  return SoftenInto(input, output, geometry, rect, k, false);
+bool SkinClearSoften(const View<const uint8_t>& input, const View<uint8_t>& output, const Region& region, int32_t k) {
+  return SoftenInto(input, output, region, k, false);
 }
 
 }  // namespace zel

@@ -2,7 +2,7 @@
 #ifndef ZEL_RETOUCH_SKIN_CLEAR_H_
 #define ZEL_RETOUCH_SKIN_CLEAR_H_
 
-#include "core/image.h"
+#include "core/view.h"
 
 namespace zel {
 
@@ -21,16 +21,15 @@ bool SkinClearCorrect(const ImageDesc* source, const ImageDesc* destination, con
 bool SkinClear(const ImageDesc* source, const ImageDesc* destination, int32_t mode, const ZelPoint* point,
                int32_t level, const ZelRect* rect);
 
-// The steps on bare samples of 8 bits; in place works. `weights` is a mask without gaps between its rows. False, with
-// nothing written, for other depths and channels and without memory.
+// The steps on samples; in place works. False, with nothing written, for other channels and without memory.
 //
-// Smoothing mixed into the source; three channels.
-bool SkinClearBlend(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
-                    const uint8_t* weights, int32_t k);
+// Smoothing mixed into the source by a mask of the image's size; three channels.
+bool SkinClearBlend(const View<const uint8_t>& source, const View<uint8_t>& destination, const Region& region,
+                    const View<const uint8_t>& mask, int32_t k);
 // Contrast and softening; one or three channels.
-bool SkinClearSmooth(const void* source, void* output, const Geometry& geometry, const ZelRect* rect, int32_t k);
+bool SkinClearSmooth(const View<const uint8_t>& source, const View<uint8_t>& output, const Region& region, int32_t k);
 // 64 parts of the input and 63 of its blur, divided by 128; one or three channels.
-bool SkinClearSoften(const void* input, void* output, const Geometry& geometry, const ZelRect* rect, int32_t k);
+bool SkinClearSoften(const View<const uint8_t>& input, const View<uint8_t>& output, const Region& region, int32_t k);
 
 }  // namespace zel
 

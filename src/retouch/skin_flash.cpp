@@ -1,8 +1,7 @@
 #include "retouch/skin_flash.h"
 
-#include "core/blend.h"
 #include "core/rounding.h"
-#include "retouch/skin_mask.h"
+#include "selective/mask.h"
 #include "selective/region_points.h"
 #include "selective/region_tone.h"
 
@@ -10,16 +9,16 @@ namespace zel {
 
 bool SkinFlashCorrect(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t strength,
                       double sigma) {
-  if (!SameImageLayout(source, destination)) return false;
-  const Geometry geometry = GeometryOf(*source);
-  if (geometry.channels != 3) return false;
-  if (geometry.bits != 8) return true;  // masks and blends of 16-bit images do not exist
-  SkinMask mask;
-  if (!mask.Build(source->data, geometry, rect, nullptr, static_cast<uint8_t>(MaskCeiling(strength)), sigma)) {
-    return false;
-  }
-  MaskBlend(source, source, destination, &mask.desc(), kScreen, rect);
-  return true;
+  return WithViews(source, destination, [&](const auto& in, const auto& out) {
+    if (in.channels != 3) return false;
+    if constexpr (sizeof(*in.data) == 1) {  // masks and blends of 16-bit images do not exist
+      const Region region = GivenRegion(rect, in);
+      Mask mask;
+      if (!mask.BuildSkin(in, region, nullptr, static_cast<uint8_t>(MaskCeiling(strength)), sigma)) return false;
+      mask.Screen(in, out, region);
+    }
+    return true;
+  });
 }
 
 bool SkinFlash(const ImageDesc* source, const ImageDesc* destination, int32_t mode, const ZelPoint* point,

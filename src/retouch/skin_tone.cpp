@@ -4,24 +4,11 @@
 
 #include "core/channel_lut.h"
 #include "core/rounding.h"
-#include "retouch/skin_mask.h"
-#include "selective/mix_tile.h"
+#include "selective/mask.h"
 
 namespace zel {
 
 namespace {
-
-template <class T>
-void FillGains(T* table, int32_t last, int32_t skin, int32_t target, int32_t strength) {
-  const double gain = skin == 0 ? 0.0 : static_cast<double>(target) / skin;
-  for (int32_t i = 0; i <= last; ++i) {
-    int64_t entry = skin == 0 ? target : static_cast<int64_t>(std::min(i * gain + 0.5, static_cast<double>(last)));
-    if (strength != 100 && (last != 255 || i != last)) {
-      entry = std::min<int64_t>(std::max<int64_t>(((entry + i) * strength + 50) / 100, 0), last);
-    }
-    table[i] = static_cast<T>(entry);
-  }
-}
 
 // The distance from white in single precision, as the sliders compare it; 0 for a saturated divisor.
 double ComplementRatio(int32_t green, int32_t other) {
@@ -33,22 +20,43 @@ int32_t Complement(int32_t white, double ratio) {
   return static_cast<int32_t>(std::min(std::max(white / ratio + 0.5, 0.0), 255.0));
 }
 
-Rgb ToScale(const Rgb& colour, int32_t bits, int32_t maximum) {
+template <class T>
+Rgb ToScale(const Rgb& colour, int32_t maximum) {
   const auto scaled = [=](int32_t v) -> int32_t {
-    if (bits == 8) return maximum == 255 ? v : v / 257;
+    if (sizeof(T) == 1) return maximum == 255 ? v : v / 257;
     return maximum == 65535 ? v : static_cast<uint16_t>(static_cast<uint32_t>(v) * 257u);
   };
   return {scaled(colour.red), scaled(colour.green), scaled(colour.blue)};
 }
 
-struct GainBytes {
-  GainBytes(const Rgb& skin, const Rgb& target) {
-    BuildSkinGainLut(red, 8, skin.red, target.red, 100);
-    BuildSkinGainLut(green, 8, skin.green, target.green, 100);
-    BuildSkinGainLut(blue, 8, skin.blue, target.blue, 100);
+template <class T>
+void FillGains(Curves<T> curves, const Rgb& skin, const Rgb& target, int32_t strength) {
+  BuildSkinGainLut(curves.Table(0), skin.red, target.red, strength);
+  BuildSkinGainLut(curves.Table(1), skin.green, target.green, strength);
+  BuildSkinGainLut(curves.Table(2), skin.blue, target.blue, strength);
+}
+
+bool MixGains(const View<const uint8_t>& source, const View<uint8_t>& destination, const Region& region,
+              const ZelPoint* point, const Rgb& skin, const Rgb& target) {
+  Mask mask;
+  if (!mask.BuildSkin(source, region, point, 192, 3.0)) return false;
+  uint8_t block[3 * kLutEntries8];
+  Curves<uint8_t> gains{block, 3};
+  FillGains(gains, skin, target, 100);
+  const uint8_t* const bySample[3] = {gains.Table(source.PlaceOf(0)), gains.Table(1), gains.Table(source.PlaceOf(2))};
+  const LutKernels& kernels = ActiveKernels().lut;
+  const RowBlend mix(kMix, 3);
+  constexpr int32_t kTile = RowBlend::kTile;
+  for (int32_t y = region.top; y < region.bottom; ++y) {
+    for (int32_t x = region.left; x < region.right; x += kTile) {
+      const size_t pixels = std::min(kTile, region.right - x);
+      const uint8_t* const in = source.At(x, y);
+      mix.Tile(in, mask.At(x, y), destination.At(x, y), pixels,
+               [&](uint8_t* effect) { kernels.MapBytes3(in, effect, pixels, bySample); });
+    }
   }
-  uint8_t red[kLutEntries8], green[kLutEntries8], blue[kLutEntries8];
-};
+  return true;
+}
 
 }  // namespace
 
@@ -74,11 +82,11 @@ Rgb ComplementTarget(const SkinPercentages& percentages) {
 }
 
 bool SamplePixel(const ImageDesc* image, int32_t x, int32_t y, Rgb* colour) {
-  if (!IsUsable(image) || colour == nullptr) return false;
-  const Geometry geometry = GeometryOf(*image);
-  if (!IsInside({x, y}, geometry) || (geometry.channels != 1 && geometry.channels != 3)) return false;
-  *colour = ColourAt(image->data, geometry, x, y);
-  return true;
+  return colour != nullptr && WithView(image, [&](const auto& view) {
+    if (!IsInside({x, y}, view) || (view.channels != 1 && view.channels != 3)) return false;
+    *colour = ColourAt(view, x, y);
+    return true;
+  });
 }
 
 bool InitialPercentages(const ImageDesc* image, const ZelPoint* point, SkinPercentages* percentages) {
@@ -98,54 +106,45 @@ bool SkinTone(const ImageDesc* source, const ImageDesc* destination, const ZelPo
 
 bool SkinToneCorrect(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, const ZelPoint* point,
                      const Rgb& skin, const Rgb& target) {
-  if (!SameImageLayout(source, destination)) return false;
-  const Geometry geometry = GeometryOf(*source);
-  if (geometry.bits != 8) {
-    // The blend stops at 8 bits, after a separate destination has got the corrected samples.
-    if (source->data != destination->data) {
-      SkinToneShift(source->data, destination->data, geometry, rect, skin, target, 255, 100);
+  return WithViews(source, destination, [&](const auto& in, const auto& out) {
+    if constexpr (sizeof(*in.data) == 1) {
+      return MixGains(in, out, GivenRegion(rect, in), point, skin, target);
+    } else {
+      // The blend stops at 8 bits, after a separate destination has got the corrected samples.
+      if (in.data != out.data) SkinToneShift(in, out, ClampedRegion(rect, in), skin, target, 255, 100);
+      return false;
     }
-    return false;
-  }
-  SkinMask mask;
-  if (!mask.Build(source->data, geometry, rect, point, 192, 3.0)) return false;
-
-  const GainBytes gains(skin, target);
-  const uint8_t* const bySample[3] = {geometry.blueFirst ? gains.blue : gains.red, gains.green,
-                                      geometry.blueFirst ? gains.red : gains.blue};
-  const LutKernels& kernels = ActiveKernels().lut;
-  const Region region = GivenRegion(rect, geometry.width, geometry.height);
-  constexpr int32_t kTile = kBlurTile / 3;
-  for (int32_t y = region.top; y < region.bottom; ++y) {
-    for (int32_t x = region.left; x < region.right; x += kTile) {
-      const size_t pixels = std::min(kTile, region.right - x);
-      const size_t offset = geometry.RowOffset(y) + static_cast<size_t>(x) * 3;
-      MixTile(source->data + offset, destination->data + offset, mask.Row(x, y), pixels,
-              [&](uint8_t* effect) { kernels.MapBytes3(source->data + offset, effect, pixels, bySample); });
-    }
-  }
-  return true;
+  });
 }
 
-bool SkinToneShift(const void* source, void* output, const Geometry& geometry, const ZelRect* rect, const Rgb& skin,
+template <class T>
+bool SkinToneShift(const Source<T>& source, const View<T>& output, const Region& region, const Rgb& skin,
                    const Rgb& target, int32_t maximum, int32_t strength) {
-  if (source == nullptr || output == nullptr || geometry.channels != 3 || !geometry.DescribesMemory()) return false;
-  const Rgb from = ToScale(skin, geometry.bits, maximum), to = ToScale(target, geometry.bits, maximum);
-  const size_t tableBytes = geometry.bits == 8 ? kLutEntries8 : 2 * kLutEntries16;
-  Scratch<uint8_t> block(3 * tableBytes);
+  if (source.channels != 3) return false;
+  const Scratch<T> block(3 * Curves<T>::kEntries);
   if (!block) return false;
-  BuildSkinGainLut(block.data(), geometry.bits, from.red, to.red, strength);
-  BuildSkinGainLut(block.data() + tableBytes, geometry.bits, from.green, to.green, strength);
-  BuildSkinGainLut(block.data() + 2 * tableBytes, geometry.bits, from.blue, to.blue, strength);
-  return ApplyChannelLutRaw(source, output, geometry, rect, block.data(), 3, geometry.bits);
+  const Curves<T> curves{block.data(), 3};
+  FillGains(curves, ToScale<T>(skin, maximum), ToScale<T>(target, maximum), strength);
+  return ApplyChannelLutRaw(source, output, region, curves);
 }
 
-void BuildSkinGainLut(void* table, int32_t bits, int32_t skin, int32_t target, int32_t strength) {
-  if (bits == 8) {
-    FillGains(static_cast<uint8_t*>(table), 255, skin, target, strength);
-  } else {
-    FillGains(static_cast<uint16_t*>(table), 65535, skin, target, strength);
+template <class T>
+void BuildSkinGainLut(T* table, int32_t skin, int32_t target, int32_t strength) {
+  const double gain = skin == 0 ? 0.0 : static_cast<double>(target) / skin;
+  for (int32_t i = 0; i <= kLast<T>; ++i) {
+    int64_t entry = skin == 0 ? target : static_cast<int64_t>(std::min(i * gain + 0.5, static_cast<double>(kLast<T>)));
+    if (strength != 100 && (sizeof(T) == 2 || i != kLast<T>)) {
+      entry = std::min<int64_t>(std::max<int64_t>(((entry + i) * strength + 50) / 100, 0), kLast<T>);
+    }
+    table[i] = static_cast<T>(entry);
   }
 }
+
+template bool SkinToneShift(const Source<uint8_t>&, const View<uint8_t>&, const Region&, const Rgb&, const Rgb&,
+                            int32_t, int32_t);
+template bool SkinToneShift(const Source<uint16_t>&, const View<uint16_t>&, const Region&, const Rgb&, const Rgb&,
+                            int32_t, int32_t);
+template void BuildSkinGainLut(uint8_t*, int32_t, int32_t, int32_t);
+template void BuildSkinGainLut(uint16_t*, int32_t, int32_t, int32_t);
 
 }  // namespace zel

@@ -2,7 +2,6 @@
 #ifndef ZEL_RETOUCH_SKIN_TONE_H_
 #define ZEL_RETOUCH_SKIN_TONE_H_
 
-#include "core/image.h"
 #include "core/pixel.h"
 
 namespace zel {
@@ -42,16 +41,18 @@ bool SkinTone(const ImageDesc* source, const ImageDesc* destination, const ZelPo
 bool SkinToneCorrect(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, const ZelPoint* point,
                      const Rgb& skin, const Rgb& target);
 
-// The gains alone, over the rectangle (reordered and cut). `maximum` is the scale of the two colours: 255 or 65535.
+// The gains alone, over the region. `maximum` is the scale of the two colours: 255 or 65535.
 // Those of the other scale are brought to the image's: divided by 257, or multiplied by 257, of which the low 16 bits
-// count. A strength other than 100 averages table and identity, times that many fiftieths. Three channels, 8 and 16
-// bits; in place works. False, with nothing written, for anything else and without memory.
-bool SkinToneShift(const void* source, void* output, const Geometry& geometry, const ZelRect* rect, const Rgb& skin,
+// count. A strength other than 100 averages table and identity, times that many fiftieths. Three channels; in place
+// works. False, with nothing written, for anything else and without memory.
+template <class T>
+bool SkinToneShift(const Source<T>& source, const View<T>& output, const Region& region, const Rgb& skin,
                    const Rgb& target, int32_t maximum, int32_t strength);
 
-// Fills a table of 256 or 65536 entries with i * target / skin, rounded and limited; all `target` for a skin of 0. The
+// Fills a table with i * target / skin, rounded and limited; all `target` for a skin of 0. The
 // last entry of an 8-bit table does not follow the strength.
-void BuildSkinGainLut(void* table, int32_t bits, int32_t skin, int32_t target, int32_t strength);
+template <class T>
+void BuildSkinGainLut(T* table, int32_t skin, int32_t target, int32_t strength);
 
 }  // namespace zel
 

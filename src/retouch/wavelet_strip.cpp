@@ -41,13 +41,13 @@ uint64_t TiledPlane::Stride(uint64_t width) {
 }
 
 size_t Channel::InMemory(size_t x, size_t y, size_t count) const {
-  const size_t step = static_cast<size_t>(geometry.channels);
-  const size_t first = geometry.RowOffset(static_cast<int32_t>(y)) + x * step + offset, total = geometry.SampleCount();
+  const size_t step = static_cast<size_t>(source.channels);
+  const size_t first = source.RowOffset(static_cast<int32_t>(y)) + x * step + offset, total = source.SampleCount();
   return first < total ? std::min(count, (total - first + step - 1) / step) : 0;
 }
 
 size_t Channel::Ahead(ptrdiff_t y) const {
-  return geometry.RowOffset(static_cast<int32_t>(std::min<ptrdiff_t>(y + kAhead, geometry.height - 1)));
+  return source.RowOffset(static_cast<int32_t>(std::min<ptrdiff_t>(y + kAhead, source.height - 1)));
 }
 
 bool WaveletStrip::Allocate() {
@@ -91,13 +91,13 @@ void WaveletStrip::LoadRow(ptrdiff_t y) {
     }
   } else {
     const Channel& channel = layer.channel;
-    const ptrdiff_t inside = std::min<ptrdiff_t>(end, channel.geometry.width);
-    const size_t step = static_cast<size_t>(channel.geometry.channels);
+    const ptrdiff_t inside = std::min<ptrdiff_t>(end, channel.source.width);
+    const size_t step = static_cast<size_t>(channel.source.channels);
     ptrdiff_t x = first;
     if (inside > first) {
       const size_t count = channel.InMemory(first, y, inside - first);
-      const uint8_t* const in = channel.source + channel.geometry.RowOffset(static_cast<int32_t>(y)) + channel.offset;
-      AskFor(channel.source + channel.Ahead(y) + first * step, count * step);
+      const uint8_t* const in = channel.source.data + channel.source.RowOffset(static_cast<int32_t>(y)) + channel.offset;
+      AskFor(channel.source.data + channel.Ahead(y) + first * step, count * step);
       kernels_->SplitBytes(in + first * step, step, low_, high_, count / 2);
       if (count % 2 != 0) low_[count / 2] = in[(first + count - 1) * step];
       for (x = first + count; x < inside; ++x) At(x) = channel.lastByte;
@@ -127,13 +127,13 @@ void WaveletStrip::StoreRow(ptrdiff_t y, const double* row) {
     return;
   }
   const Channel& channel = layer.channel;
-  const ptrdiff_t end = std::min<ptrdiff_t>(first + 2 * pairs_, channel.geometry.width);
-  if (y >= channel.geometry.height || end <= first) return;
-  const size_t step = static_cast<size_t>(channel.geometry.channels);
+  const ptrdiff_t end = std::min<ptrdiff_t>(first + 2 * pairs_, channel.source.width);
+  if (y >= channel.source.height || end <= first) return;
+  const size_t step = static_cast<size_t>(channel.source.channels);
   const size_t count = channel.InMemory(first, y, end - first);
   uint8_t* const out =
-      channel.destination + channel.geometry.RowOffset(static_cast<int32_t>(y)) + channel.offset + first * step;
-  AskFor(channel.destination + channel.Ahead(y) + first * step, count * step);
+      channel.destination.data + channel.source.RowOffset(static_cast<int32_t>(y)) + channel.offset + first * step;
+  AskFor(channel.destination.data + channel.Ahead(y) + first * step, count * step);
   kernels_->JoinBytes(low_, high, out, step, count / 2);
   if (count % 2 != 0) kernels_->JoinBytes(low_ + count / 2, low_ + count / 2, out + (count - 1) * step, 0, 1);
 }
@@ -145,7 +145,7 @@ template <class Consumer>
 void WaveletStrip::Transform(const Consumer& consumer) {
   const ptrdiff_t height = layer_->height;
   // Rows below the image repeat its last one, which may be overwritten when their turn comes.
-  const ptrdiff_t last = layer_->plane.values != nullptr ? height - 1 : layer_->channel.geometry.height - 1;
+  const ptrdiff_t last = layer_->plane.values != nullptr ? height - 1 : layer_->channel.source.height - 1;
   const ColumnLift lift(*kernels_, kForwardSteps, forwardRows_, kRowLength, half_ + wide_, height);
   const auto load = [&](ptrdiff_t y) {
     if (y < 0 || y >= height) return;

@@ -4,8 +4,8 @@
 #ifndef ZEL_RETOUCH_WAVELET_STRIP_H_
 #define ZEL_RETOUCH_WAVELET_STRIP_H_
 
-#include "core/image.h"
 #include "core/scratch.h"
+#include "core/view.h"
 #include "retouch/detail_curve.h"
 #include "retouch/wavelet.h"
 
@@ -14,9 +14,8 @@ namespace zel {
 // Sample `offset` of every pixel of an image, read from `source` and written to `destination`. With one or two channels
 // the offset may lead past the end of the memory, where `lastByte` is read and nothing is written.
 struct Channel {
-  const uint8_t* source = nullptr;
-  uint8_t* destination = nullptr;
-  Geometry geometry;
+  View<const uint8_t> source;
+  View<uint8_t> destination;
   size_t offset = 0;
   uint8_t lastByte = 0;
 

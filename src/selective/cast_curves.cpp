@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "core/channel_lut.h"
 #include "core/curve.h"
 #include "selective/cast_gain_levels.h"
 #include "selective/white_zone.h"
@@ -10,10 +9,6 @@
 namespace zel {
 
 namespace {
-
-bool operator==(const CastColour& a, const CastColour& b) {
-  return a.red == b.red && a.green == b.green && a.blue == b.blue;
-}
 
 int32_t MovedTowards(int32_t level, int32_t grey, int32_t strength) {
   const int64_t sum = (100 - static_cast<int64_t>(strength)) * level + static_cast<int64_t>(strength) * grey;
@@ -25,15 +20,6 @@ void NonEmptyRange(int32_t a, int32_t b, int32_t extent, int32_t* first, int32_t
   *first = std::min(std::max(std::min(a, b), 0), extent - 1);
   *end = std::min(std::max(std::max(a, b), 0), extent);
   if (*first == *end) *end = std::min(*first + 1, extent);
-}
-
-Region AreaRegion(const ZelRect* rect, const Geometry& geometry) {
-  Region region{0, 0, geometry.width, geometry.height};
-  if (rect != nullptr) {
-    NonEmptyRange(rect->left, rect->right, geometry.width, &region.left, &region.right);
-    NonEmptyRange(rect->top, rect->bottom, geometry.height, &region.top, &region.bottom);
-  }
-  return region;
 }
 
 struct Sums {
@@ -50,14 +36,12 @@ struct Sums {
 
 // Calls visit(pixel) for every pixel of the area.
 template <class Visit>
-void ForEachPixel(const uint8_t* pixels, const Geometry& geometry, const CastArea& area, const Visit& visit) {
-  const Region region =
-      area.mask != nullptr ? Region{0, 0, geometry.width, geometry.height} : AreaRegion(area.rect, geometry);
+void ForEachPixel(const View<const uint8_t>& image, const CastArea& area, const Visit& visit) {
+  const Region& region = area.region;
   for (int32_t y = region.top; y < region.bottom; ++y) {
-    const uint8_t* const row = pixels + geometry.RowOffset(y);
-    const uint8_t* const marks = area.mask != nullptr ? area.mask + static_cast<size_t>(y) * geometry.width : nullptr;
+    const uint8_t* const marks = area.mask != nullptr ? area.mask + static_cast<size_t>(y) * image.width : nullptr;
     for (int32_t x = region.left; x < region.right; ++x) {
-      if (marks == nullptr || marks[x] == kInWhiteZone) visit(row + static_cast<size_t>(x) * 3);
+      if (marks == nullptr || marks[x] == kInWhiteZone) visit(image.At(x, y));
     }
   }
 }
@@ -96,24 +80,33 @@ void WidenCurve(const uint8_t* curve, uint16_t* out) {
 
 }  // namespace
 
-CastColour GreyTarget(const CastColour& source, int32_t strength) {
+CastArea MarkedArea(const ZelRect* rect, int32_t width, int32_t height) {
+  CastArea area{{0, 0, width, height}};
+  if (rect != nullptr) {
+    NonEmptyRange(rect->left, rect->right, width, &area.region.left, &area.region.right);
+    NonEmptyRange(rect->top, rect->bottom, height, &area.region.top, &area.region.bottom);
+  }
+  return area;
+}
+
+Rgb GreyTarget(const Rgb& source, int32_t strength) {
   const int32_t grey = (38 * source.red + 75 * source.green + 15 * source.blue) >> 7;
   return {MovedTowards(source.red, grey, strength), MovedTowards(source.green, grey, strength),
           MovedTowards(source.blue, grey, strength)};
 }
 
-bool MeanColourInMask(const uint8_t* pixels, const Geometry& geometry, const CastArea& area, const uint8_t* block,
-                      CastColour* mean) {
+bool MeanColourInMask(const View<const uint8_t>& image, const CastArea& area, const Curves<uint8_t>* curves,
+                      Rgb* mean) {
   *mean = {0, 0, 0};
-  if (pixels == nullptr || !geometry.DescribesMemory() || geometry.channels != 3 || geometry.bits != 8) return false;
+  if (image.channels != 3) return false;
   Sums sums;
-  if (block == nullptr) {
-    ForEachPixel(pixels, geometry, area, [&](const uint8_t* pixel) { sums.Add(pixel[0], pixel[1], pixel[2]); });
+  if (curves == nullptr) {
+    ForEachPixel(image, area, [&](const uint8_t* pixel) { sums.Add(pixel[0], pixel[1], pixel[2]); });
   } else {
-    const uint8_t* const first = block + (geometry.blueFirst ? 2 : 0) * kLutEntries8;
-    const uint8_t* const second = block + kLutEntries8;
-    const uint8_t* const third = block + (geometry.blueFirst ? 0 : 2) * kLutEntries8;
-    ForEachPixel(pixels, geometry, area,
+    const uint8_t* const first = curves->Table(image.PlaceOf(0));
+    const uint8_t* const second = curves->Table(1);
+    const uint8_t* const third = curves->Table(image.PlaceOf(2));
+    ForEachPixel(image, area,
                  [&](const uint8_t* pixel) { sums.Add(first[pixel[0]], second[pixel[1]], third[pixel[2]]); });
   }
   if (sums.count == 0) return true;
@@ -122,41 +115,41 @@ bool MeanColourInMask(const uint8_t* pixels, const Geometry& geometry, const Cas
   return true;
 }
 
-void BuildGainLut(uint8_t* block, const int64_t gains[3]) {
+void BuildGainLut(Curves<uint8_t> curves, const int64_t gains[3]) {
   for (int32_t k = 0; k < 3; ++k) {
     for (int64_t i = 0; i < 256; ++i) {
-      *block++ = static_cast<uint8_t>(std::min<int64_t>(std::max<int64_t>(i * gains[k] / 255, 0), 255));
+      curves.Table(k)[i] = static_cast<uint8_t>(std::min<int64_t>(std::max<int64_t>(i * gains[k] / 255, 0), 255));
     }
   }
 }
 
-bool BuildThreePointCurves(void* block, int32_t tables, int32_t bits, const CastColour& source,
-                           const CastColour& target, int32_t scale) {
-  if (block == nullptr || scale <= 0) return false;
+template <class T>
+bool BuildThreePointCurves(Curves<T> curves, const Rgb& source, const Rgb& target, int32_t scale) {
+  if (curves.block == nullptr || scale <= 0) return false;
   const int32_t from[3] = {source.red, source.green, source.blue};
   const int32_t to[3] = {target.red, target.green, target.blue};
-  for (int32_t k = 0; k < std::min(tables, 3); ++k) {
+  for (int32_t k = 0; k < std::min(curves.tables, 3); ++k) {
     const CurvePoint points[3] = {{0, 0},
                                   {static_cast<int32_t>(static_cast<int64_t>(from[k]) * 255 / scale),
                                    static_cast<int32_t>(static_cast<int64_t>(to[k]) * 255 / scale)},
                                   {255, 255}};
-    uint8_t curve[kLutEntries8];
-    BuildCurveLut(curve, points, 3);
-    if (bits == 8) {
-      std::copy(curve, curve + kLutEntries8, static_cast<uint8_t*>(block) + k * kLutEntries8);
+    if constexpr (sizeof(T) == 1) {
+      BuildCurveLut(curves.Table(k), points, 3);
     } else {
-      WidenCurve(curve, static_cast<uint16_t*>(block) + k * kLutEntries16);
+      uint8_t curve[kLutEntries8];
+      BuildCurveLut(curve, points, 3);
+      WidenCurve(curve, curves.Table(k));
     }
   }
   return true;
 }
 
-bool BuildCastCurves(const uint8_t* pixels, const Geometry& geometry, const CastArea& area, const CastColour& source,
-                     const CastColour& target, uint8_t* block) {
-  if (pixels == nullptr || block == nullptr || geometry.bits != 8) return false;
-  MakeIdentityLut(block, 3, 8);
+bool BuildCastCurves(const View<const uint8_t>& image, const CastArea& area, const Rgb& source, const Rgb& target,
+                     Curves<uint8_t> curves) {
+  if (curves.block == nullptr) return false;
+  FillIdentity(curves);
   // Only a dark red ends the matter here; green and blue are stopped below, where they would divide by zero.
-  if (source.red < 2 || geometry.channels != 3 || source == target) return true;
+  if (source.red < 2 || image.channels != 3 || source == target) return true;
 
   const int32_t from[3] = {source.red, source.green, source.blue};
   const int32_t to[3] = {target.red, target.green, target.blue};
@@ -167,15 +160,19 @@ bool BuildCastCurves(const uint8_t* pixels, const Geometry& geometry, const Cast
     if (carrier == Carrier::kNothing) return true;
     anyGain = anyGain || carrier == Carrier::kGain;
   }
-  if (!anyGain) return BuildThreePointCurves(block, 3, 8, source, target, 255);
+  if (!anyGain) return BuildThreePointCurves(curves, source, target, 255);
 
-  BuildGainLut(block, gains);
-  CastColour gained;
-  if (!MeanColourInMask(pixels, geometry, area, block, &gained)) return false;
+  BuildGainLut(curves, gains);
+  Rgb gained;
+  if (!MeanColourInMask(image, area, &curves, &gained)) return false;
   if (gained.red == 255 || gained.green == 255 || gained.blue == 255) return true;
-  uint8_t curves[ZEL_LUT1D_BYTES];
-  BuildThreePointCurves(curves, 3, 8, gained, target, 255);
-  return ComposeChannelLut(block, 3, 8, curves, 3, 8);
+  uint8_t block[3 * kLutEntries8];
+  const Curves<uint8_t> rest{block, 3};
+  BuildThreePointCurves(rest, gained, target, 255);
+  return ComposeChannelLut(curves, rest);
 }
+
+template bool BuildThreePointCurves(Curves<uint8_t>, const Rgb&, const Rgb&, int32_t);
+template bool BuildThreePointCurves(Curves<uint16_t>, const Rgb&, const Rgb&, int32_t);
 
 }  // namespace zel

@@ -28,21 +28,12 @@ constexpr CastHueFamily kFamilies[kCastFamilies] = {
     {30, 70, 5},     // yellow
 };
 
-struct Pixel {
-  int32_t red, green, blue;
-};
-
-Pixel PixelAt(const uint8_t* sample, bool blueFirst) {
-  return {sample[blueFirst ? 2 : 0], sample[1], sample[blueFirst ? 0 : 2]};
-}
-
 // Calls visit(pixel, mask byte) for every pixel that the mask marks.
 template <class Visit>
-void ForEachMarked(const uint8_t* pixels, const Geometry& geometry, uint8_t* mask, const Visit& visit) {
-  for (int32_t y = 0; y < geometry.height; ++y) {
-    const uint8_t* sample = pixels + geometry.RowOffset(y);
-    for (int32_t x = 0; x < geometry.width; ++x, sample += 3, ++mask) {
-      if (*mask == kInWhiteZone) visit(PixelAt(sample, geometry.blueFirst), mask);
+void ForEachMarked(const View<const uint8_t>& image, uint8_t* mask, const Visit& visit) {
+  for (int32_t y = 0; y < image.height; ++y) {
+    for (int32_t x = 0; x < image.width; ++x, ++mask) {
+      if (*mask == kInWhiteZone) visit(ColourAt(image, x, y), mask);
     }
   }
 }
@@ -95,9 +86,9 @@ Peak FindPeak(const int64_t* histogram, int32_t family) {
 }
 
 // Counts the hues of the zone, takes the pixels out of it that the filter drops, and says whether enough is left.
-bool CountHues(const uint8_t* pixels, const Geometry& geometry, int32_t filter, uint8_t* mask, int64_t* histogram) {
+bool CountHues(const View<const uint8_t>& image, int32_t filter, uint8_t* mask, int64_t* histogram) {
   int64_t total = 0, counted = 0;
-  ForEachMarked(pixels, geometry, mask, [&](const Pixel& pixel, uint8_t* mark) {
+  ForEachMarked(image, mask, [&](const Rgb& pixel, uint8_t* mark) {
     int32_t hue, saturation, lightness;
     RgbToHsl(pixel.red, pixel.green, pixel.blue, &hue, &saturation, &lightness);
     ++total;
@@ -112,11 +103,11 @@ bool CountHues(const uint8_t* pixels, const Geometry& geometry, int32_t filter, 
 }
 
 // The mean colour of the marked pixels inside the band; the others leave the mask.
-CastColour MeanOfBand(const uint8_t* pixels, const Geometry& geometry, const Peak& peak, uint8_t* mask) {
+Rgb MeanOfBand(const View<const uint8_t>& image, const Peak& peak, uint8_t* mask) {
   const int32_t low = std::max(peak.centre - peak.reach, 0);
   const int32_t high = std::min(peak.centre + peak.reach, kHues - 1);
   int64_t red = 0, green = 0, blue = 0, count = 0;
-  ForEachMarked(pixels, geometry, mask, [&](const Pixel& pixel, uint8_t* mark) {
+  ForEachMarked(image, mask, [&](const Rgb& pixel, uint8_t* mark) {
     const int32_t hue = PixelHue(pixel.red, pixel.green, pixel.blue);
     if (hue < low || hue > high) {
       *mark = 0;
@@ -154,14 +145,13 @@ bool WhitePixelFilter(int32_t flags, int32_t blue, int32_t green, int32_t red, i
   return (flags & kDropRedHues) == 0 || !IsRedHue(hue);
 }
 
-bool EstimateCastColour(const uint8_t* pixels, const Geometry& geometry, int32_t family, int32_t filter,
-                        CastColour* colour, uint8_t* mask) {
+bool EstimateCastColour(const View<const uint8_t>& image, int32_t family, int32_t filter, Rgb* colour, uint8_t* mask) {
   *colour = kNoCast;
-  if (family < 0 || family > kCastFamilies || !BuildWhiteZoneMask(pixels, geometry, mask)) return false;
+  if (family < 0 || family > kCastFamilies || !BuildWhiteZoneMask(image, mask)) return false;
   int64_t histogram[kHues] = {};
-  if (!CountHues(pixels, geometry, filter, mask, histogram)) return true;
+  if (!CountHues(image, filter, mask, histogram)) return true;
   const Peak peak = FindPeak(histogram, family);
-  if (peak.score >= kFewestFamilyPixels) *colour = MeanOfBand(pixels, geometry, peak, mask);
+  if (peak.score >= kFewestFamilyPixels) *colour = MeanOfBand(image, peak, mask);
   return true;
 }
 

@@ -2,17 +2,12 @@
 #ifndef ZEL_SELECTIVE_CAST_ESTIMATE_H_
 #define ZEL_SELECTIVE_CAST_ESTIMATE_H_
 
-#include "core/image.h"
+#include "core/pixel.h"
 
 namespace zel {
 
-// Red, green and blue on the scale 0 to 255.
-struct CastColour {
-  int32_t red, green, blue;
-};
-
 // The answer "no cast": it is its own grey, so nothing moves.
-constexpr CastColour kNoCast = {128, 128, 128};
+constexpr Rgb kNoCast = {128, 128, 128};
 
 // Colours that are more likely a surface than the light on it: skin and sunsets, leaves, reds. Hue, saturation and
 // lightness are those of RgbToHsl at 8 bits.
@@ -34,9 +29,8 @@ constexpr int32_t kCastFamilies = 6;
 // pixel, zeroed by the caller) marks exactly the pixels that were averaged, unless the colour is kNoCast: too small or
 // too colourless a zone, or no clear family.
 //
-// 8 bits, three channels; `family` from 0 to kCastFamilies. False, with kNoCast, for other images.
-bool EstimateCastColour(const uint8_t* pixels, const Geometry& geometry, int32_t family, int32_t filter,
-                        CastColour* colour, uint8_t* mask);
+// Three channels; `family` from 0 to kCastFamilies. False, with kNoCast, for other images.
+bool EstimateCastColour(const View<const uint8_t>& image, int32_t family, int32_t filter, Rgb* colour, uint8_t* mask);
 
 }  // namespace zel
 

@@ -2,7 +2,6 @@
 #ifndef ZEL_SELECTIVE_COLOR_CAST_H_
 #define ZEL_SELECTIVE_COLOR_CAST_H_
 
-#include "core/image.h"
 #include "selective/cast_curves.h"
 
 namespace zel {
@@ -22,9 +21,9 @@ bool RemoveCastOfColour(const ImageDesc* source, const ImageDesc* destination, i
 
 // Applies to the whole image the curves that move the source colour, as measured in the area, to the target colour.
 // When there is no such curve (red below 2, or not three channels) the source is copied. Row ends behind the last pixel
-// are copied too. False, with nothing written, for images not of 8 bits.
-bool ApplyCastCorrection(const uint8_t* source, uint8_t* destination, const Geometry& geometry, const CastArea& area,
-                         const CastColour& from, const CastColour& to);
+// are copied too.
+bool ApplyCastCorrection(const View<const uint8_t>& source, const View<uint8_t>& destination, const CastArea& area,
+                         const Rgb& from, const Rgb& to);
 
 // The cast is the mean colour of the rectangle, which becomes grey by `strength` per cent. 8 bits; images of other than
 // three channels are copied. False, with nothing written, when the images differ or cannot be processed.

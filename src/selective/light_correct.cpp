@@ -6,12 +6,11 @@
 #include "core/channel_lut.h"
 #include "core/reduce.h"
 #include "core/scratch.h"
+#include "selective/light_estimate.h"
 
 namespace zel {
 
 namespace {
-
-constexpr int32_t kMeasuredExtent = 300;
 
 // In linear light: a gain up to the colour of the light, and from there a straight line to white, which so stays white.
 // When the light itself reaches white there is nothing above it to keep, and the gain goes on.
@@ -43,39 +42,36 @@ void FillTable(const double* nodes, uint16_t* table) {
 }
 
 template <class T>
-bool Apply(const ImageDesc* source, const ImageDesc* destination, const Move moves[3], size_t entries) {
-  Scratch<T> block(3 * entries);
+bool Correct(const View<const T>& source, const View<T>& destination, int32_t strength) {
+  if (source.channels == 1) {
+    CopyRegion(source, destination, source.Whole());
+    return true;
+  }
+  if (source.channels != 3) return false;
+  SampledCopy<uint8_t> copy;
+  if (!PointSample(source, source.Whole(), kMeasuredExtent, &copy)) return false;
+  const LightColour light = EstimateLight(copy.view);
+
+  const double grey = 0.2126 * light.red + 0.7152 * light.green + 0.0722 * light.blue;
+  const double share = std::min(std::max(strength, 0), 100) / 100.0;
+  const auto moved = [&](double level) { return Move{level, level + (grey - level) * share}; };
+  const Move moves[3] = {moved(light.red), moved(light.green), moved(light.blue)};
+  const Scratch<T> block(3 * Curves<T>::kEntries);
   if (!block) return false;
+  Curves<T> curves{block.data(), 3};
   for (int32_t k = 0; k < 3; ++k) {
     double nodes[256];
     FillNodes(moves[k], nodes);
-    FillTable(nodes, block.data() + k * entries);
+    FillTable(nodes, curves.Table(k));
   }
-  return ApplyChannelLut(source, destination, nullptr, block.data(), 3, sizeof(T) * 8);
+  return ApplyChannelLutRaw(source, destination, source.Whole(), curves);
 }
 
 }  // namespace
 
 bool LightCorrect(const ImageDesc* source, const ImageDesc* destination, int32_t strength) {
   if (strength == 0) return CopySource(source, destination, nullptr);
-  if (!SameImageLayout(source, destination)) return false;
-  const Geometry geometry = GeometryOf(*source);
-  if (geometry.channels != 1 && geometry.channels != 3) return false;
-  if (geometry.channels == 1) {
-    CopyImageRect(*destination, *source, nullptr);
-    return true;
-  }
-  SampledCopy copy;
-  if (!PointSample(source->data, geometry, nullptr, kMeasuredExtent, &copy)) return false;
-  BringTo8Bits(&copy);
-  const LightColour light = EstimateLight(copy.pixels.data(), copy.geometry);
-
-  const double grey = 0.2126 * light.red + 0.7152 * light.green + 0.0722 * light.blue;
-  const double share = std::min(std::max(strength, 0), 100) / 100.0;
-  const auto moved = [&](double level) { return Move{level, level + (grey - level) * share}; };
-  const Move moves[3] = {moved(light.red), moved(light.green), moved(light.blue)};
-  return geometry.bits == 8 ? Apply<uint8_t>(source, destination, moves, kLutEntries8)
-                            : Apply<uint16_t>(source, destination, moves, kLutEntries16);
+  return WithViews(source, destination, [&](const auto& in, const auto& out) { return Correct(in, out, strength); });
 }
 
 }  // namespace zel

@@ -1,9 +1,10 @@
+#include "selective/light_estimate.h"
+
 #include <algorithm>
 #include <cmath>
 
 #include "color/linear_light.h"
 #include "core/scratch.h"
-#include "selective/light_correct.h"
 
 namespace zel {
 
@@ -61,24 +62,23 @@ enum Clip : int32_t { kRed = 1, kGreen = 2, kBlue = 4, kAllClipped = 7 };
 
 // What a call measures with.
 struct Picture {
-  const uint8_t* pixels;
-  const Geometry& geometry;
+  View<const uint8_t> image;
   double high[3];              // light that one in 200 samples exceeds
   int32_t logarithm[256];      // of the light of a level, in 1/16 of a step
   int32_t brightness[3][256];  // against `high`
   uint8_t classOf[4096];
 
-  double Count() const { return static_cast<double>(geometry.width) * geometry.height; }
+  double Count() const { return static_cast<double>(image.width) * image.height; }
   int32_t Brightness(const uint8_t* rgb) const {
     return std::min(brightness[0][rgb[0]] + brightness[1][rgb[1]] + brightness[2][rgb[2]], 4095);
   }
 
   template <class Visit>
   void ForEach(const Visit& visit) const {
-    const int32_t red = geometry.blueFirst ? 2 : 0;
-    for (int32_t y = 0; y < geometry.height; ++y) {
-      const uint8_t* sample = pixels + geometry.RowOffset(y);
-      for (int32_t x = 0; x < geometry.width; ++x, sample += 3) {
+    const int32_t red = image.PlaceOf(0);
+    for (int32_t y = 0; y < image.height; ++y) {
+      const uint8_t* sample = image.At(0, y);
+      for (int32_t x = 0; x < image.width; ++x, sample += 3) {
         const uint8_t rgb[3] = {sample[red], sample[1], sample[2 - red]};
         visit(rgb);
       }
@@ -236,7 +236,7 @@ constexpr double kUnseen = 0.04;     // steps of light that nobody sees are not 
 
 }  // namespace
 
-LightColour EstimateLight(const uint8_t* pixels, const Geometry& geometry) {
+LightColour EstimateLight(const View<const uint8_t>& image) {
   constexpr LightColour kNeutral = {1.0, 1.0, 1.0};
   Scratch<int32_t> counts;
   Scratch<double> plausible(2 * kSpan * kSpan);
@@ -251,7 +251,7 @@ LightColour EstimateLight(const uint8_t* pixels, const Geometry& geometry) {
       tables[1][red * kSpan + blue] = Plausibility(surface, 0.12);
     }
   }
-  Picture picture = {pixels, geometry, {}, {}, {}, {}};
+  Picture picture = {image, {}, {}, {}, {}};
   Prepare(&picture);
   const int32_t count = CollectVotes(picture, counts.data(), tables, votes.data(), kMostVotes);
   if (count < kFewestVotes) return kNeutral;

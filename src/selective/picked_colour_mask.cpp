@@ -14,12 +14,12 @@ namespace zel {
 namespace {
 
 // Mean of the pixel and those of its eight neighbours that lie inside the image.
-Rgb MeanColourAround(const void* source, const Geometry& geometry, const ZelPoint& point) {
-  const Region region = Grown({point.x, point.y, point.x + 1, point.y + 1}, 1, geometry.width, geometry.height);
+Rgb MeanColourAround(const View<const uint8_t>& image, const ZelPoint& point) {
+  const Region region = Grown({point.x, point.y, point.x + 1, point.y + 1}, 1, image.width, image.height);
   Rgb sum{0, 0, 0};
   for (int32_t y = region.top; y < region.bottom; ++y) {
     for (int32_t x = region.left; x < region.right; ++x) {
-      const Rgb c = ColourAt(source, geometry, x, y);
+      const Rgb c = ColourAt(image, x, y);
       sum = {sum.red + c.red, sum.green + c.green, sum.blue + c.blue};
     }
   }
@@ -82,9 +82,10 @@ void FillLattice(const HueSat& picked, int32_t maximum, const PickTolerance& tol
 
 bool BuildFromRecords(const ImageDesc* source, const ImageDesc* mask, const ZelRect* rect, const ZelPoint& point,
                       int32_t maximum, const PickTolerance& tolerance) {
-  if (!IsUsable(source) || !IsUsable(mask) || BitsOf(source->format) != BitsOf(mask->format)) return false;
-  return BuildPickedColourMaskRaw(source->data, GeometryOf(*source), mask->data, GeometryOf(*mask), rect, point,
-                                  maximum, tolerance);
+  return WithImageAndMask(source, mask, [&](const auto& image, const auto& weights) {
+    return sizeof(*image.data) == sizeof(*weights.data) &&
+           BuildPickedColourMaskRaw(image, weights, ClampedRegion(rect, image), point, maximum, tolerance);
+  });
 }
 
 }  // namespace
@@ -104,41 +105,40 @@ bool BuildPickedColourMaskFixed(const ImageDesc* source, const ImageDesc* mask, 
   return BuildFromRecords(source, mask, rect, point, maximum, kFixedPickTolerance);
 }
 
-bool BuildPickedColourMaskRaw(const void* source, const Geometry& geometry, void* mask, const Geometry& maskGeometry,
-                              const ZelRect* rect, const ZelPoint& point, int32_t maximum,
-                              const PickTolerance& tolerance) {
-  if (source == nullptr || mask == nullptr || !geometry.DescribesMemory() || !maskGeometry.DescribesMemory()) {
-    return false;
-  }
-  if (geometry.width != maskGeometry.width || geometry.height != maskGeometry.height) return false;
-  if (geometry.channels < 3 || !IsInside(point, geometry)) return false;
+template <class T, class M>
+bool BuildPickedColourMaskRaw(const View<const T>& image, const View<M>& mask, const Region& region,
+                              const ZelPoint& point, int32_t maximum, const PickTolerance& tolerance) {
+  if (image.width != mask.width || image.height != mask.height) return false;
+  if (image.channels < 3 || !IsInside(point, image)) return false;
   if (maximum <= 0) {
-    std::memset(mask, 0, maskGeometry.ByteCount());
+    std::memset(mask.data, 0, mask.SampleCount() * sizeof(M));
     return true;
   }
-  if (geometry.bits != 8) return true;
-  if (maskGeometry.bits != 8) return false;
+  if constexpr (sizeof(T) == 1 && sizeof(M) == 1) {
+    const size_t channels = static_cast<size_t>(mask.channels);
+    Scratch<uint8_t> cells(kWeightCellBytes), spare(channels > 1 ? static_cast<size_t>(image.width) : 1);
+    if (!cells || !spare) return false;
+    uint8_t lattice[kLatticeEntries];
+    const Rgb mean = MeanColourAround(image, point);
+    FillLattice(PixelHueSat(mean.red, mean.green, mean.blue), std::min(maximum, 255), tolerance, lattice);
+    PackWeightCells(lattice, image.blueFirst, cells.data());
 
-  Scratch<uint8_t> cells(kWeightCellBytes), spare(maskGeometry.channels > 1 ? geometry.width : 1);
-  if (!cells || !spare) return false;
-  uint8_t lattice[kLatticeEntries];
-  const Rgb mean = MeanColourAround(source, geometry, point);
-  FillLattice(PixelHueSat(mean.red, mean.green, mean.blue), std::min(maximum, 255), tolerance, lattice);
-  PackWeightCells(lattice, geometry.blueFirst, cells.data());
-
-  const Kernels& kernels = ActiveKernels();
-  const Region region = ClampedRegion(rect, geometry.width, geometry.height);
-  if (region.IsEmpty()) return true;
-  const size_t pixels = region.Width(), channels = maskGeometry.channels;
-  for (int32_t y = region.top; y < region.bottom; ++y) {
-    const uint8_t* in = static_cast<const uint8_t*>(source) + geometry.RowOffset(y) +
-                        static_cast<size_t>(region.left) * geometry.channels;
-    uint8_t* out = static_cast<uint8_t*>(mask) + maskGeometry.RowOffset(y) + region.left * channels;
-    uint8_t* weights = channels > 1 ? spare.data() : out;
-    kernels.weight.WeighPixels(in, weights, pixels, geometry.channels, cells.data());
-    if (channels > 1) kernels.blend.SpreadMask(weights, out, pixels, channels);
+    const Kernels& kernels = ActiveKernels();
+    const size_t pixels = static_cast<size_t>(region.Width());
+    for (int32_t y = region.top; y < region.bottom && !region.IsEmpty(); ++y) {
+      uint8_t* const out = mask.At(region.left, y);
+      uint8_t* const weights = channels > 1 ? spare.data() : out;
+      kernels.weight.WeighPixels(image.At(region.left, y), weights, pixels, static_cast<size_t>(image.channels),
+                                 cells.data());
+      if (channels > 1) kernels.blend.SpreadMask(weights, out, pixels, channels);
+    }
   }
-  return true;
+  return sizeof(T) == 2 || sizeof(M) == 1;
 }
+
+template bool BuildPickedColourMaskRaw(const View<const uint8_t>&, const View<uint8_t>&, const Region&,
+                                       const ZelPoint&, int32_t, const PickTolerance&);
+template bool BuildPickedColourMaskRaw(const View<const uint16_t>&, const View<uint8_t>&, const Region&,
+                                       const ZelPoint&, int32_t, const PickTolerance&);
 
 }  // namespace zel

@@ -2,7 +2,7 @@
 #ifndef ZEL_SELECTIVE_PICKED_COLOUR_MASK_H_
 #define ZEL_SELECTIVE_PICKED_COLOUR_MASK_H_
 
-#include "core/image.h"
+#include "core/view.h"
 
 namespace zel {
 
@@ -34,10 +34,10 @@ bool BuildPickedColourMask(const ImageDesc* source, const ImageDesc* mask, const
 bool BuildPickedColourMaskFixed(const ImageDesc* source, const ImageDesc* mask, const ZelRect* rect,
                                 const ZelPoint& point, int32_t maximum);
 
-// The same on bare samples; here the depths may differ.
-bool BuildPickedColourMaskRaw(const void* source, const Geometry& geometry, void* mask, const Geometry& maskGeometry,
-                              const ZelRect* rect, const ZelPoint& point, int32_t maximum,
-                              const PickTolerance& tolerance);
+// The same on samples; here the depths may differ.
+template <class T, class M>
+bool BuildPickedColourMaskRaw(const View<const T>& image, const View<M>& mask, const Region& region,
+                              const ZelPoint& point, int32_t maximum, const PickTolerance& tolerance);
 
 }  // namespace zel
 

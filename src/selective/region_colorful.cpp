@@ -5,11 +5,9 @@
 #include "color/color_lattice.h"
 #include "color/hue_saturation.h"
 #include "core/rounding.h"
-#include "core/scratch.h"
 #include "filter/blurred_rows.h"
 #include "filter/gaussian_blur.h"
-#include "selective/mix_tile.h"
-#include "selective/picked_colour_mask.h"
+#include "selective/mask.h"
 #include "selective/region_points.h"
 #include "tone/gamma.h"
 
@@ -31,9 +29,9 @@ int64_t Threshold(int32_t amount) {
 // A lattice that only adds saturation.
 struct SaturationLattice {
   explicit SaturationLattice(int64_t increase) {
-    MakeColorLattice(nodes, 8);
+    FillIdentityLattice(nodes);
     const int64_t limited = std::min<int64_t>(std::max<int64_t>(increase, -100), 100);
-    AdjustLatticeHueSaturation(nodes, 8, 0, static_cast<int32_t>(limited));
+    AdjustLatticeHueSaturation(nodes, 0, static_cast<int32_t>(limited));
   }
   uint8_t nodes[kLatticeSamples];
 };
@@ -41,95 +39,90 @@ struct SaturationLattice {
 // Puts the raised colour of the source's pixels into the rectangle of a row that is to be blurred.
 class RaisedColour final : public BlurredRows<uint8_t>::RowChange {
  public:
-  RaisedColour(const uint8_t* source, const Geometry& geometry, const Region& region, int64_t increase)
+  RaisedColour(const View<const uint8_t>& source, const Region& region, int64_t increase)
       : source_(source),
-        geometry_(geometry),
         region_(region),
         lattice_(increase),
         map_(lattice_.nodes, static_cast<int64_t>(region.Width()) * region.Height()) {
     // The gamma operation leaves its table in a row of all levels.
     const float gamma = static_cast<float>(ToSingle(1.0 + static_cast<double>(increase) * static_cast<double>(0.001f)));
     const float gammas[3] = {gamma, gamma, gamma};
-    for (int32_t i = 0; i < 256; ++i) curve_[i] = static_cast<uint8_t>(i);
-    GammaCorrectRaw(curve_, curve_, {256, 1, 1, 8, 256, false}, nullptr, gammas);
+    FillIdentity(Curves<uint8_t>{curve_, 1});
+    const View<uint8_t> levels = PackedView(curve_, 256, 1, 1);
+    GammaCorrectRaw(levels, levels, levels.Whole(), gammas);
   }
 
   void Change(int32_t y, int32_t left, uint8_t* samples, int32_t) const override {
     if (y < region_.top || y >= region_.bottom) return;
     uint8_t* const own = samples + static_cast<size_t>(region_.left - left) * 3;
     const size_t pixels = region_.Width();
-    map_.MapBytes(source_ + geometry_.RowOffset(y) + static_cast<size_t>(region_.left) * 3, own, pixels,
-                  geometry_.blueFirst);
-    ActiveKernels().lut.MapBytes(own, own, 3 * pixels, curve_);
+    map_.Map(source_.At(region_.left, y), own, pixels, source_.blueFirst);
+    mapBytes_(own, own, 3 * pixels, curve_);
   }
 
  private:
-  const uint8_t* source_;
-  Geometry geometry_;
+  View<const uint8_t> source_;
   Region region_;
   SaturationLattice lattice_;
   LatticeMap map_;
+  decltype(LutKernels::MapBytes) mapBytes_ = ActiveKernels().lut.MapBytes;
   uint8_t curve_[256];
 };
 
-bool MixRaisedColour(const uint8_t* source, uint8_t* destination, const Geometry& geometry, const Region& region,
-                     const uint8_t* mask, int64_t increase) {
+bool MixRaisedColour(const View<const uint8_t>& source, const View<uint8_t>& destination, const Region& region,
+                     const Mask& mask, int64_t increase) {
   BlurWeights kernel;
   MakeBlurWeights(0.5, &kernel);
-  const RaisedColour raised(source, geometry, region, increase);
+  const RaisedColour raised(source, region, increase);
   // What surrounds the rectangle is what the destination holds there.
   BlurredRows<uint8_t> rows;
-  if (!rows.Start(destination, geometry, region, kernel, &raised)) return false;
-  static_assert(kBlurTile % 3 == 0, "tiles hold whole pixels");
+  if (!rows.Start(destination, region, kernel, &raised)) return false;
+  static_assert(kBlurTile == 3 * RowBlend::kTile, "tiles hold whole pixels");
+  const RowBlend mix(kMix, 3);
   for (int32_t top = region.top; const int32_t ready = rows.NextBlock(); top += ready) {
     for (size_t first = 0; first < rows.RowSamples(); first += kBlurTile) {
       const size_t count = std::min(kBlurTile, rows.RowSamples() - first);
       for (int32_t i = 0; i < ready; ++i) {
-        const uint8_t* weights = mask + static_cast<size_t>(top + i) * geometry.width + region.left + first / 3;
         const size_t offset = rows.Offset(i) + first;
-        MixTile(source + offset, destination + offset, weights, count / 3,
-                [&](uint8_t* effect) { rows.Sum(i, first, count, effect); });
+        mix.Tile(source.data + offset, mask.At(region.left, top + i) + first / 3, destination.data + offset, count / 3,
+                 [&](uint8_t* effect) { rows.Sum(i, first, count, effect); });
       }
     }
   }
   return true;
 }
 
-// `fillMask` writes the area's weights.
-template <class FillMask>
+// `buildMask` finds the area in the whole image.
+template <class BuildMask>
 bool Enhance(const ImageDesc* source, const ImageDesc* destination, int32_t amount, const ZelRect* rect,
-             FillMask fillMask) {
+             BuildMask buildMask) {
   if (amount == 0) return CopySource(source, destination, rect);
-  if (!SameImageLayout(source, destination)) return false;
-  const Geometry geometry = GeometryOf(*source);
-  if (geometry.channels != 3 || geometry.bits != 8) return false;
-  const Geometry maskGeometry = MaskGeometry(geometry.width, geometry.height);
-  Scratch<uint8_t> mask(maskGeometry.SampleCount());
-  if (!mask || !fillMask(geometry, mask.data(), maskGeometry)) return false;
-
-  const Region region = GivenRegion(rect, geometry.width, geometry.height);
-  if (region.IsEmpty()) return true;
-  uint32_t histogram[101];
-  MeasureSaturation(source->data, geometry, mask.data(), Threshold(amount), histogram);
-  return MixRaisedColour(source->data, destination->data, geometry, region, mask.data(),
-                         SaturationIncrease(histogram, amount));
+  return WithByteViews(source, destination, [&](const View<const uint8_t>& in, const View<uint8_t>& out) {
+    Mask mask;
+    if (in.channels != 3 || !buildMask(in, &mask)) return false;
+    const Region region = GivenRegion(rect, in);
+    if (region.IsEmpty()) return true;
+    uint32_t histogram[101];
+    MeasureSaturation(in, mask.weights(), Threshold(amount), histogram);
+    return MixRaisedColour(in, out, region, mask, SaturationIncrease(histogram, amount));
+  });
 }
 
 }  // namespace
 
-void MeasureSaturation(const uint8_t* source, const Geometry& geometry, uint8_t* mask, int64_t threshold,
+void MeasureSaturation(const View<const uint8_t>& image, const View<uint8_t>& mask, int64_t threshold,
                        uint32_t histogram[101]) {
   // Neighbours count in different tables, so that equal ones need not wait for each other; 101 is for all others.
   uint32_t counts[4][102] = {};
   const HueKernels& kernels = ActiveKernels().hue;
   constexpr int32_t kStrip = 256;
   uint8_t saturations[kStrip];
-  for (int32_t y = 0; y < geometry.height; ++y) {
-    for (int32_t x = 0; x < geometry.width; x += kStrip) {
-      const int32_t pixels = std::min(kStrip, geometry.width - x);
-      uint8_t* const weights = mask + static_cast<size_t>(y) * static_cast<size_t>(geometry.width) + x;
-      if (threshold > 0 && IsUnmasked(weights, pixels)) continue;
-      kernels.SaturationsOfBytes(source + geometry.RowOffset(y) + static_cast<size_t>(x) * 3, saturations, pixels);
+  for (int32_t y = 0; y < image.height; ++y) {
+    for (int32_t x = 0; x < image.width; x += kStrip) {
+      const int32_t pixels = std::min(kStrip, image.width - x);
+      uint8_t* const weights = mask.At(x, y);
+      if (threshold > 0 && RowBlend::IsUnmasked(weights, pixels)) continue;
+      kernels.SaturationsOfBytes(image.At(x, y), saturations, pixels);
       for (int32_t p = 0; p < pixels; ++p) {
         const int32_t s = saturations[p];
         int32_t m = weights[p];
@@ -157,18 +150,16 @@ int64_t SaturationIncrease(const uint32_t histogram[101], int32_t amount) {
 
 bool SeededColourfulEnhance(const ImageDesc* source, const ImageDesc* destination, const ZelPoint& point,
                             int32_t amount, const ZelRect* rect) {
-  return Enhance(source, destination, amount, rect, [&](const Geometry& geometry, void* mask, const Geometry& layout) {
-    return BuildPickedColourMaskRaw(source->data, geometry, mask, layout, nullptr, point, kMaskMaximum,
-                                    ScaledPickTolerance(Tolerance(20, amount)));
+  return Enhance(source, destination, amount, rect, [&](const View<const uint8_t>& image, Mask* mask) {
+    return mask->BuildFromPoint(image, image.Whole(), point, kMaskMaximum, ScaledPickTolerance(Tolerance(20, amount)));
   });
 }
 
 bool RegionColourfulEnhance(const ImageDesc* source, const ImageDesc* destination, ColourRegion region, int32_t amount,
                             const ZelRect* rect) {
   const int32_t base = region == kFoliage ? 50 : region == kSky ? 60 : 20;
-  return Enhance(source, destination, amount, rect, [&](const Geometry& geometry, void* mask, const Geometry& layout) {
-    return BuildRegionHueMaskRaw(source->data, geometry, mask, layout, nullptr, region, Tolerance(base, amount),
-                                 kMaskMaximum);
+  return Enhance(source, destination, amount, rect, [&](const View<const uint8_t>& image, Mask* mask) {
+    return mask->BuildFromHues(image, image.Whole(), region, Tolerance(base, amount), kMaskMaximum);
   });
 }
 

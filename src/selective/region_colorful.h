@@ -2,7 +2,6 @@
 #ifndef ZEL_SELECTIVE_REGION_COLORFUL_H_
 #define ZEL_SELECTIVE_REGION_COLORFUL_H_
 
-#include "core/image.h"
 #include "selective/region_hue_mask.h"
 
 namespace zel {
@@ -25,10 +24,10 @@ bool RegionColourfulEnhance(const ImageDesc* source, const ImageDesc* destinatio
 bool RegionColourful(const ImageDesc* source, const ImageDesc* destination, ColourRegion region, const ZelPoint* point,
                      int32_t amount, const ZelRect* rect);
 
-// Looks at the pixels of an 8-bit three-channel image whose weight in the mask (rows without gaps) reaches `threshold`:
+// Looks at the pixels of a three-channel image whose weight in the mask reaches `threshold`:
 // lowers the weight where the saturation is above 75 per cent already, and counts the saturations of those whose weight
 // still reaches it.
-void MeasureSaturation(const uint8_t* source, const Geometry& geometry, uint8_t* mask, int64_t threshold,
+void MeasureSaturation(const View<const uint8_t>& image, const View<uint8_t>& mask, int64_t threshold,
                        uint32_t histogram[101]);
 
 // How much saturation to add, in per cent, for `amount` and the saturations of the area: counts of 0 to 100 per cent.

@@ -31,18 +31,21 @@ void FillWeights(int64_t centre, int64_t tolerance, int64_t maximum, uint16_t we
 
 bool BuildRegionHueMask(const ImageDesc* source, const ImageDesc* mask, const ZelRect* rect, ColourRegion region,
                         int32_t tolerance, int32_t maximum) {
-  if (!IsUsable(source) || !IsUsable(mask)) return false;
-  return BuildRegionHueMaskRaw(source->data, GeometryOf(*source), mask->data, GeometryOf(*mask), rect, region,
-                               tolerance, maximum);
+  return WithImageAndMask(source, mask, [&](const auto& image, const auto& weights) {
+    return BuildRegionHueMaskRaw(image, weights, ClampedRegion(rect, image), region, tolerance, maximum);
+  });
 }
 
-bool BuildRegionHueMaskRaw(const void* source, const Geometry& geometry, void* mask, const Geometry& maskGeometry,
-                           const ZelRect* rect, ColourRegion region, int32_t tolerance, int32_t maximum) {
-  if (region != kSkin && region != kFoliage && region != kSky) return false;
+template <class T, class M>
+bool BuildRegionHueMaskRaw(const View<const T>& image, const View<M>& mask, const Region& region, ColourRegion hues,
+                           int32_t tolerance, int32_t maximum) {
+  if (hues != kSkin && hues != kFoliage && hues != kSky) return false;
   uint16_t weights[360];
-  FillWeights(TypicalHue(region), std::max(10, tolerance),
-              std::min(std::max(maximum, 0), maskGeometry.bits == 8 ? 255 : 65535), weights);
-  return FillHueMask(source, geometry, mask, maskGeometry, rect, weights);
+  FillWeights(TypicalHue(hues), std::max(10, tolerance), std::min(std::max(maximum, 0), kLast<M>), weights);
+  return FillHueMask(image, mask, region, weights);
 }
+
+template bool BuildRegionHueMaskRaw(const View<const uint8_t>&, const View<uint8_t>&, const Region&, ColourRegion,
+                                    int32_t, int32_t);
 
 }  // namespace zel

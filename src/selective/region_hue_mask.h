@@ -2,7 +2,7 @@
 #ifndef ZEL_SELECTIVE_REGION_HUE_MASK_H_
 #define ZEL_SELECTIVE_REGION_HUE_MASK_H_
 
-#include "core/image.h"
+#include "core/view.h"
 
 namespace zel {
 
@@ -17,8 +17,9 @@ enum ColourRegion : int32_t { kSkin = 0, kFoliage = 1, kSky = 2 };
 // for another region, when the images differ in size or cannot be processed.
 bool BuildRegionHueMask(const ImageDesc* source, const ImageDesc* mask, const ZelRect* rect, ColourRegion region,
                         int32_t tolerance, int32_t maximum);
-bool BuildRegionHueMaskRaw(const void* source, const Geometry& geometry, void* mask, const Geometry& maskGeometry,
-                           const ZelRect* rect, ColourRegion region, int32_t tolerance, int32_t maximum);
+template <class T, class M>
+bool BuildRegionHueMaskRaw(const View<const T>& image, const View<M>& mask, const Region& region, ColourRegion hues,
+                           int32_t tolerance, int32_t maximum);
 
 }  // namespace zel
 

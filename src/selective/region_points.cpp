@@ -8,12 +8,12 @@ namespace zel {
 namespace {
 
 bool HueSatAt(const ImageDesc* source, const ZelPoint* point, HueSat* result) {
-  if (!IsUsable(source) || point == nullptr) return false;
-  const Geometry geometry = GeometryOf(*source);
-  if (geometry.channels < 3 || !IsInside(*point, geometry)) return false;
-  const Rgb c = ColourAt(source->data, geometry, point->x, point->y);
-  *result = geometry.bits == 8 ? PixelHueSat(c.red, c.green, c.blue) : PixelHueSat16(c.red, c.green, c.blue);
-  return true;
+  return point != nullptr && WithView(source, [&](const auto& image) {
+    if (image.channels < 3 || !IsInside(*point, image)) return false;
+    const Rgb c = ColourAt(image, point->x, point->y);
+    *result = sizeof(*image.data) == 1 ? PixelHueSat(c.red, c.green, c.blue) : PixelHueSat16(c.red, c.green, c.blue);
+    return true;
+  });
 }
 
 }  // namespace

@@ -2,10 +2,7 @@
 
 #include <algorithm>
 
-#include "core/blend.h"
-#include "core/scratch.h"
-#include "filter/gaussian_blur.h"
-#include "selective/picked_colour_mask.h"
+#include "selective/mask.h"
 #include "selective/region_points.h"
 
 namespace zel {
@@ -18,8 +15,9 @@ int32_t MaskCeiling(int32_t strength) {
 bool SeededToneEnhance(const ImageDesc* source, const ImageDesc* destination, const ZelPoint& point, int32_t amount,
                        const ZelRect* rect) {
   if (amount == 0) return CopySource(source, destination, rect);
-  if (!SameImageLayout(source, destination)) return false;
-  return ToneEnhanceInRegion(source->data, destination->data, GeometryOf(*source), rect, point, amount, 3.0);
+  return WithViews(source, destination, [&](const auto& in, const auto& out) {
+    return ToneEnhanceInRegion(in, out, GivenRegion(rect, in), point, amount, 3.0);
+  });
 }
 
 bool RegionTone(const ImageDesc* source, const ImageDesc* destination, ColourRegion region, const ZelPoint* point,
@@ -29,24 +27,22 @@ bool RegionTone(const ImageDesc* source, const ImageDesc* destination, ColourReg
                                           : CopySource(source, destination, rect);
 }
 
-bool ToneEnhanceInRegion(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
+template <class T>
+bool ToneEnhanceInRegion(const Source<T>& source, const View<T>& destination, const Region& region,
                          const ZelPoint& point, int32_t amount, double sigma) {
-  if (!geometry.DescribesMemory() || (geometry.channels != 1 && geometry.channels != 3)) return false;
-  const Geometry maskGeometry = MaskGeometry(geometry.width, geometry.height);
-  // Zeroed, because the blur looks beyond the rectangle.
-  Scratch<uint8_t> mask;
-  if (!mask.AllocateZeroed(maskGeometry.SampleCount())) return false;
-  if (!BuildPickedColourMaskRaw(source, geometry, mask.data(), maskGeometry, rect, point, MaskCeiling(amount),
-                                kFixedPickTolerance)) {
-    return false;
+  if (source.channels != 3) return false;
+  Mask mask;
+  if (!mask.BuildFromPoint(source, region, point, MaskCeiling(amount), kFixedPickTolerance)) return false;
+  if constexpr (sizeof(T) == 1) {  // neither mask nor blend go beyond 8 bits
+    if (!mask.Blur(region, sigma)) return false;
+    mask.Screen(source, destination, region);
   }
-  if (geometry.bits != 8) return true;  // neither mask nor blend go beyond 8 bits
-  if (sigma != 0.0 && !GaussianBlurRaw(mask.data(), mask.data(), maskGeometry, rect, sigma)) return false;
-
-  const ImageDesc from = Describe(source, geometry), to = Describe(destination, geometry);
-  const ImageDesc weights = Describe(mask.data(), maskGeometry);
-  MaskBlend(&from, &from, &to, &weights, kScreen, rect);
   return true;
 }
+
+template bool ToneEnhanceInRegion(const Source<uint8_t>&, const View<uint8_t>&, const Region&, const ZelPoint&,
+                                  int32_t, double);
+template bool ToneEnhanceInRegion(const Source<uint16_t>&, const View<uint16_t>&, const Region&, const ZelPoint&,
+                                  int32_t, double);
 
 }  // namespace zel

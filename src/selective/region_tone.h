@@ -2,7 +2,7 @@
 #ifndef ZEL_SELECTIVE_REGION_TONE_H_
 #define ZEL_SELECTIVE_REGION_TONE_H_
 
-#include "core/image.h"
+#include "core/view.h"
 #include "selective/region_hue_mask.h"
 
 namespace zel {
@@ -19,9 +19,10 @@ bool SeededToneEnhance(const ImageDesc* source, const ImageDesc* destination, co
 bool RegionTone(const ImageDesc* source, const ImageDesc* destination, ColourRegion region, const ZelPoint* point,
                 int32_t amount, const ZelRect* rect);
 
-// The same on bare samples and without the copy: every pixel of the rectangle goes through the mask, which is blurred
-// by `sigma` pixels, or not at all for 0.
-bool ToneEnhanceInRegion(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
+// The same on samples and without the copy: every pixel of the region goes through the mask, which is blurred by `sigma`
+// pixels, or not at all for 0.
+template <class T>
+bool ToneEnhanceInRegion(const Source<T>& source, const View<T>& destination, const Region& region,
                          const ZelPoint& point, int32_t amount, double sigma);
 
 // Weight of full effect in a mask for a strength in per cent: 192 at 100, at most 255.

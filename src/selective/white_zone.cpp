@@ -49,12 +49,12 @@ struct Limits {
   }
 };
 
-void Prune(const uint8_t* pixels, const Geometry& geometry, uint8_t* mask) {
+void Prune(const View<const uint8_t>& image, uint8_t* mask) {
   const Limits limits = {Setting("MaxValue", 230), Setting("MinValue1", 84), Setting("MinValue2", 24),
                          static_cast<int64_t>(Setting("MaxScale", 3)) * 256};
-  for (int32_t y = 0; y < geometry.height; ++y) {
-    const uint8_t* pixel = pixels + geometry.RowOffset(y);
-    for (int32_t x = 0; x < geometry.width; ++x, pixel += 3, ++mask) {
+  for (int32_t y = 0; y < image.height; ++y) {
+    const uint8_t* pixel = image.At(0, y);
+    for (int32_t x = 0; x < image.width; ++x, pixel += 3, ++mask) {
       if (*mask == kInWhiteZone && !limits.Hold(pixel)) *mask = 0;
     }
   }
@@ -62,25 +62,24 @@ void Prune(const uint8_t* pixels, const Geometry& geometry, uint8_t* mask) {
 
 }  // namespace
 
-bool BuildWhiteZoneMask(const uint8_t* pixels, const Geometry& geometry, uint8_t* mask) {
-  if (pixels == nullptr || mask == nullptr || !geometry.DescribesMemory()) return false;
-  if (geometry.channels != 3 || geometry.bits != 8) return false;
-  if (!geometry.blueFirst) return true;
+bool BuildWhiteZoneMask(const View<const uint8_t>& image, uint8_t* mask) {
+  if (mask == nullptr || image.channels != 3) return false;
+  if (!image.blueFirst) return true;
 
   int32_t histogram[kLevels] = {};
   uint8_t* brightness = mask;
-  for (int32_t y = 0; y < geometry.height; ++y) {
-    const uint8_t* pixel = pixels + geometry.RowOffset(y);
-    for (int32_t x = 0; x < geometry.width; ++x, pixel += 3) {
+  for (int32_t y = 0; y < image.height; ++y) {
+    const uint8_t* pixel = image.At(0, y);
+    for (int32_t x = 0; x < image.width; ++x, pixel += 3) {
       *brightness = static_cast<uint8_t>(Brightness(pixel));
       ++histogram[*brightness++];
     }
   }
-  const int64_t count = static_cast<int64_t>(geometry.width) * geometry.height;
+  const int64_t count = static_cast<int64_t>(image.width) * image.height;
   const int32_t threshold = ZoneThreshold(histogram, count);
   for (int64_t i = 0; i < count; ++i) mask[i] = mask[i] >= threshold ? kInWhiteZone : 0;
 
-  if (Setting("UseCWMask", 0) != 0) Prune(pixels, geometry, mask);
+  if (Setting("UseCWMask", 0) != 0) Prune(image, mask);
   return true;
 }
 

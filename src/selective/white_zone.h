@@ -2,7 +2,7 @@
 #ifndef ZEL_SELECTIVE_WHITE_ZONE_H_
 #define ZEL_SELECTIVE_WHITE_ZONE_H_
 
-#include "core/image.h"
+#include "core/view.h"
 
 namespace zel {
 
@@ -12,9 +12,9 @@ constexpr uint8_t kInWhiteZone = 255;
 // zone starts, and whether pixels too dark, too light or too colourful leave it again, is read from the settings file
 // "Zel_ColorCast.ini" on every call.
 //
-// 8 bits, three channels. An image stored red first has no white zone: the mask stays as it came, with success. False,
-// with nothing written, for other images and without a mask.
-bool BuildWhiteZoneMask(const uint8_t* pixels, const Geometry& geometry, uint8_t* mask);
+// Three channels. An image stored red first has no white zone: the mask stays as it came, with success. False, with
+// nothing written, for other images and without a mask.
+bool BuildWhiteZoneMask(const View<const uint8_t>& image, uint8_t* mask);
 
 }  // namespace zel
 

@@ -67,25 +67,26 @@ int32_t TemperatureOfLevel(int32_t level) {
 }
 
 bool ColorTemperature(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t temperature) {
-  if (!SameImageLayout(source, destination)) return false;
-  return ColorTemperatureRaw(source->data, destination->data, GeometryOf(*source), rect, temperature);
+  return WithViews(source, destination, [&](const auto& in, const auto& out) {
+    return ColorTemperatureRaw(in, out, ClampedRegion(rect, in), temperature);
+  });
 }
 
-bool ColorTemperatureRaw(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
+template <class T>
+bool ColorTemperatureRaw(const Source<T>& source, const View<T>& destination, const Region& region,
                          int32_t temperature) {
-  if (source == nullptr || destination == nullptr || geometry.channels != 3 || !geometry.DescribesMemory()) {
-    return false;
-  }
+  if (source.channels != 3) return false;
   if (temperature == 0) {
-    CopySamples(source, destination, geometry);
+    CopySamples(source, destination);
     return true;
   }
   const int64_t target = kReferenceKelvin + static_cast<int64_t>(temperature) * (temperature < 0 ? 15 : 30);
-  return WhiteBalanceShift(source, destination, geometry, rect, kReferenceKelvin,
+  return WhiteBalanceShift(source, destination, region, kReferenceKelvin,
                            static_cast<int32_t>(std::min<int64_t>(std::max<int64_t>(target, 0), 25000)));
 }
 
-bool WhiteBalanceShift(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
+template <class T>
+bool WhiteBalanceShift(const Source<T>& source, const View<T>& destination, const Region& region,
                        int32_t referenceKelvin, int32_t targetKelvin) {
   // All coordinates are single precision except the target's y.
   const double xr = ToSingle(ChromaticityX(referenceKelvin)), yr = ToSingle(ChromaticityY(referenceKelvin));
@@ -96,10 +97,16 @@ bool WhiteBalanceShift(const void* source, void* destination, const Geometry& ge
   const double gains[3] = {ToSingle(1.0 + 3.240479 * dX - 0.498535 * dZ), ToSingle(1.0 - 0.969256 * dX + 0.041556 * dZ),
                            ToSingle(1.0 + 0.055648 * dX + 1.057311 * dZ)};
   uint8_t block[3 * kLutEntries8];
+  Curves<uint8_t> curves{block, 3};
   for (int32_t k = 0; k < 3; ++k) {
-    for (int32_t i = 0; i < 256; ++i) block[k * kLutEntries8 + i] = GainEntry(i, gains[k]);
+    for (int32_t i = 0; i < 256; ++i) curves.Table(k)[i] = GainEntry(i, gains[k]);
   }
-  return ApplyChannelLutRaw(source, destination, geometry, rect, block, 3, 8);
+  return ApplyChannelLutRaw(source, destination, region, curves);
 }
+
+template bool ColorTemperatureRaw(const Source<uint8_t>&, const View<uint8_t>&, const Region&, int32_t);
+template bool ColorTemperatureRaw(const Source<uint16_t>&, const View<uint16_t>&, const Region&, int32_t);
+template bool WhiteBalanceShift(const Source<uint8_t>&, const View<uint8_t>&, const Region&, int32_t, int32_t);
+template bool WhiteBalanceShift(const Source<uint16_t>&, const View<uint16_t>&, const Region&, int32_t, int32_t);
 
 }  // namespace zel

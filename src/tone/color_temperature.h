@@ -2,7 +2,7 @@
 #ifndef ZEL_TONE_COLOR_TEMPERATURE_H_
 #define ZEL_TONE_COLOR_TEMPERATURE_H_
 
-#include "core/image.h"
+#include "core/view.h"
 
 namespace zel {
 
@@ -15,14 +15,16 @@ double ChromaticityY(int32_t kelvin);
 // image, rectangle or not. Three channels, 8 and 16 bits, by an 8-bit curve. False, with nothing written, on images
 // that differ or cannot be processed, or when memory ran out.
 bool ColorTemperature(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t temperature);
-bool ColorTemperatureRaw(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
+template <class T>
+bool ColorTemperatureRaw(const Source<T>& source, const View<T>& destination, const Region& region,
                          int32_t temperature);
 
 // The temperature behind a level from 0 (warmest) to 100 (coolest).
 int32_t TemperatureOfLevel(int32_t level);
 
 // Multiplies the channels by the gains that take the white of one temperature to the white of another.
-bool WhiteBalanceShift(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
+template <class T>
+bool WhiteBalanceShift(const Source<T>& source, const View<T>& destination, const Region& region,
                        int32_t referenceKelvin, int32_t targetKelvin);
 
 }  // namespace zel

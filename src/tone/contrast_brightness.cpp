@@ -28,48 +28,50 @@ struct Line {
 
 }  // namespace
 
-void MakeContrastBrightnessLut(void* block, int32_t tables, int32_t bits, const int32_t* contrast,
-                               const int32_t* brightness) {
-  if (bits != 8 && bits != 16) return;
-  const int32_t last = bits == 8 ? 255 : 65535;
-  for (int32_t k = 0; k < tables; ++k) {
-    const Line line(last, contrast[k], brightness[k]);
-    for (int32_t i = 0; i <= last; ++i) {
-      if (bits == 8) {
-        static_cast<uint8_t*>(block)[k * kLutEntries8 + i] = static_cast<uint8_t>(line(i));
-      } else {
-        static_cast<uint16_t*>(block)[k * kLutEntries16 + i] = static_cast<uint16_t>(line(i));
-      }
-    }
+template <class T>
+void MakeContrastBrightnessLut(Curves<T> curves, const int32_t* contrast, const int32_t* brightness) {
+  for (int32_t k = 0; k < curves.tables; ++k) {
+    const Line line(kLast<T>, contrast[k], brightness[k]);
+    for (int32_t i = 0; i <= kLast<T>; ++i) curves.Table(k)[i] = static_cast<T>(line(i));
   }
 }
 
 bool ContrastBrightness(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect,
                         const int32_t* contrast, const int32_t* brightness) {
-  if (!SameImageLayout(source, destination)) return false;
-  return ContrastBrightnessRaw(source->data, destination->data, GeometryOf(*source), rect, contrast, brightness);
+  return WithViews(source, destination, [&](const auto& in, const auto& out) {
+    return ContrastBrightnessRaw(in, out, ClampedRegion(rect, in), contrast, brightness);
+  });
 }
 
-bool ContrastBrightnessRaw(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
+template <class T>
+bool ContrastBrightnessRaw(const Source<T>& source, const View<T>& destination, const Region& region,
                            const int32_t* contrast, const int32_t* brightness) {
-  if (source == nullptr || destination == nullptr || (geometry.channels != 1 && geometry.channels != 3)) return false;
-  if (!geometry.DescribesMemory()) return false;
-  if (geometry.bits == 8) {
-    uint8_t block[3 * kLutEntries8];
-    MakeContrastBrightnessLut(block, geometry.channels, 8, contrast, brightness);
-    return ApplyChannelLutRaw(source, destination, geometry, rect, block, geometry.channels, 8);
-  }
+  if (source.channels != 1 && source.channels != 3) return false;
   const int32_t* const c = contrast;
   const int32_t* const b = brightness;
-  const bool oneCurve = geometry.channels == 1 || (c[0] == c[1] && c[0] == c[2] && b[0] == b[1] && b[0] == b[2]);
-  if (oneCurve) {
-    const Line line(65535, c[0], b[0]);
-    return MapWordsByFormula(source, destination, geometry, rect, 1,
-                             [&line](int32_t, int32_t i) { return static_cast<uint16_t>(line(i)); });
+  const bool oneCurve = source.channels == 1 || (c[0] == c[1] && c[0] == c[2] && b[0] == b[1] && b[0] == b[2]);
+  if constexpr (sizeof(T) == 1) {
+    uint8_t block[3 * kLutEntries8];
+    const Curves<uint8_t> curves{block, oneCurve ? 1 : 3};
+    MakeContrastBrightnessLut(curves, contrast, brightness);
+    return ApplyChannelLutRaw(source, destination, region, curves);
+  } else {
+    if (oneCurve) {
+      const Line line(kLast<T>, c[0], b[0]);
+      return MapWordsByFormula(source, destination, region, 1,
+                               [&line](int32_t, int32_t i) { return static_cast<T>(line(i)); });
+    }
+    const Line lines[3] = {{kLast<T>, c[0], b[0]}, {kLast<T>, c[1], b[1]}, {kLast<T>, c[2], b[2]}};
+    return MapWordsByFormula(source, destination, region, 3,
+                             [&lines](int32_t k, int32_t i) { return static_cast<T>(lines[k](i)); });
   }
-  const Line lines[3] = {{65535, c[0], b[0]}, {65535, c[1], b[1]}, {65535, c[2], b[2]}};
-  return MapWordsByFormula(source, destination, geometry, rect, 3,
-                           [&lines](int32_t k, int32_t i) { return static_cast<uint16_t>(lines[k](i)); });
 }
+
+template void MakeContrastBrightnessLut(Curves<uint8_t>, const int32_t*, const int32_t*);
+template void MakeContrastBrightnessLut(Curves<uint16_t>, const int32_t*, const int32_t*);
+template bool ContrastBrightnessRaw(const Source<uint8_t>&, const View<uint8_t>&, const Region&, const int32_t*,
+                                    const int32_t*);
+template bool ContrastBrightnessRaw(const Source<uint16_t>&, const View<uint16_t>&, const Region&, const int32_t*,
+                                    const int32_t*);
 
 }  // namespace zel

@@ -2,20 +2,20 @@
 #ifndef ZEL_TONE_CONTRAST_BRIGHTNESS_H_
 #define ZEL_TONE_CONTRAST_BRIGHTNESS_H_
 
-#include "core/image.h"
+#include "core/channel_lut.h"
 
 namespace zel {
 
-// Fills `tables` tables of an 8- or 16-bit block, each by its own contrast and brightness (meant from -100 to 100).
-// Other bits write nothing.
-void MakeContrastBrightnessLut(void* block, int32_t tables, int32_t bits, const int32_t* contrast,
-                               const int32_t* brightness);
+// Fills the tables, each by its own contrast and brightness (meant from -100 to 100).
+template <class T>
+void MakeContrastBrightnessLut(Curves<T> curves, const int32_t* contrast, const int32_t* brightness);
 
 // `contrast` and `brightness` hold one entry per channel, red first. 1 and 3 channels, 8 and 16 bits. False, with
 // nothing written, when the images differ or cannot be processed.
 bool ContrastBrightness(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect,
                         const int32_t* contrast, const int32_t* brightness);
-bool ContrastBrightnessRaw(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
+template <class T>
+bool ContrastBrightnessRaw(const Source<T>& source, const View<T>& destination, const Region& region,
                            const int32_t* contrast, const int32_t* brightness);
 
 }  // namespace zel

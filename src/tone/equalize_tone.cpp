@@ -16,11 +16,6 @@ namespace {
 constexpr int32_t kLimit = 500;  // columns and rows that are looked at
 constexpr int32_t kGroups = 64;  // of four neighbouring luminances
 
-// Measured points lie between 0 and 255; a block's scale is this many times larger.
-int32_t ScaleOf(int32_t bits) {
-  return bits == 8 ? 1 : 257;
-}
-
 // c[0] to c[64]: where each group begins in the equalised range.
 struct ControlPoints {
   int32_t c[kGroups + 1];
@@ -40,27 +35,27 @@ Range LevelsRange(int32_t white, int32_t black) {
   return {white / 2 + 128, black / 2, true};
 }
 
-bool Measure(const void* samples, const Geometry& geometry, const ZelRect* rect, float histogram[3 * kBins]) {
-  return ComputeHistogram(samples, geometry, rect, histogram, true, {false, kLimit, kLimit}) != 0;
+template <class T>
+bool Measure(const View<const T>& image, const Region& region, float histogram[3 * kBins]) {
+  return ComputeHistogram(image, region, histogram, true, {false, kLimit, kLimit}) != 0;
 }
 
 // Counts luminances as seen through the 8-bit tables; returns the number of pixels.
-int32_t LuminanceHistogram(const uint8_t* samples, const Geometry& geometry, const Region& region, const uint8_t* block,
+int32_t LuminanceHistogram(const View<const uint8_t>& image, const Region& region, const Curves<uint8_t>& curves,
                            int32_t bins[kBins]) {
-  const uint8_t *const red = block, *const green = block + kLutEntries8, *const blue = block + 2 * kLutEntries8;
-  const int32_t redAt = geometry.blueFirst ? 2 : 0;
+  const uint8_t *const red = curves.Of(0), *const green = curves.Of(1), *const blue = curves.Of(2);
+  const int32_t redAt = image.PlaceOf(0);
   const int32_t columnStep = std::max(1, region.Width() / kLimit);
   const int32_t rowStep = std::max(1, region.Height() / kLimit);
   int32_t count = 0;
   // Neighbours often have the same luminance. Counted apart, one need not wait for the other.
   int32_t apart[2][kBins] = {};
   for (int64_t y = region.top; y < region.bottom; y += rowStep) {
-    const uint8_t* const row = samples + geometry.RowOffset(static_cast<int32_t>(y));
+    const uint8_t* const row = image.data + image.RowOffset(static_cast<int32_t>(y));
     for (int64_t x = region.left; x < region.right; x += columnStep, ++count) {
-      const uint8_t* const p = row + x * geometry.channels;
-      ++apart[count % 2][geometry.channels == 1
-                             ? red[p[0]]
-                             : (38 * red[p[redAt]] + 75 * green[p[1]] + 15 * blue[p[2 - redAt]]) >> 7];
+      const uint8_t* const p = row + x * image.channels;
+      ++apart[count % 2][image.channels == 1 ? red[p[0]]
+                                             : (38 * red[p[redAt]] + 75 * green[p[1]] + 15 * blue[p[2 - redAt]]) >> 7];
     }
   }
   for (int32_t i = 0; i < kBins; ++i) bins[i] = apart[0][i] + apart[1][i];
@@ -123,73 +118,68 @@ void FillEqualizerOf(int32_t core, const ControlPoints& points, uint8_t map[256]
   }
 }
 
-size_t BlockBytes(int32_t tables, int32_t bits) {
-  return tables * (bits == 8 ? kLutEntries8 : 2 * kLutEntries16);
-}
-
 // EqualizeToneCurve with the histogram that Measure() finds.
-bool EqualizeMeasured(const float histogram[3 * kBins], const void* samples, const Geometry& geometry,
-                      const ZelRect* rect, double exponent, int32_t strength, int32_t core, void* block, int32_t tables,
-                      int32_t bits) {
-  if (block == nullptr || tables != geometry.channels || bits != geometry.bits) return false;
+template <class T>
+bool EqualizeMeasured(const float histogram[3 * kBins], const View<const T>& image, const Region& region,
+                      double exponent, int32_t strength, int32_t core, Curves<T> curves) {
+  if (curves.block == nullptr || curves.tables != image.channels) return false;
   if (core < kToneLight || core > kToneDark || strength < 0 || strength > 100) return false;
   int32_t high[3], low[3];
-  if (!HistogramPercentiles(histogram, true, 0, geometry.channels, high, low, 0.99, 0.01)) return false;
+  if (!HistogramPercentiles(histogram, true, 0, image.channels, high, low, 0.99, 0.01)) return false;
   const Range range =
-      LevelsRange(*std::max_element(high, high + geometry.channels), *std::min_element(low, low + geometry.channels));
-  const int32_t white = range.white * ScaleOf(bits), black = range.black * ScaleOf(bits);
+      LevelsRange(*std::max_element(high, high + image.channels), *std::min_element(low, low + image.channels));
+  const int32_t white = range.white * kLevelStep<T>, black = range.black * kLevelStep<T>;
   const int32_t whites[3] = {white, white, white}, blacks[3] = {black, black, black};
-  if (!MakeLevelsLut(block, tables, bits, whites, blacks)) return false;
-  if (bits == 16) return true;
-
-  uint8_t* const curves = static_cast<uint8_t*>(block);
-  uint8_t map[kLutEntries8];
-  if (!range.narrow) {
-    int32_t bins[kBins];
-    const Region region = ClampedRegion(rect, geometry.width, geometry.height);
-    const int32_t count = LuminanceHistogram(static_cast<const uint8_t*>(samples), geometry, region, curves, bins);
-    if (count == 0) return false;
-    FillEqualizerOf(core, SpreadGroups(bins, count, exponent), map);
-    ComposeChannelLut(block, tables, 8, map, 1, 8);
-  }
-  for (int32_t i = 0; i < 256; ++i) map[i] = static_cast<uint8_t>(Power(i, 0.8));
-  ComposeChannelLut(block, tables, 8, map, 1, 8);
-  const int32_t w = strength * 128 / 100;
-  for (int32_t i = 0; i < tables * 256; ++i) {
-    curves[i] = static_cast<uint8_t>((curves[i] * w + (i & 0xFF) * (128 - w)) >> 7);
+  if (!MakeLevelsLut(curves, whites, blacks)) return false;
+  if constexpr (sizeof(T) == 1) {
+    uint8_t map[kLutEntries8];
+    const Curves<uint8_t> second{map, 1};
+    if (!range.narrow) {
+      int32_t bins[kBins];
+      const int32_t count = LuminanceHistogram(image, region, curves, bins);
+      if (count == 0) return false;
+      FillEqualizerOf(core, SpreadGroups(bins, count, exponent), map);
+      ComposeChannelLut(curves, second);
+    }
+    for (int32_t i = 0; i < 256; ++i) map[i] = static_cast<uint8_t>(Power(i, 0.8));
+    ComposeChannelLut(curves, second);
+    const int32_t w = strength * 128 / 100;
+    for (size_t i = 0; i < curves.Count(); ++i) {
+      const int32_t identity = static_cast<int32_t>(i & 0xFF);
+      curves.block[i] = static_cast<uint8_t>((curves.block[i] * w + identity * (128 - w)) >> 7);
+    }
   }
   return true;
 }
 
 // The curve of kToneLight: the picture is darkened first and equalised then. Changes the samples.
-bool LightCurve(void* samples, const Geometry& geometry, double exponent, int32_t strength, void* block, int32_t tables,
-                int32_t bits) {
+template <class T>
+bool LightCurve(const View<T>& image, double exponent, int32_t strength, Curves<T> curves) {
   const float gamma[3] = {0.75f, 0.75f, 0.75f};
-  const Scratch<uint8_t> second(BlockBytes(tables, bits));
-  return second && GammaCorrectRaw(samples, samples, geometry, nullptr, gamma) &&
-         MakeGammaLut(block, tables, bits, gamma) &&
-         EqualizeToneCurve(samples, geometry, nullptr, exponent, strength, kToneLight, second.data(), tables, bits) &&
-         ComposeChannelLut(block, tables, bits, second.data(), tables, bits);
+  const Scratch<T> block(curves.Count());
+  const Curves<T> second{block.data(), curves.tables};
+  return block && GammaCorrectRaw(View<const T>(image), image, image.Whole(), gamma) && MakeGammaLut(curves, gamma) &&
+         EqualizeToneCurve(View<const T>(image), image.Whole(), exponent, strength, kToneLight, second) &&
+         ComposeChannelLut(curves, second);
 }
 
 // The curve of kToneDark: equalised by half, then the shadows of each channel stretched down to black. Changes the
 // samples.
-bool DarkCurve(float histogram[3 * kBins], void* samples, const Geometry& geometry, double exponent, int32_t strength,
-               void* block, int32_t tables, int32_t bits) {
-  if (!EqualizeMeasured(histogram, samples, geometry, nullptr, exponent, strength / 2, kToneDark, block, tables,
-                        bits) ||
-      !ApplyChannelLutRaw(samples, samples, geometry, nullptr, block, tables, bits)) {
+template <class T>
+bool DarkCurve(float histogram[3 * kBins], const View<T>& image, double exponent, int32_t strength, Curves<T> curves) {
+  const View<const T> seen(image);
+  if (!EqualizeMeasured(histogram, seen, image.Whole(), exponent, strength / 2, kToneDark, curves) ||
+      !ApplyChannelLutRaw(seen, image, image.Whole(), curves)) {
     return false;
   }
   int32_t black[3];
-  if (!Measure(samples, geometry, nullptr, histogram)) return false;
-  if (!HistogramPercentiles(histogram, true, 0, geometry.channels, nullptr, black, 0.99, 0.01)) return false;
-  const int32_t white = 255 * ScaleOf(bits);
-  const int32_t whites[3] = {white, white, white};
-  for (int32_t k = 0; k < tables; ++k) black[k] *= ScaleOf(bits);
-  const Scratch<uint8_t> second(BlockBytes(tables, bits));
-  return second && MakeLevelsLut(second.data(), tables, bits, whites, black) &&
-         ComposeChannelLut(block, tables, bits, second.data(), tables, bits);
+  if (!Measure(seen, image.Whole(), histogram)) return false;
+  if (!HistogramPercentiles(histogram, true, 0, image.channels, nullptr, black, 0.99, 0.01)) return false;
+  const int32_t whites[3] = {kLast<T>, kLast<T>, kLast<T>};
+  for (int32_t k = 0; k < curves.tables; ++k) black[k] *= kLevelStep<T>;
+  const Scratch<T> block(curves.Count());
+  const Curves<T> second{block.data(), curves.tables};
+  return block && MakeLevelsLut(second, whites, black) && ComposeChannelLut(curves, second);
 }
 
 // kToneLight, kToneNormal or kToneDark.
@@ -207,22 +197,21 @@ int32_t ExposureOf(const float histogram[3 * kBins], int32_t channels) {
   return dark > channels / 2 ? kToneDark : light > channels / 2 ? kToneLight : kToneNormal;
 }
 
-bool CurveOf(int32_t core, SampledCopy* copy, double exponent, int32_t strength, void* block, int32_t tables,
-             int32_t bits) {
-  uint8_t* const samples = copy->pixels.data();
-  const Geometry& geometry = copy->geometry;
+template <class T>
+bool CurveOf(int32_t core, const View<T>& image, double exponent, int32_t strength, Curves<T> curves) {
+  const View<const T> seen(image);
   float histogram[3 * kBins];
   // LightCurve measures what it has darkened.
-  if (core != kToneLight && !Measure(samples, geometry, nullptr, histogram)) return false;
-  if (core == kToneChosen) core = ExposureOf(histogram, geometry.channels);
+  if (core != kToneLight && !Measure(seen, image.Whole(), histogram)) return false;
+  if (core == kToneChosen) core = ExposureOf(histogram, image.channels);
   switch (core) {
     case kToneLight:
-      return LightCurve(samples, geometry, exponent, strength, block, tables, bits);
+      return LightCurve(image, exponent, strength, curves);
     case kToneNormal:
     case kToneMiddle:
-      return EqualizeMeasured(histogram, samples, geometry, nullptr, exponent, strength, core, block, tables, bits);
+      return EqualizeMeasured(histogram, seen, image.Whole(), exponent, strength, core, curves);
     case kToneDark:
-      return DarkCurve(histogram, samples, geometry, exponent, strength, block, tables, bits);
+      return DarkCurve(histogram, image, exponent, strength, curves);
     default:
       return false;
   }
@@ -230,27 +219,40 @@ bool CurveOf(int32_t core, SampledCopy* copy, double exponent, int32_t strength,
 
 }  // namespace
 
+template <class B>
 bool AutoToneCurve(const ImageDesc* source, const ZelRect* rect, double exponent, int32_t strength, int32_t core,
-                   void* block, int32_t tables, int32_t bits) {
-  if (block == nullptr || tables < 1 || tables > 3 || (bits != 8 && bits != 16)) return false;
-  MakeIdentityLut(block, tables, bits);
-  SampledCopy copy;
-  if (!IsUsable(source) || !PointSample(source->data, GeometryOf(*source), rect, kLimit, &copy)) return false;
-  if (CurveOf(core, &copy, exponent, strength, block, tables, bits)) return true;
-  MakeIdentityLut(block, tables, bits);
-  return false;
+                   Curves<B> curves) {
+  if (curves.block == nullptr || curves.tables < 1 || curves.tables > 3) return false;
+  const bool done = IsUsable(source) && BitsOf(source->format) == 8 * static_cast<int32_t>(sizeof(B)) && [&] {
+    const View<const B> image = ViewOf<const B>(*source);
+    SampledCopy<B> copy;
+    return PointSample(image, ClampedRegion(rect, image), kLimit, &copy) &&
+           CurveOf(core, copy.view, exponent, strength, curves);
+  }();
+  if (!done) FillIdentity(curves);
+  return done;
 }
 
-int32_t ClassifyExposure(const void* samples, const Geometry& geometry) {
+template <class T>
+int32_t ClassifyExposure(const View<const T>& image) {
   float histogram[3 * kBins];
-  return Measure(samples, geometry, nullptr, histogram) ? ExposureOf(histogram, geometry.channels) : -1;
+  return Measure(image, image.Whole(), histogram) ? ExposureOf(histogram, image.channels) : -1;
 }
 
-bool EqualizeToneCurve(const void* samples, const Geometry& geometry, const ZelRect* rect, double exponent,
-                       int32_t strength, int32_t core, void* block, int32_t tables, int32_t bits) {
+template <class T>
+bool EqualizeToneCurve(const View<const T>& image, const Region& region, double exponent, int32_t strength,
+                       int32_t core, Curves<T> curves) {
   float histogram[3 * kBins];
-  return samples != nullptr && Measure(samples, geometry, rect, histogram) &&
-         EqualizeMeasured(histogram, samples, geometry, rect, exponent, strength, core, block, tables, bits);
+  return Measure(image, region, histogram) &&
+         EqualizeMeasured(histogram, image, region, exponent, strength, core, curves);
 }
+
+template bool AutoToneCurve(const ImageDesc*, const ZelRect*, double, int32_t, int32_t, Curves<uint8_t>);
+template bool AutoToneCurve(const ImageDesc*, const ZelRect*, double, int32_t, int32_t, Curves<uint16_t>);
+template int32_t ClassifyExposure(const View<const uint8_t>&);
+template int32_t ClassifyExposure(const View<const uint16_t>&);
+template bool EqualizeToneCurve(const View<const uint8_t>&, const Region&, double, int32_t, int32_t, Curves<uint8_t>);
+template bool EqualizeToneCurve(const View<const uint16_t>&, const Region&, double, int32_t, int32_t,
+                                Curves<uint16_t>);
 
 }  // namespace zel

@@ -2,7 +2,7 @@
 #ifndef ZEL_TONE_EQUALIZE_TONE_H_
 #define ZEL_TONE_EQUALIZE_TONE_H_
 
-#include "core/image.h"
+#include "core/channel_lut.h"
 
 namespace zel {
 
@@ -16,19 +16,22 @@ enum ToneCore : int32_t {
 };
 
 // Fills a block with the curve for the rectangle of an image, measured on at most 500 x 500 of its pixels. As many
-// tables as the image has channels and the image's bits. `exponent` (0.5) moderates how much crowded tones are spread,
+// tables as the image has channels, at its depth. `exponent` (0.5) moderates how much crowded tones are spread,
 // `strength` from 0 to 100 per cent how much of the curve is used. False, with the identity in the block, when the
 // image cannot be measured, a setting is unknown or memory ran out.
+template <class B>
 bool AutoToneCurve(const ImageDesc* source, const ZelRect* rect, double exponent, int32_t strength, int32_t core,
-                   void* block, int32_t tables, int32_t bits);
+                   Curves<B> curves);
 
 // kToneDark when in more than half of the channels most samples lie in the darkest quarter of the range, kToneLight
 // when in more than half of the channels hardly any do, else kToneNormal. -1 when the image cannot be measured.
-int32_t ClassifyExposure(const void* samples, const Geometry& geometry);
+template <class T>
+int32_t ClassifyExposure(const View<const T>& image);
 
-// The curve for exactly these samples: levels, equalisation, a slight darkening. At 16 bits the levels alone.
-bool EqualizeToneCurve(const void* samples, const Geometry& geometry, const ZelRect* rect, double exponent,
-                       int32_t strength, int32_t core, void* block, int32_t tables, int32_t bits);
+// The curve for exactly the samples of a region: levels, equalisation, a slight darkening. At 16 bits the levels alone.
+template <class T>
+bool EqualizeToneCurve(const View<const T>& image, const Region& region, double exponent, int32_t strength,
+                       int32_t core, Curves<T> curves);
 
 }  // namespace zel
 

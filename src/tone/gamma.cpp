@@ -16,12 +16,10 @@ double Power(int32_t i, double gamma, double reciprocal, int32_t last) {
 }
 
 // Entry i of the curve. Inside the range the power lies between 0 and 1 whatever the gamma, 0 included.
-uint8_t Entry8(int32_t i, double gamma) {
-  return i == 0 || i == 255 ? static_cast<uint8_t>(i) : static_cast<uint8_t>(Power(i, gamma, 0.00392156862745098, 255));
-}
-uint16_t Entry16(int32_t i, double gamma) {
-  return i == 0 || i == 65535 ? static_cast<uint16_t>(i)
-                              : static_cast<uint16_t>(Power(i, gamma, 1.5259021896696422e-5, 65535));
+template <class T>
+T Entry(int32_t i, double gamma) {
+  constexpr double kReciprocal = sizeof(T) == 1 ? 0.00392156862745098 : 1.5259021896696422e-5;
+  return i == 0 || i == kLast<T> ? static_cast<T>(i) : static_cast<T>(Power(i, gamma, kReciprocal, kLast<T>));
 }
 
 float Sanitised(float gamma) {
@@ -30,41 +28,43 @@ float Sanitised(float gamma) {
 
 }  // namespace
 
-bool MakeGammaLut(void* block, int32_t tables, int32_t bits, const float* gamma) {
-  if (block == nullptr || gamma == nullptr || (bits != 8 && bits != 16) || (tables != 1 && tables != 3)) return false;
-  for (int32_t k = 0; k < tables; ++k) {
+template <class T>
+bool MakeGammaLut(Curves<T> curves, const float* gamma) {
+  if (curves.block == nullptr || gamma == nullptr || (curves.tables != 1 && curves.tables != 3)) return false;
+  for (int32_t k = 0; k < curves.tables; ++k) {
     const double g = gamma[k] >= 0.0f ? gamma[k] : 1.0;
-    if (bits == 8) {
-      uint8_t* const table = static_cast<uint8_t*>(block) + k * kLutEntries8;
-      for (int32_t i = 0; i <= 255; ++i) table[i] = Entry8(i, g);
-    } else {
-      uint16_t* const table = static_cast<uint16_t*>(block) + k * kLutEntries16;
-      for (int32_t i = 0; i <= 65535; ++i) table[i] = Entry16(i, g);
-    }
+    for (int32_t i = 0; i <= kLast<T>; ++i) curves.Table(k)[i] = Entry<T>(i, g);
   }
   return true;
 }
 
 bool GammaCorrect(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, const float* gamma) {
-  if (!SameImageLayout(source, destination)) return false;
-  return GammaCorrectRaw(source->data, destination->data, GeometryOf(*source), rect, gamma);
+  return WithViews(source, destination, [&](const auto& in, const auto& out) {
+    return GammaCorrectRaw(in, out, ClampedRegion(rect, in), gamma);
+  });
 }
 
-bool GammaCorrectRaw(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
-                     const float* gamma) {
-  if (source == nullptr || destination == nullptr || gamma == nullptr || !geometry.DescribesMemory()) return false;
-  if (geometry.channels != 1 && geometry.channels != 3) return false;
+template <class T>
+bool GammaCorrectRaw(const Source<T>& source, const View<T>& destination, const Region& region, const float* gamma) {
+  if (gamma == nullptr || (source.channels != 1 && source.channels != 3)) return false;
   const float g[3] = {Sanitised(gamma[0]), Sanitised(gamma[1]), Sanitised(gamma[2])};
-  const int32_t curves = geometry.channels == 1 || (g[0] == g[1] && g[0] == g[2]) ? 1 : 3;
-  if (geometry.bits == 8) {
+  const int32_t count = source.channels == 1 || (g[0] == g[1] && g[0] == g[2]) ? 1 : 3;
+  if constexpr (sizeof(T) == 1) {
     uint8_t block[3 * kLutEntries8];
-    MakeGammaLut(block, curves, 8, g);
-    return ApplyChannelLutRaw(source, destination, geometry, rect, block, curves, 8);
+    const Curves<uint8_t> curves{block, count};
+    MakeGammaLut(curves, g);
+    return ApplyChannelLutRaw(source, destination, region, curves);
+  } else {
+    const auto entry = [&g](int32_t k, int32_t i) { return Entry<T>(i, g[k]); };
+    if (MapWordsByFormula(source, destination, region, count, entry)) return true;
+    CopyBytes(source, destination, source.SampleCount());
+    return false;
   }
-  const auto entry = [&g](int32_t k, int32_t i) { return Entry16(i, g[k]); };
-  if (MapWordsByFormula(source, destination, geometry, rect, curves, entry)) return true;
-  if (source != destination) std::memcpy(destination, source, geometry.SampleCount());
-  return false;
 }
+
+template bool MakeGammaLut(Curves<uint8_t>, const float*);
+template bool MakeGammaLut(Curves<uint16_t>, const float*);
+template bool GammaCorrectRaw(const Source<uint8_t>&, const View<uint8_t>&, const Region&, const float*);
+template bool GammaCorrectRaw(const Source<uint16_t>&, const View<uint16_t>&, const Region&, const float*);
 
 }  // namespace zel

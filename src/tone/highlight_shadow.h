@@ -2,7 +2,7 @@
 #ifndef ZEL_TONE_HIGHLIGHT_SHADOW_H_
 #define ZEL_TONE_HIGHLIGHT_SHADOW_H_
 
-#include "core/image.h"
+#include "core/view.h"
 
 namespace zel {
 
@@ -12,7 +12,8 @@ namespace zel {
 // be processed, a null array, or when memory ran out.
 bool HighlightShadow(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect,
                      const int32_t* highlight, const int32_t* shadow, int32_t max);
-bool HighlightShadowRaw(const void* source, void* destination, const Geometry& geometry, const ZelRect* rect,
+template <class T>
+bool HighlightShadowRaw(const Source<T>& source, const View<T>& destination, const Region& region,
                         const int32_t* highlight, const int32_t* shadow, int32_t max);
 
 }  // namespace zel

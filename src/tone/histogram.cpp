@@ -3,38 +3,29 @@
 #include <algorithm>
 
 #include "core/cache.h"
-#include "core/channel_lut.h"
 
 namespace zel {
 
 namespace {
 
-// Columns first to last and rows likewise, both included.
 struct Grid {
-  int32_t left, top, right, bottom, columnStep, rowStep;
+  int32_t left, top, columns, rows, columnStep, rowStep;
 };
 
 int32_t Clamp(int32_t value, int32_t high) {
   return std::min(std::max(value, 0), high);
 }
 
+// Of at least 1 that leaves about `target` of the extent.
 int32_t Step(int32_t extent, int32_t target) {
   return target > 1 ? extent / target + (extent % target != 0 ? 1 : 0) : 1;
 }
 
-Grid GridOf(const Geometry& geometry, const ZelRect* rect, const Sampling& sampling) {
-  Grid grid{0, 0, geometry.width - 1, geometry.height - 1, 1, 1};
-  if (rect != nullptr) {
-    grid.left = Clamp(std::min(rect->left, rect->right), geometry.width - 1);
-    grid.right = Clamp(std::max(rect->left, rect->right), geometry.width - 1);
-    grid.top = Clamp(std::min(rect->top, rect->bottom), geometry.height - 1);
-    grid.bottom = Clamp(std::max(rect->top, rect->bottom), geometry.height - 1);
-  }
-  if (!sampling.everyPixel) {
-    grid.columnStep = Step(grid.right - grid.left + 1, sampling.columns);
-    grid.rowStep = Step(grid.bottom - grid.top + 1, sampling.rows);
-  }
-  return grid;
+Grid GridOf(const Region& region, const Sampling& sampling) {
+  const int32_t columnStep = sampling.everyPixel ? 1 : Step(region.Width(), sampling.columns);
+  const int32_t rowStep = sampling.everyPixel ? 1 : Step(region.Height(), sampling.rows);
+  return {region.left, region.top,  (region.Width() - 1) / columnStep + 1, (region.Height() - 1) / rowStep + 1,
+          columnStep,  rowStep};
 }
 
 template <class T>
@@ -49,34 +40,30 @@ int32_t BinThrough(const uint8_t* curve, uint16_t sample) {
   return Interpolated(curve, sample) / 257;
 }
 
-// Calls count(x, y, pixel) for the grid's pixels; returns how many.
+// Calls count(x, y, pixel) for the grid's pixels.
 template <class T, class CountPixel>
-int64_t VisitGrid(const T* samples, const Geometry& geometry, const Grid& grid, const CountPixel& count) {
-  const int64_t columns = (grid.right - grid.left) / grid.columnStep + 1;
-  const int64_t rows = (grid.bottom - grid.top) / grid.rowStep + 1;
-  for (int64_t row = 0; row < rows; ++row) {
-    const int32_t y = static_cast<int32_t>(grid.top + row * grid.rowStep);
-    const T* const start = samples + geometry.RowOffset(y) + static_cast<size_t>(grid.left) * geometry.channels;
+void VisitGrid(const View<const T>& image, const Grid& grid, const CountPixel& count) {
+  for (int32_t row = 0; row < grid.rows; ++row) {
+    const int32_t y = grid.top + row * grid.rowStep;
+    const T* const start = image.At(grid.left, y);
     // Rows that are skipped on the way to the next one keep the processor from seeing it coming.
-    const size_t toNext = grid.rowStep > 1 && row + 1 < rows ? geometry.RowOffset(grid.rowStep) : 0;
-    for (int64_t column = 0; column < columns; ++column) {
+    const size_t toNext = grid.rowStep > 1 && row + 1 < grid.rows ? image.RowOffset(grid.rowStep) : 0;
+    for (int64_t column = 0; column < grid.columns; ++column) {
       const int64_t x = column * grid.columnStep;
-      if (toNext != 0) AskFor(start + x * geometry.channels + toNext, 1);
-      count(static_cast<int32_t>(grid.left + x), y, start + x * geometry.channels);
+      if (toNext != 0) AskFor(start + x * image.channels + toNext, 1);
+      count(static_cast<int32_t>(grid.left + x), y, start + x * image.channels);
     }
   }
-  return columns * rows;
 }
 
 template <class T>
-int64_t Count(const T* samples, const Geometry& geometry, const Grid& grid, const AppliedCurves* through,
-              float* block) {
-  const int32_t channels = geometry.channels;
+void Count(const View<const T>& image, const Grid& grid, const AppliedCurves* through, float* block) {
+  const int32_t channels = image.channels;
   // Tables by sample rather than by colour.
-  const int32_t first = channels == 3 && geometry.blueFirst ? 2 : 0;
+  const int32_t first = channels == 3 ? image.PlaceOf(0) : 0;
   float* const bins[3] = {block + first * kBins, block + kBins, block + (2 - first) * kBins};
   if (through == nullptr) {
-    return VisitGrid(samples, geometry, grid, [&](int32_t, int32_t, const T* pixel) {
+    return VisitGrid(image, grid, [&](int32_t, int32_t, const T* pixel) {
       bins[0][Bin(pixel[0])] += 1.0f;
       if (channels == 3) {
         bins[1][Bin(pixel[1])] += 1.0f;
@@ -85,9 +72,9 @@ int64_t Count(const T* samples, const Geometry& geometry, const Grid& grid, cons
     });
   }
   const Region& region = through->region;
-  const uint8_t* const curves[3] = {through->block + first * kLutEntries8, through->block + kLutEntries8,
-                                    through->block + (2 - first) * kLutEntries8};
-  return VisitGrid(samples, geometry, grid, [&](int32_t x, int32_t y, const T* pixel) {
+  const Curves<uint8_t>& tables = through->curves;
+  const uint8_t* const curves[3] = {tables.Table(first), tables.Table(1), tables.Table(2 - first)};
+  VisitGrid(image, grid, [&](int32_t x, int32_t y, const T* pixel) {
     const bool curved = x >= region.left && x < region.right && y >= region.top && y < region.bottom;
     for (int32_t k = 0; k < channels; ++k) {
       bins[k][curved ? BinThrough(curves[k], pixel[k]) : Bin(pixel[k])] += 1.0f;
@@ -132,17 +119,23 @@ bool ClearHistogram(float* block, int32_t channels) {
   return true;
 }
 
-int32_t ComputeHistogram(const void* samples, const Geometry& geometry, const ZelRect* rect, float* block,
-                         bool normalise, const Sampling& sampling) {
-  if (samples == nullptr || !geometry.DescribesMemory() || (geometry.channels != 1 && geometry.channels != 3)) return 0;
-  if (!ClearHistogram(block, geometry.channels)) return 0;
-  const Grid grid = GridOf(geometry, rect, sampling);
-  const int64_t visited = geometry.bits == 8
-                              ? Count(static_cast<const uint8_t*>(samples), geometry, grid, sampling.through, block)
-                              : Count(static_cast<const uint16_t*>(samples), geometry, grid, sampling.through, block);
+Region MeasuredRegion(const ZelRect* rect, int32_t width, int32_t height) {
+  if (rect == nullptr) return {0, 0, width, height};
+  return {Clamp(std::min(rect->left, rect->right), width - 1), Clamp(std::min(rect->top, rect->bottom), height - 1),
+          Clamp(std::max(rect->left, rect->right), width - 1) + 1,
+          Clamp(std::max(rect->top, rect->bottom), height - 1) + 1};
+}
+
+template <class T>
+int32_t ComputeHistogram(const View<const T>& image, const Region& region, float* block, bool normalise,
+                         const Sampling& sampling) {
+  if ((image.channels != 1 && image.channels != 3) || !ClearHistogram(block, image.channels)) return 0;
+  const Grid grid = GridOf(region, sampling);
+  Count(image, grid, sampling.through, block);
+  const int64_t visited = static_cast<int64_t>(grid.columns) * grid.rows;
   const int32_t count = static_cast<int32_t>(std::min<int64_t>(visited, INT32_MAX));
   if (normalise) {
-    for (int32_t i = 0; i < geometry.channels * kBins; ++i) block[i] /= static_cast<float>(count);
+    for (int32_t i = 0; i < image.channels * kBins; ++i) block[i] /= static_cast<float>(count);
   }
   return count;
 }
@@ -161,16 +154,24 @@ bool HistogramPercentiles(const float* block, bool normalised, int32_t count, in
   return true;
 }
 
-bool ChannelMeans(const void* samples, const Geometry& geometry, const ZelRect* rect, float* red, float* green,
-                  float* blue, bool everyPixel, const AppliedCurves* through) {
-  if (samples == nullptr || (red == nullptr && green == nullptr && blue == nullptr)) return false;
+template <class T>
+bool ChannelMeans(const View<const T>& image, const Region& region, float* red, float* green, float* blue,
+                  bool everyPixel, const AppliedCurves* through) {
+  if (red == nullptr && green == nullptr && blue == nullptr) return false;
   float block[3 * kBins] = {};
-  if (ComputeHistogram(samples, geometry, rect, block, true, {everyPixel, 100, 100, through}) == 0) return false;
+  if (ComputeHistogram(image, region, block, true, {everyPixel, 100, 100, through}) == 0) return false;
   float* const outputs[3] = {red, green, blue};
   for (int32_t k = 0; k < 3; ++k) {
     if (outputs[k] != nullptr) *outputs[k] = Mean(block + k * kBins);
   }
   return true;
 }
+
+template int32_t ComputeHistogram(const View<const uint8_t>&, const Region&, float*, bool, const Sampling&);
+template int32_t ComputeHistogram(const View<const uint16_t>&, const Region&, float*, bool, const Sampling&);
+template bool ChannelMeans(const View<const uint8_t>&, const Region&, float*, float*, float*, bool,
+                           const AppliedCurves*);
+template bool ChannelMeans(const View<const uint16_t>&, const Region&, float*, float*, float*, bool,
+                           const AppliedCurves*);
 
 }  // namespace zel

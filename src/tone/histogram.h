@@ -2,7 +2,7 @@
 #ifndef ZEL_TONE_HISTOGRAM_H_
 #define ZEL_TONE_HISTOGRAM_H_
 
-#include "core/image.h"
+#include "core/channel_lut.h"
 
 namespace zel {
 
@@ -11,9 +11,9 @@ constexpr int32_t kBins = 256;  // per channel, at both depths: a 16-bit sample 
 // Zeroes `channels` tables of kBins floats. False without a block.
 bool ClearHistogram(float* block, int32_t channels);
 
-// Three 8-bit tables, red first, and the pixels that they have been applied to.
+// Three 8-bit tables and the pixels that they have been applied to.
 struct AppliedCurves {
-  const uint8_t* block;
+  Curves<uint8_t> curves;
   Region region;
 };
 
@@ -26,11 +26,16 @@ struct Sampling {
   const AppliedCurves* through = nullptr;
 };
 
-// Counts the samples of the rectangle in one table per channel, red first. Here the rectangle's right column and bottom
-// row are included; corners in any order, cut to the image. With `normalise` every bin is divided by the number of
-// pixels visited, which is the result. 0, when the image has not 1 or 3 channels or does not describe memory.
-int32_t ComputeHistogram(const void* samples, const Geometry& geometry, const ZelRect* rect, float* block,
-                         bool normalise, const Sampling& sampling);
+// The pixels that a rectangle measures: here its right column and bottom row are included; corners in any order, cut to
+// the image, the whole image for null. Never empty.
+Region MeasuredRegion(const ZelRect* rect, int32_t width, int32_t height);
+
+// Counts the samples of a region that is not empty in one table per channel, red first. With `normalise` every bin is
+// divided by the number of pixels visited, which is the result. 0 when the image has not 1 or 3 channels or there is no
+// block.
+template <class T>
+int32_t ComputeHistogram(const View<const T>& image, const Region& region, float* block, bool normalise,
+                         const Sampling& sampling);
 
 // Per channel, the first bins at which the cumulative share exceeds the low and then the high fraction; the high index
 // is always above the low one. Fractions outside [0, 1) and [0, 1] count as 0.01 and 0.99. `high` and `low` may be
@@ -41,8 +46,9 @@ bool HistogramPercentiles(const float* block, bool normalised, int32_t count, in
 
 // Channel means on the scale 0 to 255 at both depths, from a grid of 100 x 100 pixels or from every pixel. Outputs may
 // be null, not all. False, with nothing written, when there is nothing to measure.
-bool ChannelMeans(const void* samples, const Geometry& geometry, const ZelRect* rect, float* red, float* green,
-                  float* blue, bool everyPixel, const AppliedCurves* through = nullptr);
+template <class T>
+bool ChannelMeans(const View<const T>& image, const Region& region, float* red, float* green, float* blue,
+                  bool everyPixel, const AppliedCurves* through = nullptr);
 
 }  // namespace zel
 

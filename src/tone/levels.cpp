@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "core/channel_lut.h"
-
 namespace zel {
 
 LevelsCurve::LevelsCurve(int32_t last, int32_t white, int32_t black) : last_(last), white_(white), black_(black) {
@@ -27,20 +25,17 @@ int32_t LevelsCurve::operator()(int32_t i) const {
   return static_cast<int32_t>(std::min(v, static_cast<double>(last_)));
 }
 
-bool MakeLevelsLut(void* block, int32_t tables, int32_t bits, const int32_t* white, const int32_t* black) {
-  if (block == nullptr || white == nullptr || black == nullptr || (bits != 8 && bits != 16)) return false;
-  for (int32_t k = 0; k < tables; ++k) {
-    const int32_t last = bits == 8 ? 255 : 65535;
-    const LevelsCurve curve(last, white[k], black[k]);
-    for (int32_t i = 0; i <= last; ++i) {
-      if (bits == 8) {
-        static_cast<uint8_t*>(block)[k * kLutEntries8 + i] = static_cast<uint8_t>(curve(i));
-      } else {
-        static_cast<uint16_t*>(block)[k * kLutEntries16 + i] = static_cast<uint16_t>(curve(i));
-      }
-    }
+template <class T>
+bool MakeLevelsLut(Curves<T> curves, const int32_t* white, const int32_t* black) {
+  if (curves.block == nullptr || white == nullptr || black == nullptr) return false;
+  for (int32_t k = 0; k < curves.tables; ++k) {
+    const LevelsCurve curve(kLast<T>, white[k], black[k]);
+    for (int32_t i = 0; i <= kLast<T>; ++i) curves.Table(k)[i] = static_cast<T>(curve(i));
   }
   return true;
 }
+
+template bool MakeLevelsLut(Curves<uint8_t>, const int32_t*, const int32_t*);
+template bool MakeLevelsLut(Curves<uint16_t>, const int32_t*, const int32_t*);
 
 }  // namespace zel

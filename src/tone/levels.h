@@ -2,7 +2,7 @@
 #ifndef ZEL_TONE_LEVELS_H_
 #define ZEL_TONE_LEVELS_H_
 
-#include <cstdint>
+#include "core/channel_lut.h"
 
 namespace zel {
 
@@ -17,9 +17,10 @@ class LevelsCurve {
   float scale_;  // single precision is part of the curve's definition
 };
 
-// Fills `tables` tables of an 8- or 16-bit block, each from its own white and black point on the block's scale. False,
-// with nothing written, when a pointer is null or bits is neither 8 nor 16.
-bool MakeLevelsLut(void* block, int32_t tables, int32_t bits, const int32_t* white, const int32_t* black);
+// Fills the tables, each from its own white and black point on the scale of their depth. False, with nothing written,
+// when a pointer is null.
+template <class T>
+bool MakeLevelsLut(Curves<T> curves, const int32_t* white, const int32_t* black);
 
 }  // namespace zel
 

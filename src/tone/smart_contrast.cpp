@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "core/channel_lut.h"
+#include "core/reduce.h"
 #include "core/rounding.h"
 #include "core/work_time.h"
 #include "tone/levels.h"
@@ -37,35 +37,42 @@ int32_t SmartContrastLevel(int32_t strength) {
   return Saturated(s < 50 ? 2 * s : s < 90 ? (2 * (5 * s - 250)) / 4 + 100 : 2 * (5 * s - 350));
 }
 
-bool SmartContrastCurve(const void* samples, const Geometry& geometry, const ZelRect* rect, int32_t level, void* block,
-                        int32_t tables, int32_t blockBits, const AppliedCurves* through) {
-  if (samples == nullptr || block == nullptr || (geometry.channels != 1 && geometry.channels != 3)) return false;
-  if (tables < 1 || tables > 3 || (blockBits != 8 && blockBits != 16)) return false;
-  MakeIdentityLut(block, tables, blockBits);
+template <class T, class B>
+bool SmartContrastCurve(const View<const T>& image, const Region& measured, int32_t level, Curves<B> curves,
+                        const AppliedCurves* through) {
+  if (curves.block == nullptr || curves.tables < 1 || curves.tables > 3) return false;
+  if (image.channels != 1 && image.channels != 3) return false;
+  FillIdentity(curves);
 
   float histogram[3 * kBins];
   int32_t high[3], low[3];
-  if (ComputeHistogram(samples, geometry, rect, histogram, true, {false, 300, 300, through}) == 0) return false;
-  if (!HistogramPercentiles(histogram, true, 0, geometry.channels, high, low, 0.995, 0.005)) return false;
-  const int32_t widest = *std::max_element(high, high + geometry.channels);
-  const int32_t darkest = *std::min_element(low, low + geometry.channels);
+  const Sampling sampling{false, kMeasuredExtent, kMeasuredExtent, through};
+  if (ComputeHistogram(image, measured, histogram, true, sampling) == 0) return false;
+  if (!HistogramPercentiles(histogram, true, 0, image.channels, high, low, 0.995, 0.005)) return false;
+  const int32_t widest = *std::max_element(high, high + image.channels);
+  const int32_t darkest = *std::min_element(low, low + image.channels);
   const Points points = Moderated({std::max(widest, 128), std::min(darkest, 127)}, std::min(level, kMostLevel));
 
-  const int32_t scale = blockBits == 8 ? 1 : 257;
-  const int32_t white = Saturated(points.white * scale), black = Saturated(points.black * scale);
+  const int32_t white = Saturated(points.white * kLevelStep<B>), black = Saturated(points.black * kLevelStep<B>);
   const int32_t whites[3] = {white, white, white}, blacks[3] = {black, black, black};
-  return MakeLevelsLut(block, tables, blockBits, whites, blacks);
+  return MakeLevelsLut(curves, whites, blacks);
 }
 
-bool SmartContrastLut(const ImageDesc* source, const ZelRect* rect, int32_t level, void* block, int32_t tables,
-                      int32_t blockBits, const AppliedCurves* through) {
-  if (!IsUsable(source)) return false;
-  return SmartContrastCurve(source->data, GeometryOf(*source), rect, level, block, tables, blockBits, through);
+template <class B>
+bool SmartContrastLut(const ImageDesc* source, const ZelRect* rect, int32_t level, Curves<B> curves,
+                      const AppliedCurves* through) {
+  return WithView(source, [&](const auto& image) {
+    return SmartContrastCurve(image, MeasuredRegion(rect, image.width, image.height), level, curves, through);
+  });
 }
+
+template bool SmartContrastLut(const ImageDesc*, const ZelRect*, int32_t, Curves<uint8_t>, const AppliedCurves*);
+template bool SmartContrastLut(const ImageDesc*, const ZelRect*, int32_t, Curves<uint16_t>, const AppliedCurves*);
 
 bool SmartContrastTables(const ImageDesc* source, int32_t strength, const ZelRect* rect, uint8_t* block) {
-  if (strength != 0 && SmartContrastLut(source, rect, SmartContrastLevel(strength), block, 3, 8)) return true;
-  MakeIdentityLut(block, 3, 8);
+  const Curves<uint8_t> curves{block, 3};
+  if (strength != 0 && SmartContrastLut(source, rect, SmartContrastLevel(strength), curves)) return true;
+  FillIdentity(curves);
   return strength == 0;
 }
 
@@ -74,7 +81,7 @@ bool SmartContrast(const ImageDesc* source, const ImageDesc* destination, int32_
   const WorkTime time;
   uint8_t block[3 * kLutEntries8];
   if (!SmartContrastTables(source, strength, nullptr, block)) return false;
-  const bool done = ApplyChannelLut(source, destination, rect, block, 3, 8);
+  const bool done = ApplyChannelLut(source, destination, rect, Curves<uint8_t>{block, 3});
   time.Report();
   return done;
 }

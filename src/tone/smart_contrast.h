@@ -6,14 +6,16 @@
 
 namespace zel {
 
-// Fills `tables` tables with the stretch for the pixels of the rectangle. Level 0 is the identity, 100 the full stretch
+// Fills 1 to 3 tables with the stretch for the pixels of the rectangle. Level 0 is the identity, 100 the full stretch
 // to the darkest and brightest half per cent, 400 (the most) a threshold at mid-grey. 1 and 3 channels, 8 and 16 bits;
 // the points of a 16-bit block are scaled to its range. False when the image cannot be measured or the block is null;
 // the block may then hold the identity. `through` measures the image as if those curves had been applied to it.
-bool SmartContrastLut(const ImageDesc* source, const ZelRect* rect, int32_t level, void* block, int32_t tables,
-                      int32_t blockBits, const AppliedCurves* through = nullptr);
-bool SmartContrastCurve(const void* samples, const Geometry& geometry, const ZelRect* rect, int32_t level, void* block,
-                        int32_t tables, int32_t blockBits, const AppliedCurves* through = nullptr);
+template <class B>
+bool SmartContrastLut(const ImageDesc* source, const ZelRect* rect, int32_t level, Curves<B> curves,
+                      const AppliedCurves* through = nullptr);
+template <class T, class B>
+bool SmartContrastCurve(const View<const T>& image, const Region& measured, int32_t level, Curves<B> curves,
+                        const AppliedCurves* through = nullptr);
 
 // The level behind a host's strength of 1 to 100: doubled up to the full stretch at 50, then steeper.
 int32_t SmartContrastLevel(int32_t strength);

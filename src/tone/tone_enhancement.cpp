@@ -18,35 +18,37 @@ namespace {
 
 constexpr size_t kBlockBytes = 3 * kLutEntries8;
 
-bool ChainGamma(double gamma, uint8_t* block) {
+bool ChainGamma(double gamma, Curves<uint8_t> curves) {
   const float g = static_cast<float>(gamma);
   const float gammas[3] = {g, g, g};
-  uint8_t second[kBlockBytes];
-  return MakeGammaLut(second, 3, 8, gammas) && ComposeChannelLut(block, 3, 8, second, 3, 8);
+  uint8_t block[kBlockBytes];
+  const Curves<uint8_t> second{block, 3};
+  return MakeGammaLut(second, gammas) && ComposeChannelLut(curves, second);
 }
 
-bool AutoCurve(const ImageDesc* source, const ZelRect* rect, int32_t core, uint8_t* block) {
-  return AutoToneCurve(source, rect, 0.5, 100, core, block, 3, 8);
+bool AutoCurve(const ImageDesc* source, const ZelRect* rect, int32_t core, Curves<uint8_t> curves) {
+  return AutoToneCurve(source, rect, 0.5, 100, core, curves);
 }
 
 bool Brightness(const ImageDesc* source, const ZelRect* rect, const AppliedCurves* through, double* mean) {
   float red, green, blue;
-  if (!ChannelMeans(source->data, GeometryOf(*source), rect, &red, &green, &blue, false, through)) return false;
-  *mean = (static_cast<double>(red) + green + blue) * 0.33333334;
-  return true;
+  const bool done = WithView(source, [&](const auto& image) {
+    return ChannelMeans(image, MeasuredRegion(rect, image.width, image.height), &red, &green, &blue, false, through);
+  });
+  if (done) *mean = (static_cast<double>(red) + green + blue) * 0.33333334;
+  return done;
 }
 
 // Style 1: a curve for light pictures. Where it brightened the picture all the same, a gamma takes that back.
-bool LightStyle(const ImageDesc* source, const ZelRect* rect, uint8_t* block) {
+bool LightStyle(const ImageDesc* source, const ZelRect* rect, Curves<uint8_t> curves) {
   double before, after;
-  if (!IsUsable(source) || !Brightness(source, rect, nullptr, &before)) return false;
-  if (!AutoCurve(source, rect, kToneLight, block)) return false;
+  if (!Brightness(source, rect, nullptr, &before) || !AutoCurve(source, rect, kToneLight, curves)) return false;
   // The histogram includes the rectangle's right column and bottom row, the curve does not.
-  const AppliedCurves curves{block, ClampedRegion(rect, source->width, source->height)};
-  if (!Brightness(source, rect, &curves, &after)) return false;
+  const AppliedCurves applied{curves, ClampedRegion(rect, source->width, source->height)};
+  if (!Brightness(source, rect, &applied, &after)) return false;
   if (after <= before) return true;
   if (before == 0.0) {
-    MakeIdentityLut(block, 3, 8);
+    FillIdentity(curves);
     return true;
   }
   // The second logarithm takes the mean on its scale of 0 to 255, so that the quotient is negative and the limit of 0.5
@@ -54,7 +56,7 @@ bool LightStyle(const ImageDesc* source, const ZelRect* rect, uint8_t* block) {
   double gamma = std::log(after * 0.00392156862745098) / std::log(before);
   if (gamma > 1.0) gamma = 1.0;
   if (!(gamma >= 0.5)) gamma = 0.5;
-  return ChainGamma(gamma, block);
+  return ChainGamma(gamma, curves);
 }
 
 // Per cent of the curve that is used.
@@ -65,55 +67,55 @@ int32_t BlendPercent(int32_t flag, int32_t style, int32_t strength) {
   return static_cast<int32_t>(s <= 75 ? 2 * s - 50 : 100);
 }
 
-bool EqualizingCurve(const ImageDesc* source, int32_t flag, int32_t style, const ZelRect* rect, uint8_t* block) {
+bool EqualizingCurve(const ImageDesc* source, int32_t flag, int32_t style, const ZelRect* rect,
+                     Curves<uint8_t> curves) {
   switch (style) {
     case 0:
-      return AutoCurve(source, rect, flag == 1 ? kToneMiddle : kToneChosen, block);
+      return AutoCurve(source, rect, flag == 1 ? kToneMiddle : kToneChosen, curves);
     case 1:
-      return LightStyle(source, rect, block);
+      return LightStyle(source, rect, curves);
     case 2:
-      return AutoCurve(source, rect, kToneNormal, block);
+      return AutoCurve(source, rect, kToneNormal, curves);
     case 3:
-      return AutoCurve(source, rect, kToneMiddle, block);
+      return AutoCurve(source, rect, kToneMiddle, curves);
     case 5:
-      return AutoCurve(source, rect, kToneDark, block);
+      return AutoCurve(source, rect, kToneDark, curves);
     default:
       return false;
   }
 }
 
 bool EqualizingStyle(const ImageDesc* source, int32_t flag, int32_t style, int32_t strength, const ZelRect* rect,
-                     uint8_t* block) {
+                     Curves<uint8_t> curves) {
   uint8_t identity[kBlockBytes];
-  MakeIdentityLut(identity, 3, 8);
+  FillIdentity(Curves<uint8_t>{identity, 3});
   if (strength == 0) {
-    MakeIdentityLut(block, 3, 8);
+    FillIdentity(curves);
     return true;
   }
-  if (!EqualizingCurve(source, flag, style, rect, block)) return false;
+  if (!EqualizingCurve(source, flag, style, rect, curves)) return false;
   const int32_t percent = BlendPercent(flag, style, strength);
-  if (percent != 100) PullTowards(block, identity, kBlockBytes, percent);
-  return style != 1 || strength < 76 || ChainGamma(1.75 - 0.01 * strength, block);
+  if (percent != 100) PullTowards(curves.block, identity, kBlockBytes, percent);
+  return style != 1 || strength < 76 || ChainGamma(1.75 - 0.01 * strength, curves);
 }
 
 // Levels by the whole picture's percentiles, one pair for all channels, then a gamma.
-bool LevelsAndGamma(const ImageDesc* source, double gamma, uint8_t* block) {
-  if (!IsUsable(source) || ChannelsOf(source->format) != 3) return false;
+bool LevelsAndGamma(const ImageDesc* source, double gamma, Curves<uint8_t> curves) {
   float histogram[3 * kBins];
   int32_t high[3], low[3];
-  if (ComputeHistogram(source->data, GeometryOf(*source), nullptr, histogram, true, {false, 500, 500}) == 0 ||
-      !HistogramPercentiles(histogram, true, 0, 3, high, low, 0.99, 0.01)) {
-    return false;
-  }
+  const bool measured = WithView(source, [&](const auto& image) {
+    return image.channels == 3 && ComputeHistogram(image, image.Whole(), histogram, true, {false, 500, 500}) != 0;
+  });
+  if (!measured || !HistogramPercentiles(histogram, true, 0, 3, high, low, 0.99, 0.01)) return false;
   const int32_t white = std::max({high[0], high[1], high[2]});
   // Red decides unless it is above both others; not the smallest of the three.
   const int32_t black = std::min(low[0], std::max(low[1], low[2]));
   const int32_t whites[3] = {white, white, white}, blacks[3] = {black, black, black};
-  return MakeLevelsLut(block, 3, 8, whites, blacks) && ChainGamma(gamma, block);
+  return MakeLevelsLut(curves, whites, blacks) && ChainGamma(gamma, curves);
 }
 
-bool LevelsGammaStyle(const ImageDesc* source, int32_t strength, uint8_t* block) {
-  return LevelsAndGamma(source, strength <= 50 ? 0.8 + 0.008 * strength : 0.4 + 0.016 * strength, block);
+bool LevelsGammaStyle(const ImageDesc* source, int32_t strength, Curves<uint8_t> curves) {
+  return LevelsAndGamma(source, strength <= 50 ? 0.8 + 0.008 * strength : 0.4 + 0.016 * strength, curves);
 }
 
 struct Chain {
@@ -129,24 +131,26 @@ Chain ChainOf(int64_t s) {
   return {3.5, s - 10};
 }
 
-bool ContrastStyle(const ImageDesc* source, int32_t strength, const ZelRect* rect, uint8_t* block) {
+bool ContrastStyle(const ImageDesc* source, int32_t strength, const ZelRect* rect, Curves<uint8_t> curves) {
   const Chain chain = ChainOf(strength);
-  if (!LevelsAndGamma(source, chain.gamma, block)) return false;
+  if (!LevelsAndGamma(source, chain.gamma, curves)) return false;
   // The contrast is that of the picture as the curve so far has made it, the whole of it.
-  const AppliedCurves curves{block, {0, 0, source->width, source->height}};
+  const AppliedCurves applied{curves, {0, 0, source->width, source->height}};
   const int32_t level = SmartContrastLevel(static_cast<int32_t>(chain.contrast));
-  uint8_t second[kBlockBytes];
-  return SmartContrastLut(source, rect, level, second, 3, 8, &curves) && ComposeChannelLut(block, 3, 8, second, 3, 8);
+  uint8_t block[kBlockBytes];
+  const Curves<uint8_t> second{block, 3};
+  return SmartContrastLut(source, rect, level, second, &applied) && ComposeChannelLut(curves, second);
 }
 
 }  // namespace
 
 bool ToneEnhancementLut(const ImageDesc* source, int32_t flag, int32_t style, int32_t strength, const ZelRect* rect,
                         uint8_t* block) {
-  const bool success = style == 6   ? ContrastStyle(source, strength, rect, block)
-                       : style == 4 ? LevelsGammaStyle(source, strength, block)
-                                    : EqualizingStyle(source, flag, style, strength, rect, block);
-  if (!success) MakeIdentityLut(block, 3, 8);
+  const Curves<uint8_t> curves{block, 3};
+  const bool success = style == 6   ? ContrastStyle(source, strength, rect, curves)
+                       : style == 4 ? LevelsGammaStyle(source, strength, curves)
+                                    : EqualizingStyle(source, flag, style, strength, rect, curves);
+  if (!success) FillIdentity(curves);
   return success;
 }
 
@@ -155,7 +159,7 @@ bool ToneEnhancement(const ImageDesc* source, const ImageDesc* destination, int3
   const WorkTime time;
   uint8_t block[kBlockBytes];
   if (!ToneEnhancementLut(source, flag, style, strength, nullptr, block)) return false;
-  const bool done = ApplyChannelLut(source, destination, rect, block, 3, 8);
+  const bool done = ApplyChannelLut(source, destination, rect, Curves<uint8_t>{block, 3});
   time.Report();
   return done;
 }

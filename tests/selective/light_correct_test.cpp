@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "color/linear_light.h"
+#include "selective/light_estimate.h"
 #include "support/images.h"
 
 namespace zel::test {

@@ -10,7 +10,7 @@
 
 #include "core/reduce.h"
 #include "photographs.h"
-#include "selective/light_correct.h"
+#include "selective/light_estimate.h"
 
 using namespace zel::measure;
 

@@ -1,0 +1,22 @@
+// Which light fell on a photograph.
+#ifndef ZEL_SELECTIVE_LIGHT_ESTIMATE_H_
+#define ZEL_SELECTIVE_LIGHT_ESTIMATE_H_
+
+#include "core/view.h"
+
+namespace zel {
+
+// Red, green and blue in linear light: the colour in which a bright, neutral surface of the picture appears, each 0 to
+// 1. A grey when nothing speaks for coloured light.
+struct LightColour {
+  double red, green, blue;
+};
+
+// Estimates the light on a picture of three channels: the brightest pixels, as several measures see them,
+// those trusted most that come nearest to neutral; then once more among the pixels that look neutral under that light.
+// docs/light-correct.md has the reasons and the measurements.
+LightColour EstimateLight(const View<const uint8_t>& image);
+
+}  // namespace zel
+
+#endif  // ZEL_SELECTIVE_LIGHT_ESTIMATE_H_
