@@ -68,7 +68,7 @@ void RaisedRegion(const Canvas& c, ColourRegion region, int32_t tolerance) {
   const float gamma[3] = {1.1f, 1.1f, 1.1f};
   BuildRegionHueMask(c.source, c.mask, nullptr, region, tolerance, 192);
   uint32_t histogram[101];
-  MeasureSaturation(c.source->data, GeometryOf(*c.source), c.mask->data, 96, histogram);
+  MeasureSaturation(ViewOf<const uint8_t>(*c.source), ViewOf<uint8_t>(*c.mask), 96, histogram);
   ApplyHueSaturation(c.source, c.destination, nullptr, 0, 80, true);
   GammaCorrect(c.destination, c.destination, nullptr, gamma);
   GaussianBlur(c.destination, c.destination, nullptr, 0.5);

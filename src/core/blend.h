@@ -35,8 +35,8 @@ bool StrengthBlend(const ImageDesc* effect, const ImageDesc* base, const ImageDe
 // its identity, or beyond the table above 100 per cent.
 void PullTowards(uint8_t* values, const uint8_t* neutral, size_t count, int32_t percent);
 
-// MaskBlend row by row, for operations whose effect exists only a row or a part of one at a time. Weights are one byte a
-// pixel; `out` may be `base` or `effect`.
+// MaskBlend row by row, for operations whose effect exists only a row or a part of one at a time. Weights are one byte
+// a pixel; `out` may be `base` or `effect`.
 class RowBlend {
  public:
   static constexpr int32_t kTile = 256;  // pixels whose effect and weights stay in the first-level cache

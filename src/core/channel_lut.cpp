@@ -61,8 +61,7 @@ struct LutRows {
 
 // Tables in red, green, blue order at the image's depth.
 template <class T>
-void MapRegion(const Source<T>& source, const View<T>& destination, const Region& region,
-               const T* const tables[3]) {
+void MapRegion(const Source<T>& source, const View<T>& destination, const Region& region, const T* const tables[3]) {
   const LutRows rows;
   const size_t channels = source.channels;
   // One table stays in the cache where three do not, but finding out that large ones are equal takes as long as mapping
@@ -160,7 +159,8 @@ bool ComposeChannelLut(Curves<T> target, const Curves<B>& second) {
 template bool ApplyChannelLutRaw(const Source<uint8_t>&, const View<uint8_t>&, const Region&, const Curves<uint8_t>&);
 template bool ApplyChannelLutRaw(const Source<uint8_t>&, const View<uint8_t>&, const Region&, const Curves<uint16_t>&);
 template bool ApplyChannelLutRaw(const Source<uint16_t>&, const View<uint16_t>&, const Region&, const Curves<uint8_t>&);
-template bool ApplyChannelLutRaw(const Source<uint16_t>&, const View<uint16_t>&, const Region&, const Curves<uint16_t>&);
+template bool ApplyChannelLutRaw(const Source<uint16_t>&, const View<uint16_t>&, const Region&,
+                                 const Curves<uint16_t>&);
 template bool ApplyChannelLut(const ImageDesc*, const ImageDesc*, const ZelRect*, const Curves<uint8_t>&);
 template bool ApplyChannelLut(const ImageDesc*, const ImageDesc*, const ZelRect*, const Curves<uint16_t>&);
 template bool ComposeChannelLut(Curves<uint8_t>, const Curves<uint8_t>&);

@@ -132,8 +132,7 @@ bool CopySource(const ImageDesc* source, const ImageDesc* destination, const Zel
   if (rect != nullptr) {
     CopyImageRect(*destination, *source, rect);
   } else {
-    CopyBytes(*source, *destination,
-              std::min(GeometryOf(*source).SampleCount(), GeometryOf(*destination).ByteCount()));
+    CopyBytes(*source, *destination, std::min(GeometryOf(*source).SampleCount(), GeometryOf(*destination).ByteCount()));
   }
   return true;
 }

@@ -27,12 +27,7 @@ struct View {
 
   View() = default;
   View(T* samples, int32_t columns, int32_t rows, int32_t samplesPerPixel, int32_t step, bool isBlueFirst)
-      : data(samples),
-        width(columns),
-        height(rows),
-        channels(samplesPerPixel),
-        stride(step),
-        blueFirst(isBlueFirst) {}
+      : data(samples), width(columns), height(rows), channels(samplesPerPixel), stride(step), blueFirst(isBlueFirst) {}
   // What may be written may be read.
   template <class U, class = std::enable_if_t<std::is_same<const U, T>::value && !std::is_same<U, T>::value>>
   View(const View<U>& other)

@@ -32,8 +32,7 @@ auto PushRowOf(const UnsharpKernels& kernels, const uint16_t*) {
 }
 
 template <class T>
-bool Process(const Source<T>& source, const View<T>& destination, const ZelRect* rect, const Push& push,
-             double sigma) {
+bool Process(const Source<T>& source, const View<T>& destination, const ZelRect* rect, const Push& push, double sigma) {
   if (source.channels != 1 && source.channels != 3) return false;
   const Region region = ClampedRegion(rect, source);
   BlurWeights weights;

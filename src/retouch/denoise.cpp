@@ -25,7 +25,8 @@ void CopyPlane(const Channel& channel) {
   for (int32_t y = 0; y < channel.source.height; ++y) {
     const size_t first = channel.source.RowOffset(y) + channel.offset;
     const size_t count = channel.InMemory(0, y, channel.source.width);
-    for (size_t x = 0; x < count; ++x) channel.destination.data[first + x * step] = channel.source.data[first + x * step];
+    for (size_t x = 0; x < count; ++x)
+      channel.destination.data[first + x * step] = channel.source.data[first + x * step];
   }
 }
 

@@ -79,9 +79,9 @@ bool ForEachSoftTile(const View<const uint8_t>& source, const Region& region, in
 
 bool SoftenInto(const View<const uint8_t>& source, const View<uint8_t>& output, const Region& region, int32_t k,
                 bool lifted) {
-  return ForEachSoftTile(
-      source, region, k, lifted,
-      [&](int32_t, size_t, size_t offset, size_t, const auto& soften) { soften(output.data + offset); });
+  return ForEachSoftTile(source, region, k, lifted, [&](int32_t, size_t, size_t offset, size_t, const auto& soften) {
+    soften(output.data + offset);
+  });
 }
 
 // Tenths of a pixel for a level.
@@ -98,7 +98,8 @@ bool SkinClearCorrect(const ImageDesc* source, const ImageDesc* destination, con
     if constexpr (sizeof(*in.data) == 1) {
       const Region region = GivenRegion(rect, in);
       Mask mask;
-      if (mask.BuildSkin(in, region, point, 255, 1.5) && SkinClearBlend(in, out, region, mask.weights(), k)) return true;
+      if (mask.BuildSkin(in, region, point, 255, 1.5) && SkinClearBlend(in, out, region, mask.weights(), k))
+        return true;
     }
     CopySamples(in, out);
     return false;
@@ -115,11 +116,11 @@ bool SkinClearBlend(const View<const uint8_t>& source, const View<uint8_t>& dest
                     const View<const uint8_t>& mask, int32_t k) {
   if (source.channels != 3) return false;
   const RowBlend mix(kMix, 3);
-  return ForEachSoftTile(
-      source, region, k, true, [&](int32_t y, size_t first, size_t offset, size_t count, const auto& soften) {
-        mix.Tile(source.data + offset, mask.At(region.left, y) + first / 3, destination.data + offset, count / 3,
-                 soften);
-      });
+  return ForEachSoftTile(source, region, k, true,
+                         [&](int32_t y, size_t first, size_t offset, size_t count, const auto& soften) {
+                           mix.Tile(source.data + offset, mask.At(region.left, y) + first / 3,
+                                    destination.data + offset, count / 3, soften);
+                         });
 }
 
 bool SkinClearSmooth(const View<const uint8_t>& source, const View<uint8_t>& output, const Region& region, int32_t k) {

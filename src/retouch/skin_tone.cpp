@@ -83,10 +83,10 @@ Rgb ComplementTarget(const SkinPercentages& percentages) {
 
 bool SamplePixel(const ImageDesc* image, int32_t x, int32_t y, Rgb* colour) {
   return colour != nullptr && WithView(image, [&](const auto& view) {
-    if (!IsInside({x, y}, view) || (view.channels != 1 && view.channels != 3)) return false;
-    *colour = ColourAt(view, x, y);
-    return true;
-  });
+           if (!IsInside({x, y}, view) || (view.channels != 1 && view.channels != 3)) return false;
+           *colour = ColourAt(view, x, y);
+           return true;
+         });
 }
 
 bool InitialPercentages(const ImageDesc* image, const ZelPoint* point, SkinPercentages* percentages) {

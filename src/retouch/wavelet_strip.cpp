@@ -96,7 +96,8 @@ void WaveletStrip::LoadRow(ptrdiff_t y) {
     ptrdiff_t x = first;
     if (inside > first) {
       const size_t count = channel.InMemory(first, y, inside - first);
-      const uint8_t* const in = channel.source.data + channel.source.RowOffset(static_cast<int32_t>(y)) + channel.offset;
+      const uint8_t* const in =
+          channel.source.data + channel.source.RowOffset(static_cast<int32_t>(y)) + channel.offset;
       AskFor(channel.source.data + channel.Ahead(y) + first * step, count * step);
       kernels_->SplitBytes(in + first * step, step, low_, high_, count / 2);
       if (count % 2 != 0) low_[count / 2] = in[(first + count - 1) * step];

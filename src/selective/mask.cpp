@@ -20,9 +20,9 @@ bool Mask::BuildFromHues(const View<const uint8_t>& image, const Region& region,
 bool Mask::BuildSkin(const View<const uint8_t>& image, const Region& region, const ZelPoint* point, int32_t maximum,
                      double sigma) {
   if (image.channels != 3) return false;
-  const bool built = point != nullptr ? BuildFromPoint(image, region, *point, maximum, kFixedPickTolerance)
-                                      : Allocate(image.width, image.height) &&
-                                            BuildHueWeightMaskRaw(image, weights_, region, maximum);
+  const bool built =
+      point != nullptr ? BuildFromPoint(image, region, *point, maximum, kFixedPickTolerance)
+                       : Allocate(image.width, image.height) && BuildHueWeightMaskRaw(image, weights_, region, maximum);
   return built && Blur(region, sigma);
 }
 

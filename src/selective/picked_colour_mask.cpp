@@ -136,8 +136,8 @@ bool BuildPickedColourMaskRaw(const View<const T>& image, const View<M>& mask, c
   return sizeof(T) == 2 || sizeof(M) == 1;
 }
 
-template bool BuildPickedColourMaskRaw(const View<const uint8_t>&, const View<uint8_t>&, const Region&,
-                                       const ZelPoint&, int32_t, const PickTolerance&);
+template bool BuildPickedColourMaskRaw(const View<const uint8_t>&, const View<uint8_t>&, const Region&, const ZelPoint&,
+                                       int32_t, const PickTolerance&);
 template bool BuildPickedColourMaskRaw(const View<const uint16_t>&, const View<uint8_t>&, const Region&,
                                        const ZelPoint&, int32_t, const PickTolerance&);
 

@@ -9,11 +9,12 @@ namespace {
 
 bool HueSatAt(const ImageDesc* source, const ZelPoint* point, HueSat* result) {
   return point != nullptr && WithView(source, [&](const auto& image) {
-    if (image.channels < 3 || !IsInside(*point, image)) return false;
-    const Rgb c = ColourAt(image, point->x, point->y);
-    *result = sizeof(*image.data) == 1 ? PixelHueSat(c.red, c.green, c.blue) : PixelHueSat16(c.red, c.green, c.blue);
-    return true;
-  });
+           if (image.channels < 3 || !IsInside(*point, image)) return false;
+           const Rgb c = ColourAt(image, point->x, point->y);
+           *result =
+               sizeof(*image.data) == 1 ? PixelHueSat(c.red, c.green, c.blue) : PixelHueSat16(c.red, c.green, c.blue);
+           return true;
+         });
 }
 
 }  // namespace

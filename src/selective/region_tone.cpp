@@ -40,8 +40,8 @@ bool ToneEnhanceInRegion(const Source<T>& source, const View<T>& destination, co
   return true;
 }
 
-template bool ToneEnhanceInRegion(const Source<uint8_t>&, const View<uint8_t>&, const Region&, const ZelPoint&,
-                                  int32_t, double);
+template bool ToneEnhanceInRegion(const Source<uint8_t>&, const View<uint8_t>&, const Region&, const ZelPoint&, int32_t,
+                                  double);
 template bool ToneEnhanceInRegion(const Source<uint16_t>&, const View<uint16_t>&, const Region&, const ZelPoint&,
                                   int32_t, double);
 

@@ -19,8 +19,8 @@ bool SeededToneEnhance(const ImageDesc* source, const ImageDesc* destination, co
 bool RegionTone(const ImageDesc* source, const ImageDesc* destination, ColourRegion region, const ZelPoint* point,
                 int32_t amount, const ZelRect* rect);
 
-// The same on samples and without the copy: every pixel of the region goes through the mask, which is blurred by `sigma`
-// pixels, or not at all for 0.
+// The same on samples and without the copy: every pixel of the region goes through the mask, which is blurred by
+// `sigma` pixels, or not at all for 0.
 template <class T>
 bool ToneEnhanceInRegion(const Source<T>& source, const View<T>& destination, const Region& region,
                          const ZelPoint& point, int32_t amount, double sigma);

@@ -54,8 +54,8 @@ int32_t LuminanceHistogram(const View<const uint8_t>& image, const Region& regio
     const uint8_t* const row = image.data + image.RowOffset(static_cast<int32_t>(y));
     for (int64_t x = region.left; x < region.right; x += columnStep, ++count) {
       const uint8_t* const p = row + x * image.channels;
-      ++apart[count % 2][image.channels == 1 ? red[p[0]]
-                                             : (38 * red[p[redAt]] + 75 * green[p[1]] + 15 * blue[p[2 - redAt]]) >> 7];
+      ++apart[count % 2]
+             [image.channels == 1 ? red[p[0]] : (38 * red[p[redAt]] + 75 * green[p[1]] + 15 * blue[p[2 - redAt]]) >> 7];
     }
   }
   for (int32_t i = 0; i < kBins; ++i) bins[i] = apart[0][i] + apart[1][i];
@@ -252,7 +252,6 @@ template bool AutoToneCurve(const ImageDesc*, const ZelRect*, double, int32_t, i
 template int32_t ClassifyExposure(const View<const uint8_t>&);
 template int32_t ClassifyExposure(const View<const uint16_t>&);
 template bool EqualizeToneCurve(const View<const uint8_t>&, const Region&, double, int32_t, int32_t, Curves<uint8_t>);
-template bool EqualizeToneCurve(const View<const uint16_t>&, const Region&, double, int32_t, int32_t,
-                                Curves<uint16_t>);
+template bool EqualizeToneCurve(const View<const uint16_t>&, const Region&, double, int32_t, int32_t, Curves<uint16_t>);
 
 }  // namespace zel

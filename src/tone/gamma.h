@@ -6,9 +6,9 @@
 
 namespace zel {
 
-// Fills 1 or 3 tables from `gamma`, one value per table. Above 1 brightens; a negative gamma counts as 1, and so does one
-// that is not a number. The ends of a curve stay where they are. False, with nothing written, on other counts or a null
-// pointer.
+// Fills 1 or 3 tables from `gamma`, one value per table. Above 1 brightens; a negative gamma counts as 1, and so does
+// one that is not a number. The ends of a curve stay where they are. False, with nothing written, on other counts or a
+// null pointer.
 template <class T>
 bool MakeGammaLut(Curves<T> curves, const float* gamma);
 

@@ -24,7 +24,7 @@ int32_t Step(int32_t extent, int32_t target) {
 Grid GridOf(const Region& region, const Sampling& sampling) {
   const int32_t columnStep = sampling.everyPixel ? 1 : Step(region.Width(), sampling.columns);
   const int32_t rowStep = sampling.everyPixel ? 1 : Step(region.Height(), sampling.rows);
-  return {region.left, region.top,  (region.Width() - 1) / columnStep + 1, (region.Height() - 1) / rowStep + 1,
+  return {region.left, region.top, (region.Width() - 1) / columnStep + 1, (region.Height() - 1) / rowStep + 1,
           columnStep,  rowStep};
 }
 

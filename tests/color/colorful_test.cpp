@@ -21,13 +21,14 @@ using Lattice = std::vector<uint8_t>;
 
 Lattice Identity() {
   Lattice lattice(kLatticeSamples);
-  MakeColorLattice(lattice.data(), 8);
+  FillIdentityLattice(lattice.data());
   return lattice;
 }
 
 Lattice EstimatedFor(const TestImage& image, const ZelRect* rect = nullptr) {
   Lattice lattice(kLatticeSamples);
-  EXPECT_TRUE(EstimateColorfulLattice(image.desc()->data, GeometryOf(*image.desc()), rect, lattice.data()));
+  EXPECT_TRUE(
+      WithView(image.desc(), [&](const auto& view) { return EstimateColorfulLattice(view, rect, lattice.data()); }));
   return lattice;
 }
 
@@ -78,7 +79,7 @@ TestImage Grey(int red, int green, int blue, int bits = 8) {
 double Chroma(int red, int green, int blue) {
   const uint8_t pixel[3] = {static_cast<uint8_t>(red), static_cast<uint8_t>(green), static_cast<uint8_t>(blue)};
   float l, a, b;
-  RgbToLabPlanes(pixel, {1, 1, 3, 8, 3, false}, {&l, &a, &b});
+  RgbToLabPlanes(PackedView(pixel, 1, 1, 3), {&l, &a, &b});
   return std::sqrt(static_cast<double>(a) * a + static_cast<double>(b) * b);
 }
 
@@ -94,14 +95,17 @@ TEST(Lab, LargestChromaIsThatOfAllPixels) {
   for (int bits : {8, 16}) {
     for (uint32_t seed = 1; seed <= 20; ++seed) {
       const TestImage image({64, 9, 3, bits, true, 0}, seed);
-      const Geometry geometry = GeometryOf(*image.desc());
       std::vector<float> l(64 * 9), a(l), b(l);
-      RgbToLabPlanes(image.desc()->data, geometry, {l.data(), a.data(), b.data()});
-      double largest = 0;
+      double largest = 0, found = 0;
+      WithView(image.desc(), [&](const auto& view) {
+        RgbToLabPlanes(view, {l.data(), a.data(), b.data()});
+        found = LargestSquaredChroma(view, 1e9);
+        return true;
+      });
       for (size_t i = 0; i < l.size(); ++i) {
         largest = std::max(largest, static_cast<double>(a[i]) * a[i] + static_cast<double>(b[i]) * b[i]);
       }
-      EXPECT_EQ(LargestSquaredChroma(image.desc()->data, geometry, 1e9), largest);
+      EXPECT_EQ(found, largest);
     }
   }
 }
@@ -133,7 +137,7 @@ TEST(Colorful, GainBringsTheLargestChromaToFull) {
 
   const TestImage image({});
   Lattice lattice(kLatticeSamples);
-  EXPECT_FALSE(EstimateColorfulLattice(image.desc()->data, GeometryOf(*image.desc()), &outside, lattice.data()));
+  EXPECT_FALSE(EstimateColorfulLattice(image.view<const uint8_t>(), &outside, lattice.data()));
   EXPECT_EQ(lattice, Identity());
 }
 
@@ -166,8 +170,8 @@ TEST(Colorful, StrengthFadesAndSaturates) {
   };
   const auto saturated = [&](Lattice first, int saturation) {
     Lattice second = identity;
-    AdjustLatticeHueSaturation(second.data(), 8, 0, saturation);
-    ComposeColorLattices(first.data(), 8, second.data(), 8);
+    AdjustLatticeHueSaturation(second.data(), 0, saturation);
+    ComposeColorLattices(first.data(), second.data());
     return first;
   };
   EXPECT_EQ(lattice(0, 0), identity);

@@ -38,14 +38,15 @@ TestImage Reference(const TestImage& source, const TestImage& before, const ZelR
       mask[y * width + x] = static_cast<uint8_t>(std::min(std::max(sum / 22, 0), 255));
     }
   }
-  const Geometry plane = MaskGeometry(width, height);
-  GaussianBlurRaw(mask.data(), mask.data(), plane, &rect, amount < 100 ? 1.0 : amount * 0.01);
+  const View<uint8_t> plane = PackedView(mask.data(), width, height, 1);
+  GaussianBlurRaw(plane, plane, ClampedRegion(&rect, plane), amount < 100 ? 1.0 : amount * 0.01);
   float histogram[256];
   int32_t high[3], low[3];
-  ComputeHistogram(mask.data(), plane, &area, histogram, true, {false, 500, 500});
+  ComputeHistogram(View<const uint8_t>(plane), MeasuredRegion(&area, width, height), histogram, true,
+                   {false, 500, 500});
   HistogramPercentiles(histogram, true, 0, 1, high, low, 0.99, 0.01);
   high[1] = high[2] = low[1] = low[2] = 0;
-  HighlightShadowRaw(mask.data(), mask.data(), plane, &area, high, low, 255);
+  HighlightShadowRaw(plane, plane, ClampedRegion(&area, plane), high, low, 255);
   const float factor = static_cast<float>(amount * 0.01);
 
   TestImage result(before);

@@ -14,26 +14,28 @@ namespace {
 
 // Tables of either depth, with jumps up and down, each different.
 template <class T>
-std::vector<T> Curves(int tables) {
-  const size_t entries = sizeof(T) == 1 ? kLutEntries8 : kLutEntries16;
-  std::vector<T> block(tables * entries);
-  for (size_t i = 0; i < block.size(); ++i)
-    block[i] = static_cast<T>((i * 40503 + i / entries * 77) >> (sizeof(T) == 1 ? 3 : 2));
-  return block;
-}
+struct Block : std::vector<T> {
+  explicit Block(int tables) : std::vector<T>(static_cast<size_t>(tables) * Curves<T>::kEntries) {
+    for (size_t i = 0; i < this->size(); ++i) {
+      (*this)[i] = static_cast<T>((i * 40503 + i / Curves<T>::kEntries * 77) >> (sizeof(T) == 1 ? 3 : 2));
+    }
+  }
+  Curves<T> Tables(int tables) { return {this->data(), tables}; }
+};
 
 TEST(ChannelLut, KeepsTheImageLawsAtEveryDepthOfBlock) {
-  const std::vector<uint8_t> bytes = Curves<uint8_t>(3);
-  const std::vector<uint16_t> words = Curves<uint16_t>(3);
-  for (int bits : {8, 16}) {
-    for (int tables : {1, 2, 3}) {
-      const void* block = bits == 8 ? static_cast<const void*>(bytes.data()) : words.data();
-      ExpectImageLaws(
-          [=](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
-            return ApplyChannelLut(source, destination, rect, block, tables, bits) ? ZEL_OK : ZEL_REFUSED;
-          },
-          CommonShapes());
-    }
+  Block<uint8_t> bytes(3);
+  Block<uint16_t> words(3);
+  const auto keepLaws = [](const auto& curves) {
+    ExpectImageLaws(
+        [&](const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect) {
+          return ApplyChannelLut(source, destination, rect, curves) ? ZEL_OK : ZEL_REFUSED;
+        },
+        CommonShapes());
+  };
+  for (int tables : {1, 2, 3}) {
+    keepLaws(bytes.Tables(tables));
+    keepLaws(words.Tables(tables));
   }
 }
 
@@ -44,7 +46,10 @@ TEST(ChannelLut, IdentityOfEitherDepthChangesNothing) {
       ASSERT_NE(identity, nullptr);
       const TestImage source(shape);
       TestImage mapped(source);
-      EXPECT_TRUE(ApplyChannelLut(source.desc(), mapped.desc(), nullptr, identity, 3, bits));
+      const ImageDesc *const from = source.desc(), *const to = mapped.desc();
+      EXPECT_TRUE(bits == 8
+                      ? ApplyChannelLut(from, to, nullptr, Curves<uint8_t>{static_cast<uint8_t*>(identity), 3})
+                      : ApplyChannelLut(from, to, nullptr, Curves<uint16_t>{static_cast<uint16_t*>(identity), 3}));
       EXPECT_EQ(mapped, source) << "block of " << bits << " bits";
       ReleaseBytes(identity);
     }
@@ -57,11 +62,11 @@ TEST(ChannelLut, IdentityOfEitherDepthChangesNothing) {
 // Missing tables fall back to the first, the blue one also when there are two.
 TEST(ChannelLut, TablesBelongToColours) {
   for (int tables : {1, 2, 3}) {
-    std::vector<uint8_t> block(3 * 256);
+    Block<uint8_t> block(3);
     for (int i = 0; i < 768; ++i) block[i] = static_cast<uint8_t>(10 * (i / 256 + 1));
     for (int bits : {8, 16}) {
       TestImage image({5, 3, 3, bits, true});
-      ASSERT_TRUE(ApplyChannelLut(image.desc(), image.desc(), nullptr, block.data(), tables, 8));
+      ASSERT_TRUE(ApplyChannelLut(image.desc(), image.desc(), nullptr, block.Tables(tables)));
       const int unit = bits == 8 ? 1 : 257;
       EXPECT_EQ(image.Colour(2, 1, 0), 10 * unit);
       EXPECT_EQ(image.Colour(2, 1, 1), (tables >= 2 ? 20 : 10) * unit);
@@ -79,66 +84,65 @@ TEST(ChannelLut, BlocksAreBroughtToTheImagesDepth) {
   EXPECT_EQ(Interpolated(bytes.data(), 257 * 101 + 256), 257 * 50 + 256 * 52);
   EXPECT_EQ(Interpolated(bytes.data(), 65535), 65535);
   // A region smaller than a table is interpolated sample by sample, a larger one through tables.
-  const std::vector<uint8_t> curves = Curves<uint8_t>(3);
+  Block<uint8_t> curves(3);
   const TestImage source({300, 220, 3, 16});
   TestImage whole(source), tiles(source);
-  ASSERT_TRUE(ApplyChannelLut(source.desc(), whole.desc(), nullptr, curves.data(), 3, 8));
+  ASSERT_TRUE(ApplyChannelLut(source.desc(), whole.desc(), nullptr, curves.Tables(3)));
   for (int y = 0; y < 220; y += 110) {
     const ZelRect rect{0, y, 300, y + 110};
-    ASSERT_TRUE(ApplyChannelLut(source.desc(), tiles.desc(), &rect, curves.data(), 3, 8));
+    ASSERT_TRUE(ApplyChannelLut(source.desc(), tiles.desc(), &rect, curves.Tables(3)));
   }
   EXPECT_TRUE(whole.SameBytes(tiles));
   EXPECT_EQ(whole.Colour(150, 110, 1), Interpolated(curves.data() + 256, source.Colour(150, 110, 1)));
 
-  std::vector<uint16_t> words(65536, 9);
+  Block<uint16_t> words(1);
   words[257 * 7] = 257 * 200 + 256;
   TestImage image({2, 1, 1, 8});
   image.Fill(7);
-  ASSERT_TRUE(ApplyChannelLut(image.desc(), image.desc(), nullptr, words.data(), 1, 16));
+  ASSERT_TRUE(ApplyChannelLut(image.desc(), image.desc(), nullptr, words.Tables(1)));
   EXPECT_EQ(image.Get(0, 0, 0), 200);
 }
 
 TEST(ChannelLut, RefusesBeforeItLooksAtTheRegion) {
-  const std::vector<uint8_t> block = Curves<uint8_t>(3);
+  Block<uint8_t> block(3);
   TestImage image({6, 4, 3}), padded({6, 4, 3, 8, true, 2}), four({6, 4, 4});
   const ZelRect empty{3, 3, 3, 3};
-  const auto apply = [&](const TestImage& destination, const void* curves, int bits) {
-    return ApplyChannelLut(image.desc(), destination.desc(), &empty, curves, 3, bits);
+  const auto apply = [&](const TestImage& destination, const Curves<uint8_t>& curves) {
+    return ApplyChannelLut(image.desc(), destination.desc(), &empty, curves);
   };
-  EXPECT_TRUE(apply(image, block.data(), 8));
-  EXPECT_FALSE(apply(padded, block.data(), 8) || apply(image, nullptr, 8) || apply(image, block.data(), 12));
+  EXPECT_TRUE(apply(image, block.Tables(3)));
+  EXPECT_FALSE(apply(padded, block.Tables(3)) || apply(image, {nullptr, 3}));
   const TestImage before(four);
-  EXPECT_TRUE(ApplyChannelLut(four.desc(), four.desc(), nullptr, block.data(), 3, 8));
+  EXPECT_TRUE(ApplyChannelLut(four.desc(), four.desc(), nullptr, block.Tables(3)));
   EXPECT_EQ(four, before);
 }
 
 TEST(ComposeChannelLut, ChainsTargetThenSecond) {
-  std::vector<uint8_t> target = Curves<uint8_t>(3);
-  const std::vector<uint8_t> first(target);
+  Block<uint8_t> target(3), second(3);
+  const Block<uint8_t> first(target);
   // Three tables are paired, of any other number the first serves all.
-  std::vector<uint8_t> second(768);
   for (int i = 0; i < 768; ++i) second[i] = i / 256 == 1 ? 0 : static_cast<uint8_t>(255 - i);
-  ASSERT_TRUE(ComposeChannelLut(target.data(), 3, 8, second.data(), 3, 8));
+  ASSERT_TRUE(ComposeChannelLut(target.Tables(3), second.Tables(3)));
   for (int i = 0; i < 768; ++i) ASSERT_EQ(target[i], i / 256 == 1 ? 0 : 255 - first[i]);
   target = first;
-  ASSERT_TRUE(ComposeChannelLut(target.data(), 3, 8, second.data(), 2, 8));
+  ASSERT_TRUE(ComposeChannelLut(target.Tables(3), second.Tables(2)));
   for (int i = 0; i < 768; ++i) ASSERT_EQ(target[i], 255 - first[i]);
   // A 16-bit second table is read at 257 times the byte.
-  const std::vector<uint16_t> wide = Curves<uint16_t>(1);
+  Block<uint16_t> wide(1);
   target = first;
-  ASSERT_TRUE(ComposeChannelLut(target.data(), 3, 8, wide.data(), 1, 16));
+  ASSERT_TRUE(ComposeChannelLut(target.Tables(3), wide.Tables(1)));
   for (int i = 0; i < 768; ++i) ASSERT_EQ(target[i], wide[257 * first[i]] / 257);
-  EXPECT_FALSE(ComposeChannelLut(nullptr, 3, 8, wide.data(), 1, 16));
-  EXPECT_FALSE(ComposeChannelLut(target.data(), 3, 8, nullptr, 1, 16));
+  EXPECT_FALSE(ComposeChannelLut(Curves<uint8_t>{nullptr, 3}, wide.Tables(1)));
+  EXPECT_FALSE(ComposeChannelLut(target.Tables(3), Curves<uint16_t>{nullptr, 1}));
 }
 
 TEST(ComposeChannelLut, DoesNotScaleBytesForA16BitTarget) {
-  std::vector<uint16_t> target(65536);
-  std::iota(target.begin(), target.end(), static_cast<uint16_t>(0));
-  std::vector<uint8_t> identity(256);
-  std::iota(identity.begin(), identity.end(), static_cast<uint8_t>(0));
+  Block<uint16_t> target(1);
+  Block<uint8_t> identity(1);
+  FillIdentity(target.Tables(1));
+  FillIdentity(identity.Tables(1));
   identity[3] = 0;
-  ASSERT_TRUE(ComposeChannelLut(target.data(), 1, 16, identity.data(), 1, 8));
+  ASSERT_TRUE(ComposeChannelLut(target.Tables(1), identity.Tables(1)));
   EXPECT_EQ(target[257 * 100 + 40], 100 + 40);
   EXPECT_EQ(target[257 * 2 + 10], 0);  // 2 - 2 * 10, cut
   EXPECT_EQ(target[65534], 254 + 256);

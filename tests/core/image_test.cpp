@@ -76,19 +76,21 @@ TEST(PointSample, TakesEveryNthPixelFromTheRectanglesOwnCorner) {
   for (int bits : {8, 16}) {
     const TestImage source({101, 40, 3, bits, true, 4});
     const ZelRect rect = {95, 35, 4, 3};  // reversed: 91 x 32 pixels from (4, 3)
-    SampledCopy copy;
-    ASSERT_TRUE(PointSample(source.desc()->data, GeometryOf(*source.desc()), &rect, 30, &copy));
-    EXPECT_TRUE(copy.geometry.width == 23 && copy.geometry.height == 8 && copy.geometry.stride == 69);
-    const size_t pixelBytes = 3 * bits / 8;
-    for (int y = 0; y < 8; ++y) {
-      for (int x = 0; x < 23; ++x) {
-        const uint8_t* const expected =
-            source.desc()->data + ((3 + 4 * y) * source.desc()->stride + (4 + 4 * x) * 3) * (bits / 8);
-        EXPECT_EQ(std::memcmp(copy.pixels.data() + (y * 23 + x) * pixelBytes, expected, pixelBytes), 0);
+    const Region outside{0, 0, 0, 40};
+    SampledCopy<uint8_t> bytes;
+    EXPECT_TRUE(WithView(source.desc(), [&](const auto& image) {
+      SampledCopy<std::remove_const_t<std::remove_reference_t<decltype(*image.data)>>> copy;
+      EXPECT_FALSE(PointSample(image, outside, 30, &copy));
+      EXPECT_TRUE(PointSample(image, ClampedRegion(&rect, image), 30, &copy));
+      EXPECT_TRUE(PointSample(image, ClampedRegion(&rect, image), 30, &bytes));
+      EXPECT_TRUE(copy.view.width == 23 && copy.view.height == 8 && copy.view.stride == 69);
+      for (int i = 0; i < 23 * 8 * 3; ++i) {
+        const int sample = source.Get(4 + 4 * (i / 3 % 23), 3 + 4 * (i / 69), i % 3);
+        EXPECT_EQ(copy.samples[i], sample);
+        EXPECT_EQ(bytes.samples[i], bits == 8 ? sample : (sample + 128) / 257);
       }
-    }
-    const ZelRect outside = {-5, 0, 0, 40};
-    EXPECT_FALSE(PointSample(source.desc()->data, GeometryOf(*source.desc()), &outside, 30, &copy));
+      return true;
+    }));
   }
 }
 

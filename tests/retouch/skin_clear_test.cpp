@@ -4,7 +4,7 @@
 
 #include "core/blend.h"
 #include "filter/gaussian_blur.h"
-#include "retouch/skin_mask.h"
+#include "selective/mask.h"
 #include "support/images.h"
 #include "tone/contrast_brightness.h"
 
@@ -18,23 +18,23 @@ TEST(SkinClear, EqualsItsStepsDoneOneByOne) {
   const TestImage source({301, 53, 3, 8, true, 2});
   const int32_t contrast[3] = {10, 10, 10}, brightness[3] = {0, 0, 0};
   const TestImage lifted = After(ContrastBrightness, source, nullptr, contrast, brightness);
-  const Geometry geometry = GeometryOf(*source.desc());
   for (const int32_t k : {1, 6, 40, 120}) {
     for (const ZelRect* rect : {static_cast<const ZelRect*>(nullptr), &part}) {
       TestImage blurred(lifted), smooth(source), fused(source), softened(lifted), soft(lifted);
+      const Region region = GivenRegion(rect, source.view());
       ASSERT_TRUE(GaussianBlur(lifted.desc(), blurred.desc(), rect, k * 0.1));
       ASSERT_TRUE(StrengthBlend(blurred.desc(), lifted.desc(), smooth.desc(), kMix, 50, rect));
-      ASSERT_TRUE(SkinClearSmooth(source.desc()->data, fused.desc()->data, geometry, rect, k));
+      ASSERT_TRUE(SkinClearSmooth(source.view(), fused.view(), region, k));
       EXPECT_TRUE(fused.SameBytes(smooth)) << k;
-      ASSERT_TRUE(SkinClearSoften(softened.desc()->data, softened.desc()->data, geometry, rect, k));
+      ASSERT_TRUE(SkinClearSoften(softened.view(), softened.view(), region, k));
       ASSERT_TRUE(StrengthBlend(blurred.desc(), lifted.desc(), soft.desc(), kMix, 50, rect));
       EXPECT_TRUE(softened.SameBytes(soft)) << k;
 
       for (const ZelPoint* seed : {static_cast<const ZelPoint*>(nullptr), &point}) {
         TestImage expected(source.shape(), 2);
-        SkinMask mask;
-        ASSERT_TRUE(mask.Build(source.desc()->data, geometry, rect, seed, 255, 1.5));
-        ASSERT_TRUE(MaskBlend(smooth.desc(), source.desc(), expected.desc(), &mask.desc(), kMix, rect));
+        Mask mask;
+        ASSERT_TRUE(mask.BuildSkin(source.view(), region, seed, 255, 1.5));
+        BlendThroughMask(smooth.view(), source.view(), expected.view(), mask.weights(), kMix, region);
         EXPECT_EQ(After(SkinClearCorrect, source, rect, k, seed), expected) << k;
       }
     }

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "core/blend.h"
-#include "retouch/skin_mask.h"
+#include "selective/mask.h"
 #include "selective/region_tone.h"
 #include "support/images.h"
 
@@ -17,9 +17,9 @@ TestImage Flash(const TestImage& source, int32_t mode, const ZelPoint* point, in
 TEST(SkinFlash, ScreensThroughTheSkinMask) {
   const TestImage source({61, 47, 3, 8, true, 3});
   TestImage expected(source.shape(), 2);
-  SkinMask mask;
-  ASSERT_TRUE(mask.Build(source.desc()->data, GeometryOf(*source.desc()), nullptr, nullptr, 153, 3.0));
-  ASSERT_TRUE(MaskBlend(source.desc(), source.desc(), expected.desc(), &mask.desc(), kScreen, nullptr));
+  Mask mask;
+  ASSERT_TRUE(mask.BuildSkin(source.view(), source.view().Whole(), nullptr, 153, 3.0));
+  BlendThroughMask(source.view(), source.view(), expected.view(), mask.weights(), kScreen, source.view().Whole());
   EXPECT_EQ(Flash(source, 2, nullptr, 80), expected);
   EXPECT_NE(expected, source);
 }

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "core/blend.h"
-#include "retouch/skin_mask.h"
+#include "selective/mask.h"
 #include "support/images.h"
 
 namespace zel::test {
@@ -62,7 +62,7 @@ TEST(SkinTone, SamplesOnlyInsideAndAtFullDepth) {
 TEST(SkinTone, GainTables) {
   uint8_t table[256];
   const auto build = [&table](int32_t skin, int32_t target, int32_t strength) {
-    BuildSkinGainLut(table, 8, skin, target, strength);
+    BuildSkinGainLut(table, skin, target, strength);
   };
   build(100, 150, 100);
   EXPECT_TRUE(table[100] == 150 && table[101] == 152 && table[171] == 255);
@@ -78,16 +78,15 @@ TEST(SkinTone, MixesTheGainsThroughTheMask) {
   const TestImage source({301, 47, 3, 8, true, 3});
   const ZelRect part{5, 6, 290, 40};
   const ZelPoint point{44, 31};
-  const Geometry geometry = GeometryOf(*source.desc());
+  const Region region = ClampedRegion(&part, source.view());
   for (const ZelPoint* seed : {static_cast<const ZelPoint*>(nullptr), &point}) {
     TestImage shifted(source), expected(source.shape(), 2);
     Rgb skin = kTypicalSkin;
     if (seed != nullptr) SamplePixel(source.desc(), 44, 31, &skin);
-    SkinMask mask;
-    ASSERT_TRUE(SkinToneShift(source.desc()->data, shifted.desc()->data, geometry, &part, skin,
-                              ComplementTarget({60, 70, 20}), 255, 100));
-    ASSERT_TRUE(mask.Build(source.desc()->data, geometry, &part, seed, 192, 3.0));
-    ASSERT_TRUE(MaskBlend(shifted.desc(), source.desc(), expected.desc(), &mask.desc(), kMix, &part));
+    Mask mask;
+    ASSERT_TRUE(SkinToneShift(source.view(), shifted.view(), region, skin, ComplementTarget({60, 70, 20}), 255, 100));
+    ASSERT_TRUE(mask.BuildSkin(source.view(), region, seed, 192, 3.0));
+    BlendThroughMask(shifted.view(), source.view(), expected.view(), mask.weights(), kMix, region);
     EXPECT_EQ(After(ZelTavoraFunc_SkinTone, source, 2, seed, 60, 70, 20, &part), expected);
   }
 }
@@ -99,7 +98,7 @@ TEST(SkinTone, SixteenBitsGetTheGainsWithoutAMask) {
   const Rgb target = ComplementTarget({60, 70, 20});
   // Sampled values are multiplied by 257 like the target, beyond 16 bits.
   const auto wrapped = [&](int k) { return source.Colour(4, 4, k) * 257 & 0xFFFF; };
-  ASSERT_TRUE(SkinToneShift(source.desc()->data, expected.desc()->data, GeometryOf(*source.desc()), &rect,
+  ASSERT_TRUE(SkinToneShift(source.view<uint16_t>(), expected.view<uint16_t>(), ClampedRegion(&rect, source.view()),
                             {wrapped(0), wrapped(1), wrapped(2)},
                             {target.red * 257, target.green * 257, target.blue * 257}, 65535, 100));
   EXPECT_EQ(After(ZelTavoraFunc_SkinTone, source, 1, &point, 60, 70, 20, &rect), expected);

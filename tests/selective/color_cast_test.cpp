@@ -56,7 +56,7 @@ TEST(ColorCast, MovesTheBrightTintToItsGrey) {
       }
     }
     EXPECT_EQ(After(ZelTavoraFunc_ColorCast, scene, 0, 100, nullptr),
-              After(ApplyChannelLut, scene, nullptr, CurvesOf(scene).data(), 3, 8));
+              After(ApplyChannelLut<uint8_t>, scene, nullptr, Curves<uint8_t>{CurvesOf(scene).data(), 3}));
     EXPECT_EQ(CurvesOf(Scene(tint, 20, false)), Identity()) << "red first is never looked at";
   }
   for (const Rgb tint : {Rgb{240, 200, 240}, {240, 240, 240}}) EXPECT_EQ(CurvesOf(Scene(tint, 20)), Identity());
@@ -140,10 +140,10 @@ TEST(CastEstimate, AveragesOneBandOfHues) {
   TestImage scene = Scene({240, 220, 180}, 20);                       // hue 40
   for (int x = 0; x < 60; ++x) scene.SetColour(x, 0, 240, 238, 180);  // hue 58
   std::vector<uint8_t> mask(3600, 0);
-  CastColour cast;
+  zel::Rgb cast;
   const auto estimate = [&](int32_t filter) {
     std::fill(mask.begin(), mask.end(), 0);
-    return EstimateCastColour(scene.desc()->data, GeometryOf(*scene.desc()), 0, filter, &cast, mask.data());
+    return EstimateCastColour(scene.view<const uint8_t>(), 0, filter, &cast, mask.data());
   };
   EXPECT_TRUE(estimate(kKeepAll));
   EXPECT_EQ(cast.green, 220);
@@ -201,7 +201,7 @@ TEST(ColorCastManual, MarkedColourBecomesGrey) {
 
 TEST(CastCurves, PassTheirThreePoints) {
   std::vector<uint16_t> wide(3 * kLutEntries16);
-  EXPECT_TRUE(BuildThreePointCurves(wide.data(), 3, 16, {128, 80, 200}, {140, 90, 190}, 255));
+  EXPECT_TRUE(BuildThreePointCurves(Curves<uint16_t>{wide.data(), 3}, {128, 80, 200}, {140, 90, 190}, 255));
   EXPECT_EQ(wide[128 * 256], 140 * 256);
   EXPECT_EQ(wide[kLutEntries16 + 80 * 256], 90 * 256);
   EXPECT_EQ(wide[2 * kLutEntries16 + 200 * 256], 190 * 256);

@@ -88,7 +88,7 @@ Rgb BrightestPercent(std::vector<Rgb> pixels) {
 }
 
 Rgb Ours(const TestImage& image) {
-  const LightColour light = EstimateLight(image.desc()->data, GeometryOf(*image.desc()));
+  const LightColour light = EstimateLight(image.view<const uint8_t>());
   return {light.red, light.green, light.blue};
 }
 

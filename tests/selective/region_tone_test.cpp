@@ -21,8 +21,7 @@ TEST(RegionTone, ScreensTheImageThroughTheMask) {
       {{37, 23, 3, 8, true}, {37, 23, 3, 8, false, 5}, {37, 23, 1, 8}}, laws);
 
   TestImage flat({40, 40, 3, 8, true}, 64, 128, 60), out(flat);
-  ASSERT_TRUE(
-      ToneEnhanceInRegion(flat.desc()->data, out.desc()->data, GeometryOf(*flat.desc()), nullptr, {20, 20}, 100, 0.0));
+  ASSERT_TRUE(ToneEnhanceInRegion(flat.view(), out.view(), flat.view().Whole(), {20, 20}, 100, 0.0));
   EXPECT_EQ(out.Colour(3, 5, 1), 175) << "192 of 256 parts of 192, 63 of 128";
   EXPECT_EQ(MaskCeiling(132), 253);
   EXPECT_EQ(MaskCeiling(INT32_MAX), 255);

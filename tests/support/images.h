@@ -9,6 +9,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "core/view.h"
 #include "driver/exports.h"
 #include "driver/picture.h"
 
@@ -28,6 +29,10 @@ class TestImage : public Picture {
   TestImage(const Shape& shape, int red, int green, int blue) : TestImage(shape) { FillColour(red, green, blue); }
 
   const Shape& shape() const { return shape_; }
+  template <class T = uint8_t>
+  View<T> view() const {
+    return ViewOf<T>(*desc());
+  }
   int Get(int x, int y, int k) const;  // sample by position
   void Set(int x, int y, int k, int value);
   int Colour(int x, int y, int k) const;  // 0 red, 1 green, 2 blue, wherever it lies

@@ -13,7 +13,7 @@ namespace {
 TEST(ContrastBrightness, CurvesTurnAboutMidGrey) {
   const auto entry = [](int32_t contrast, int32_t brightness, int i) {
     uint8_t block[256];
-    MakeContrastBrightnessLut(block, 1, 8, &contrast, &brightness);
+    MakeContrastBrightnessLut(Curves<uint8_t>{block, 1}, &contrast, &brightness);
     return static_cast<int>(block[i]);
   };
   for (int i = 0; i < 256; ++i) EXPECT_EQ(entry(0, 0, i), i);

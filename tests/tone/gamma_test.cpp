@@ -18,8 +18,8 @@ TEST(Gamma, CurvesBendBetweenFixedEnds) {
   const float tested[] = {0.0f, 0.01f, 0.5f, 1.0f, 2.0f, 10.0f, 1e-40f, std::numeric_limits<float>::infinity()};
   for (float gamma : tested) {
     uint8_t bytes[256];
-    ASSERT_TRUE(MakeGammaLut(bytes, 1, 8, &gamma));
-    ASSERT_TRUE(MakeGammaLut(words, 1, 16, &gamma));
+    ASSERT_TRUE(MakeGammaLut(Curves<uint8_t>{bytes, 1}, &gamma));
+    ASSERT_TRUE(MakeGammaLut(Curves<uint16_t>{words, 1}, &gamma));
     EXPECT_TRUE(bytes[0] == 0 && bytes[255] == 255 && words[0] == 0 && words[65535] == 65535) << gamma;
     EXPECT_TRUE(gamma != 2.0f || bytes[64] == 128);
     for (int i = 0; gamma == 1.0f && i < 65536; ++i) EXPECT_TRUE(words[i] == i && bytes[i / 257] == i / 257);

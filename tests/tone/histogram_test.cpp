@@ -14,7 +14,13 @@ namespace zel::test {
 namespace {
 
 int32_t Count(const TestImage& image, const ZelRect* rect, const Sampling& sampling, float* block) {
-  return ComputeHistogram(image.desc()->data, GeometryOf(*image.desc()), rect, block, false, sampling);
+  const Region region = MeasuredRegion(rect, image.shape().width, image.shape().height);
+  int32_t count = 0;
+  WithView(image.desc(), [&](const auto& view) {
+    count = ComputeHistogram(view, region, block, false, sampling);
+    return true;
+  });
+  return count;
 }
 
 TEST(Histogram, CountsColoursInTheirBins) {
@@ -59,8 +65,8 @@ TEST(Histogram, LooksThroughCurvesAsIfTheyHadBeenApplied) {
   for (const Shape& shape : CommonShapes()) {
     const TestImage image(shape);
     TestImage applied(image);
-    ASSERT_TRUE(ApplyChannelLut(image.desc(), applied.desc(), &rect, curves, 3, 8));
-    const AppliedCurves through{curves, ClampedRegion(&rect, shape.width, shape.height)};
+    ASSERT_TRUE(ApplyChannelLut(image.desc(), applied.desc(), &rect, Curves<uint8_t>{curves, 3}));
+    const AppliedCurves through{{curves, 3}, ClampedRegion(&rect, shape.width, shape.height)};
     float expected[3 * kBins], seen[3 * kBins];
     EXPECT_EQ(Count(applied, &rect, {false, 20, 20}, expected), Count(image, &rect, {false, 20, 20, &through}, seen));
     EXPECT_EQ(std::memcmp(expected, seen, shape.channels * kBins * sizeof(float)), 0) << NameOf(shape);
@@ -111,8 +117,8 @@ TEST(ChannelMeans, AreOnTheByteScale) {
     image.FillColour(10 * unit, 20 * unit, 30 * unit);
     image.SetColour(0, 0, 50 * unit, 20 * unit, 30 * unit);
     float red, blue;
-    const Geometry geometry = GeometryOf(*image.desc());
-    ASSERT_TRUE(ChannelMeans(image.desc()->data, geometry, nullptr, &red, nullptr, &blue, false));
+    ASSERT_TRUE(WithView(
+        image.desc(), [&](const auto& view) { return ChannelMeans(view, view.Whole(), &red, nullptr, &blue, false); }));
     EXPECT_TRUE(red == 11.0f && blue == 30.0f);
   }
 }

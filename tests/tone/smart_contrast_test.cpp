@@ -17,7 +17,7 @@ std::array<int, 2> Points(int dark, int light, int32_t level) {
   image.FillColour(dark + 3, dark + 2, dark);
   for (int x = 0; x < 10; ++x) image.SetColour(x, 3, light - 5, light, light - 1);
   uint8_t table[3 * 256];
-  EXPECT_TRUE(SmartContrastLut(image.desc(), nullptr, level, table, 3, 8));
+  EXPECT_TRUE(SmartContrastLut(image.desc(), nullptr, level, Curves<uint8_t>{table, 3}));
   EXPECT_EQ(std::memcmp(table, table + 512, 256), 0);
   int black = 0, white = 255;
   while (black < 255 && table[black + 1] == 0) ++black;

@@ -42,11 +42,12 @@ TEST(ToneEnhancement, IsItsCurveApplied) {
     for (int32_t style = 0; style <= 6; ++style) {
       for (int32_t strength : {0, 30, 60, 100}) {
         const bool possible = bits == 8 || style == 4 || style == 6 || strength == 0;
-        const Block block = CurveOf(source, 0, style, strength, possible ? ZEL_OK : ZEL_REFUSED);
+        Block block = CurveOf(source, 0, style, strength, possible ? ZEL_OK : ZEL_REFUSED);
         TestImage byCall(source.shape(), 2), unwritten(byCall);
         EXPECT_EQ(ZelTavoraFunc_ToneEnhancement(source.desc(), byCall.desc(), 0, style, strength, nullptr),
                   possible ? ZEL_OK : ZEL_REFUSED);
-        EXPECT_EQ(byCall, possible ? After(ApplyChannelLut, source, nullptr, block.data(), 3, 8) : unwritten);
+        EXPECT_EQ(byCall, possible ? After(ApplyChannelLut<uint8_t>, source, nullptr, Curves<uint8_t>{block.data(), 3})
+                                   : unwritten);
       }
     }
   }
@@ -79,7 +80,7 @@ TEST(ToneEnhancement, RedMayDecideTheBlackPoint) {
 TEST(ToneEnhancement, EqualizesInGroups) {
   uint8_t block[ZEL_LUT1D_BYTES];
   const auto equalize = [&block](const TestImage& image, int32_t core) {
-    EXPECT_TRUE(AutoToneCurve(image.desc(), nullptr, 0.5, 100, core, block, 3, 8));
+    EXPECT_TRUE(AutoToneCurve(image.desc(), nullptr, 0.5, 100, core, Curves<uint8_t>{block, 3}));
   };
   // Tones from 60 to 140 are too few: levels 30 to 198, then the gamma of 0.8.
   equalize(TwoTone({60, 60, 60}, {140, 140, 140}), kToneNormal);
@@ -96,9 +97,7 @@ TEST(ToneEnhancement, EqualizesInGroups) {
 }
 
 TEST(ToneEnhancement, ExposureIsReadOffTheShadows) {
-  const auto classOf = [](const TestImage& image) {
-    return ClassifyExposure(image.desc()->data, {40, 20, 3, 8, 120, true});
-  };
+  const auto classOf = [](const TestImage& image) { return ClassifyExposure(image.view<const uint8_t>()); };
   EXPECT_EQ(classOf(TwoTone({10, 10, 10}, {50, 50, 200})), kToneDark);
   EXPECT_EQ(classOf(TwoTone({10, 10, 10}, {200, 200, 50})), kToneNormal);
   EXPECT_EQ(classOf(TwoTone({64, 64, 10}, {255, 255, 10})), kToneLight);

@@ -87,9 +87,10 @@ Rgb BrightestPercent(const Photograph& photograph) {
 
 Rgb Ours(const Photograph& photograph) {
   const ImageDesc record = photograph.Record();
-  zel::SampledCopy copy;
-  if (!zel::PointSample(record.data, zel::GeometryOf(record), nullptr, 300, &copy)) return {1.0, 1.0, 1.0};
-  const zel::LightColour light = zel::EstimateLight(copy.pixels.data(), copy.geometry);
+  const auto image = zel::ViewOf<const uint8_t>(record);
+  zel::SampledCopy<uint8_t> copy;
+  if (!zel::PointSample(image, image.Whole(), zel::kMeasuredExtent, &copy)) return {1.0, 1.0, 1.0};
+  const zel::LightColour light = zel::EstimateLight(copy.view);
   return {light.red, light.green, light.blue};
 }
 
