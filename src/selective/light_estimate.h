@@ -12,9 +12,8 @@ struct LightColour {
   double red, green, blue;
 };
 
-// Estimates the light on a picture of three channels: the brightest pixels, as several measures see them,
-// those trusted most that come nearest to neutral; then once more among the pixels that look neutral under that light.
-// docs/light-correct.md has the reasons and the measurements.
+// Estimates the light on a picture of three channels. docs/light-correct.md has the method, its reasons and the
+// measurements.
 LightColour EstimateLight(const View<const uint8_t>& image);
 
 }  // namespace zel
