@@ -105,7 +105,7 @@ TEST(WhiteZone, DefaultLimitsOfBrightPixels) {
     settings.Write("Zel_ColorCast.ini", std::string("[AWB]\nUseCWMask=1\nWhiteZoneThdPercent=1\n") + more);
     const TestImage image({4, 3, 3, 8, true}, colour.red, colour.green, colour.blue);
     std::vector<uint8_t> mask(12);
-    EXPECT_TRUE(BuildWhiteZoneMask(image.desc()->data, GeometryOf(*image.desc()), mask.data()));
+    EXPECT_TRUE(BuildWhiteZoneMask(image.view<const uint8_t>(), mask.data()));
     return mask[7] == kInWhiteZone;
   };
   EXPECT_TRUE(stays("", {229, 200, 190}) && !stays("", {230, 200, 190}));
@@ -125,12 +125,13 @@ TEST(CastCurves, AtTheTopTheGainIsTheLevelItself) {
   for (int level : {249, 250, 254}) {
     const TestImage image({4, 3, 3, 8, true}, level, 120, 120);
     std::vector<uint8_t> block(ZEL_LUT1D_BYTES), expected(block), curves(block);
-    ASSERT_TRUE(BuildCastCurves(image.desc()->data, GeometryOf(*image.desc()), {}, {level, 120, 120}, {255, 120, 120},
-                                block.data()));
+    const auto tables = [](std::vector<uint8_t>& bytes) { return Curves<uint8_t>{bytes.data(), 3}; };
+    ASSERT_TRUE(BuildCastCurves(image.view<const uint8_t>(), MarkedArea(nullptr, 4, 3), {level, 120, 120},
+                                {255, 120, 120}, tables(block)));
     const int64_t gains[3] = {level, 255, 255};
-    BuildGainLut(expected.data(), gains);
-    BuildThreePointCurves(curves.data(), 3, 8, {expected[level], 120, 120}, {255, 120, 120}, 255);
-    ComposeChannelLut(expected.data(), 3, 8, curves.data(), 3, 8);
+    BuildGainLut(tables(expected), gains);
+    BuildThreePointCurves(tables(curves), {expected[level], 120, 120}, {255, 120, 120}, 255);
+    ComposeChannelLut(tables(expected), tables(curves));
     EXPECT_EQ(block == expected, level >= 250) << level;
   }
 }
