@@ -61,7 +61,10 @@ def check(job: Job) -> Job:
         json.loads(job.recipe)
     except ValueError as error:
         raise UsageError(f"the recipe is no JSON: {error}") from error
-    job = replace(job, version=tool_version(job.tool), run=job.run or uuid.uuid4().hex[:12])
+    # Workers stand in other folders.
+    source_url, target_url = (url if "://" in url else os.path.abspath(url) for url in (job.source, job.target))
+    run_name = job.run or uuid.uuid4().hex[:12]
+    job = replace(job, source=source_url, target=target_url, version=tool_version(job.tool), run=run_name)
     with tempfile.TemporaryDirectory(prefix="zel-cluster-") as folder:
         recipe = os.path.join(folder, "recipe.json")
         with open(recipe, "w") as file:
