@@ -64,14 +64,15 @@ case $topic in
   sanitizers)
     rm -rf "$work/sanitized"
     mkdir -p "$work/sanitized"
+    # The interpreter keeps memory until it ends; the test of leaks counts for itself.
+    export ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1
+    LD_PRELOAD=$(gcc -print-file-name=libasan.so):$(gcc -print-file-name=libubsan.so)
+    export LD_PRELOAD
     cd "$here"
     ZEL_SANITIZE=address,undefined ZEL_LIBRARIES=$root/build/asan $system setup.py -q build --build-base "$work/sanitized"
     cd /
-    preload=$(gcc -print-file-name=libasan.so):$(gcc -print-file-name=libubsan.so)
-    # The interpreter keeps memory until it ends; the test of leaks counts for itself.
-    export ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 ZEL_SANITIZED=1
-    PYTHONPATH=$(echo "$work"/sanitized/lib*) LD_PRELOAD=$preload \
-      $system -m pytest -p no:cacheprovider -q --rootdir "$here/tests" "$here/tests/test_arrays.py" -k 'not costs_little' "$@"
+    PYTHONPATH=$(echo "$work"/sanitized/lib*) $system -m pytest -p no:cacheprovider -q \
+      --rootdir "$here/tests" "$here/tests/test_arrays.py" -k 'not costs_little' "$@"
     ;;
   *) sed -n '2,8s/^# *//p' "$0" >&2; exit 2 ;;
 esac

@@ -3,6 +3,7 @@ import subprocess
 
 import pytest
 
+os.environ.pop("LD_PRELOAD", None)  # of a sanitizer: for this process, not for the tool
 
 def pytest_addoption(parser):
     parser.addoption("--all", action="store_true", help="the long runs too")
