@@ -58,6 +58,10 @@ constexpr int32_t kClipped = 252;                     // levels from here on may
 constexpr int32_t kDark = 8;                          // below it noise and rounding make the colour
 constexpr int32_t kFullWeight = 24;                   // levels above it from which a pixel counts fully
 
+constexpr int32_t kEdges[] = {10, 60};  // the strongest n in 2000, as many as pixels, begin a class each
+constexpr int32_t kEdgeClasses = 3;
+constexpr int32_t kPlanes = kClasses * 8 + kEdgeClasses;
+
 enum Clip : int32_t { kRed = 1, kGreen = 2, kBlue = 4, kAllClipped = 7 };
 
 // What a call measures with.
@@ -67,6 +71,10 @@ struct Picture {
   int32_t logarithm[256];      // of the light of a level, in 1/16 of a step
   int32_t brightness[3][256];  // against `high`
   uint8_t classOf[4096];
+  int32_t light[256];  // of a level, 0 to 4095
+  int32_t perHigh[3];  // what brings it to a strength of 256 in each channel at `high`
+  int32_t differenceLogarithm[4096];
+  uint8_t edgeClassOf[4096];
 
   double Count() const { return static_cast<double>(image.width) * image.height; }
   int32_t Brightness(const uint8_t* rgb) const {
@@ -84,7 +92,48 @@ struct Picture {
       }
     }
   }
+
+  // Neighbours that differ in all channels the same way, by the light between them: there a surface is lit more or
+  // less, or shines, and the difference has the colour of the light more often than the surfaces themselves. Strength
+  // as Brightness.
+  template <class Visit>
+  void ForEachEdge(const Visit& visit) const {
+    const int32_t red = image.PlaceOf(0);
+    const auto look = [&](const uint8_t* a, const uint8_t* b) {
+      int32_t d[3];
+      for (int32_t k = 0; k < 3; ++k) {
+        const int32_t at = k == 1 ? 1 : (k == 0 ? red : 2 - red);
+        if (a[at] >= kClipped || b[at] >= kClipped) return;
+        d[k] = light[a[at]] - light[b[at]];
+      }
+      if (d[0] < 0) d[0] = -d[0], d[1] = -d[1], d[2] = -d[2];
+      constexpr int32_t kFaint = 8, kFaintest = 13;
+      if (d[0] < kFaint || d[1] < kFaint || d[2] < kFaint) return;
+      const int32_t strength = (d[0] * perHigh[0] + d[1] * perHigh[1] + d[2] * perHigh[2]) >> 8;
+      if (strength >= kFaintest) visit(d, std::min(strength, 4095));
+    };
+    for (int32_t y = 0; y < image.height; ++y) {
+      const uint8_t* const row = image.At(0, y);
+      const uint8_t* const below = y + 1 < image.height ? image.At(0, y + 1) : nullptr;
+      for (int32_t x = 0; x < image.width; ++x) {
+        if (x + 1 < image.width) look(row + 3 * x, row + 3 * x + 3);
+        if (below != nullptr) look(row + 3 * x, below + 3 * x);
+      }
+    }
+  }
 };
+
+// Puts ranks into classes: `begins` are the numbers in 2000 of `count` at which the next class begins.
+void FillClasses(const int32_t* ranks, double count, const int32_t* begins, int32_t classes, uint8_t* classOf) {
+  double sum = 0.0;
+  for (int32_t i = 4095; i >= 0; --i) {
+    const double share = (sum + ranks[i] / 2.0) / count * 2000.0;
+    int32_t c = 0;
+    while (c < classes - 1 && share >= begins[c]) ++c;
+    classOf[i] = static_cast<uint8_t>(c);
+    sum += ranks[i];
+  }
+}
 
 void Prepare(Picture* picture) {
   int32_t histogram[3][256] = {};
@@ -109,21 +158,26 @@ void Prepare(Picture* picture) {
   }
   int32_t ranks[4096] = {};
   picture->ForEach([&](const uint8_t* rgb) { ++ranks[picture->Brightness(rgb)]; });
-  double sum = 0.0;
-  for (int32_t i = 4095; i >= 0; --i) {
-    const double share = (sum + ranks[i] / 2.0) / picture->Count() * 2000.0;
-    int32_t c = 0;
-    while (c < kClasses - 1 && share >= kBrightness[c]) ++c;
-    picture->classOf[i] = static_cast<uint8_t>(c);
-    sum += ranks[i];
+  FillClasses(ranks, picture->Count(), kBrightness, kClasses, picture->classOf);
+
+  for (int32_t k = 0; k < 3; ++k) {
+    picture->perHigh[k] = static_cast<int32_t>(std::min(16.0 / picture->high[k], 4095.0));
   }
+  for (int32_t i = 0; i < 256; ++i) picture->light[i] = static_cast<int32_t>(LightOfLevel(i / 255.0) * 4095.0 + 0.5);
+  for (int32_t i = 1; i < 4096; ++i) {
+    picture->differenceLogarithm[i] = static_cast<int32_t>(std::floor(Logarithm(i / 4096.0) * (16 * kPerUnit) + 0.5));
+  }
+  int32_t edges[4096] = {};
+  picture->ForEachEdge([&](const int32_t*, int32_t strength) { ++edges[strength]; });
+  FillClasses(edges, picture->Count(), kEdges, kEdgeClasses, picture->edgeClassOf);
 }
 
 // One colour of the picture: what it weighs, and where it lies.
 struct Vote {
   double weight;
-  int32_t clip, red, blue;
   const double* table;
+  int32_t clip, red, blue;
+  int32_t place;  // in the table, under neutral light
 };
 
 // What a clipped colour was is open upwards: it is taken as the most plausible that it can have been.
@@ -156,48 +210,64 @@ int32_t Seen(const Vote& vote, int32_t red, int32_t blue) {
   return (r + kAxis) * kSpan + b + kAxis;
 }
 
-// Fills `votes`, one for each colour that a class of brightness holds, and returns how many. A colour counts by its
-// being there and little by its area: a wall or the sky is one surface. Brighter classes weigh more, up to twice.
-int32_t CollectVotes(const Picture& picture, int32_t* counts, const double* const tables[2], Vote* votes,
-                     int32_t most) {
+// Where differences of logarithms against green lie on the axes; -1 outside.
+int32_t PlaceOf(int32_t red, int32_t green, int32_t blue) {
+  const int32_t r = (red - green + 8 + kAxis / 2 * 16) >> 4, b = (blue - green + 8 + kAxis / 2 * 16) >> 4;
+  return r < 0 || b < 0 || r >= kAxis || b >= kAxis ? -1 : r * kAxis + b;
+}
+
+void Count(const Picture& picture, int32_t* counts) {
+  const int32_t* const log = picture.logarithm;
   picture.ForEach([&](const uint8_t* rgb) {
     const int32_t dark = std::min(rgb[0], std::min(rgb[1], rgb[2])) - kDark;
-    if (dark < 0) return;
-    const auto step = [&](int32_t k) {
-      return (picture.logarithm[rgb[k]] - picture.logarithm[rgb[1]] + 8 + kAxis / 2 * 16) >> 4;
-    };
-    const int32_t red = step(0), blue = step(2);
-    if (red < 0 || blue < 0 || red >= kAxis || blue >= kAxis) return;
+    const int32_t place = PlaceOf(log[rgb[0]], log[rgb[1]], log[rgb[2]]);
+    if (dark < 0 || place < 0) return;
     const int32_t clip =
         (rgb[0] >= kClipped ? kRed : 0) + (rgb[1] >= kClipped ? kGreen : 0) + (rgb[2] >= kClipped ? kBlue : 0);
     const int32_t c = picture.classOf[picture.Brightness(rgb)];
-    counts[(c * 8 + clip) * kPlane + red * kAxis + blue] += std::min(dark + 1, kFullWeight);
+    counts[(c * 8 + clip) * kPlane + place] += std::min(dark + 1, kFullWeight);
   });
+  const int32_t* const edge = picture.differenceLogarithm;
+  picture.ForEachEdge([&](const int32_t* d, int32_t strength) {
+    const int32_t place = PlaceOf(edge[d[0]], edge[d[1]], edge[d[2]]);
+    if (place >= 0) ++counts[(kClasses * 8 + picture.edgeClassOf[strength]) * kPlane + place];
+  });
+}
 
-  int32_t votesHeld = 0;
-  for (int32_t c = 0; c < kClasses; ++c) {
-    int32_t* const counted = counts + c * 8 * kPlane;
+class Votes {
+ public:
+  bool Allocate() { return votes_.Allocate(kMost); }
+  int32_t count() const { return count_; }
+  const Vote& operator[](int32_t i) const { return votes_[static_cast<size_t>(i)]; }
+
+  // One for each colour that a class holds in its planes, one plane for each way to be clipped; all together weigh
+  // `say`. A colour counts by its being there and little by its area: a wall or the sky is one surface.
+  void Add(const int32_t* counted, int32_t planes, double say, const double* table) {
     int64_t total = 0;
-    for (int32_t i = 0; i < 8 * kPlane; ++i) total += counted[i];
-    const int32_t first = votesHeld;
+    for (int32_t i = 0; i < planes * kPlane; ++i) total += counted[i];
+    const int32_t first = count_;
     double weights = 0.0;
-    for (int32_t i = 0; i < 8 * kPlane && votesHeld < most; ++i) {
+    for (int32_t i = 0; i < planes * kPlane && count_ < kMost; ++i) {
       if (counted[i] == 0) continue;
       const int32_t clip = i / kPlane;
       const double there = counted[i] / (counted[i] + 0.0015 * static_cast<double>(total));
       const double weight = there * (clip == 0 ? 1.0 : 0.15);
       if (weight < 0.05) continue;
       weights += weight;
-      votes[votesHeld++] = {weight, clip, i % kPlane / kAxis, i % kAxis, tables[c == kClasses - 1 ? 1 : 0]};
+      const int32_t red = i % kPlane / kAxis, blue = i % kAxis;
+      votes_[static_cast<size_t>(count_++)] = {weight, table, clip, red, blue, (red + kAxis) * kSpan + blue + kAxis};
     }
-    static constexpr double kSay[kClasses] = {12.0, 10.1, 8.5, 7.1, 6.0};
-    for (int32_t i = first; i < votesHeld; ++i) votes[i].weight *= kSay[c] / std::max(weights, 0.2);
+    for (int32_t i = first; i < count_; ++i) votes_[static_cast<size_t>(i)].weight *= say / std::max(weights, 0.2);
   }
-  return votesHeld;
-}
+
+ private:
+  static constexpr int32_t kMost = 16384;
+  Scratch<Vote> votes_;
+  int32_t count_ = 0;
+};
 
 // The mean of all lights, each counted by how well it explains the picture.
-Chroma WeighLights(const Vote* votes, int32_t count) {
+Chroma WeighLights(const Votes& votes) {
   struct Light {
     Chroma chroma;
     double score;
@@ -212,8 +282,10 @@ Chroma WeighLights(const Vote* votes, int32_t count) {
       const Tint tint = TintOf(chroma);
       if (tint.warm < -1.0 || tint.warm > 2.4 || std::fabs(tint.magenta) > 0.8) continue;
       double score = Expected(chroma);
-      for (int32_t i = 0; i < count; ++i) {
-        score += votes[i].weight * votes[i].table[Seen(votes[i], red + kAxis / 2, blue + kAxis / 2)];
+      const int32_t r = red + kAxis / 2, b = blue + kAxis / 2, step = r * kSpan + b;
+      for (int32_t i = 0; i < votes.count(); ++i) {
+        const Vote& vote = votes[i];
+        score += vote.weight * vote.table[vote.clip == 0 ? vote.place - step : Seen(vote, r, b)];
       }
       lights[held++] = {chroma, score};
       best = std::max(best, score);
@@ -230,7 +302,8 @@ Chroma WeighLights(const Vote* votes, int32_t count) {
   return {sum.red / weight, sum.blue / weight};
 }
 
-constexpr int32_t kMostVotes = 8192;
+constexpr double kSay[kClasses] = {9.0, 7.6, 6.4, 5.4, 4.5};  // bright ones up to twice
+constexpr double kEdgeSay = 5.0;
 constexpr int32_t kFewestVotes = 6;  // colours; a wall, a sheet of paper say nothing about the light
 constexpr double kUnseen = 0.04;     // steps of light that nobody sees are not taken
 
@@ -240,8 +313,8 @@ LightColour EstimateLight(const View<const uint8_t>& image) {
   constexpr LightColour kNeutral = {1.0, 1.0, 1.0};
   Scratch<int32_t> counts;
   Scratch<double> plausible(2 * kSpan * kSpan);
-  Scratch<Vote> votes(kMostVotes);
-  if (!counts.AllocateZeroed(kClasses * 8 * kPlane) || !plausible || !votes) return kNeutral;
+  Votes votes;
+  if (!counts.AllocateZeroed(kPlanes * kPlane) || !plausible || !votes.Allocate()) return kNeutral;
   double* const tables[2] = {plausible.data(), plausible.data() + kSpan * kSpan};
   for (int32_t red = 0; red < kSpan; ++red) {
     for (int32_t blue = 0; blue < kSpan; ++blue) {
@@ -251,11 +324,18 @@ LightColour EstimateLight(const View<const uint8_t>& image) {
       tables[1][red * kSpan + blue] = Plausibility(surface, 0.12);
     }
   }
-  Picture picture = {image, {}, {}, {}, {}};
+  Picture picture = {image, {}, {}, {}, {}, {}, {}, {}, {}};
   Prepare(&picture);
-  const int32_t count = CollectVotes(picture, counts.data(), tables, votes.data(), kMostVotes);
-  if (count < kFewestVotes) return kNeutral;
-  const Chroma found = WeighLights(votes.data(), count);
+  Count(picture, counts.data());
+  for (int32_t c = 0; c < kClasses; ++c) {
+    votes.Add(counts.data() + c * 8 * kPlane, 8, kSay[c], tables[c == kClasses - 1 ? 1 : 0]);
+  }
+  const int32_t surfaces = votes.count();
+  if (surfaces < kFewestVotes) return kNeutral;
+  for (int32_t c = 0; c < kEdgeClasses; ++c) {
+    votes.Add(counts.data() + (kClasses * 8 + c) * kPlane, 1, kEdgeSay, tables[1]);
+  }
+  const Chroma found = WeighLights(votes);
   const double distance = found.red * found.red + found.blue * found.blue;
   if (distance <= kUnseen * kUnseen) return kNeutral;
   const double share = 1.0 - kUnseen * kUnseen / distance;

@@ -1,10 +1,11 @@
-// How well ZelTavoraFunc_AgedPhotoRecovered restores photographs that were aged by a known recipe, beside a plain
-// stretch of each channel between its percentiles.
-//   zel_measure_aged [--save FOLDER] PHOTOGRAPH-OR-FOLDER...
+// How well ZelTavoraFunc_AgedPhotoRecovered restores pictures that were aged by known recipes, beside a plain stretch
+// of each channel between its percentiles (auto levels).
+//   zel_measure_aged [--fold 0|1] [--save FOLDER] PHOTOGRAPH-OR-FOLDER...
 #include <vips/vips.h>
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
-#include <cstring>
+#include <string>
 
 #include "photographs.h"
 
@@ -12,18 +13,61 @@ using namespace zel::measure;
 
 namespace {
 
-// Contrast pressed into 60..200, blue lifted by 20 in the shadows and lowered by 30 in the lights, 12 % of a warm veil;
-// `amount` of all of it.
-Photograph Aged(const Photograph& photograph, double amount) {
-  const double veil[3] = {255.0, 220.0, 160.0};
+// What age does to the light of a channel: dyes lose density (a power of light), paper yellows (a product), a veil adds
+// light, contrast goes.
+struct Recipe {
+  const char* name;
+  double (*light)(int k, double light, double amount);
+};
+
+double Density(double light, double lost) {
+  return std::pow(light, 1.0 - lost);
+}
+
+const Recipe kRecipes[] = {
+    {"cyan dye faded",
+     [](int k, double l, double a) {
+       const double lost[3] = {0.5, 0.08, 0.05};
+       return Density(l, lost[k] * a);
+     }},
+    {"magenta dye faded",
+     [](int k, double l, double a) {
+       const double lost[3] = {0.08, 0.45, 0.05};
+       return Density(l, lost[k] * a);
+     }},
+    {"yellow dye faded",
+     [](int k, double l, double a) {
+       const double lost[3] = {0.05, 0.08, 0.5};
+       return Density(l, lost[k] * a);
+     }},
+    {"all dyes faded",
+     [](int k, double l, double a) {
+       const double lost[3] = {0.45, 0.3, 0.2};
+       return Density(l, lost[k] * a);
+     }},
+    {"veil",
+     [](int k, double l, double a) {
+       const double veil[3] = {1.0, 0.85, 0.6};
+       return l + (veil[k] - l) * 0.15 * a;
+     }},
+    {"yellow paper",
+     [](int k, double l, double a) {
+       const double d[3] = {0.03, 0.09, 0.28};
+       return l * std::pow(10.0, -d[k] * a);
+     }},
+    {"flat", [](int, double l, double a) { return Density(l, 0.4 * a) * std::pow(10.0, -0.08 * a); }},
+    {"levels pressed, yellowed", [](int k, double l, double a) {
+       const double i = Level(l), veil[3] = {255.0, 220.0, 160.0};
+       double v = i + a * (60.0 + i * 140.0 / 255.0 - i);
+       if (k == 2) v += a * (20.0 - i * 50.0 / 255.0);
+       return Linear(v + 0.12 * a * (veil[k] - v));
+     }}};
+
+Photograph Aged(const Photograph& photograph, const Recipe& recipe, double amount) {
   Photograph aged = photograph;
   for (int k = 0; k < 3; ++k) {
     double table[256];
-    for (int i = 0; i < 256; ++i) {
-      double v = i + amount * (60.0 + i * 140.0 / 255.0 - i);
-      if (k == 2) v += amount * (20.0 - i * 50.0 / 255.0);
-      table[i] = v + 0.12 * amount * (veil[k] - v);
-    }
+    for (int i = 0; i < 256; ++i) table[i] = Level(recipe.light(k, Linear(i), amount));
     for (size_t p = 0; p < aged.Pixels(); ++p) aged.SetLevel(p, k, table[photograph.Level(p, k)]);
   }
   return aged;
@@ -62,41 +106,58 @@ Photograph Recovered(const Photograph& photograph, int strength) {
 
 int main(int count, char** arguments) {
   if (VIPS_INIT(arguments[0]) != 0) return 1;
-  std::string folder;
-  int first = 1;
-  if (count > 2 && std::strcmp(arguments[1], "--save") == 0) {
-    folder = arguments[2];
-    first = 3;
-  }
-  const std::vector<Photograph> photographs = LoadPhotographs(count - first, arguments + first);
-  if (photographs.empty()) return std::fprintf(stderr, "no photographs\n"), 1;
+  const Options options = OptionsOf(count, arguments);
+  const std::vector<Photograph> pictures = PicturesOf(options);
+  const double n = static_cast<double>(pictures.size());
+  constexpr int kColumns = 6;
+  const int strengths[] = {25, 50, 75, 100};
   std::printf(
-      "Mean CIEDE2000 against the unaged picture\n\n"
-      "| photograph | aged by | as aged | plain stretch | recovered, 25 | recovered, 50 | recovered, 75 |\n"
-      "|---|---|---|---|---|---|---|\n");
-  for (int step = 0; step <= 3; ++step) {
-    double sums[5] = {};
-    for (const Photograph& photograph : photographs) {
-      const Photograph aged = Aged(photograph, step / 3.0);
-      const Photograph half = Recovered(aged, 50);
-      const double errors[5] = {MeanDeltaE(aged, photograph), MeanDeltaE(PlainStretch(aged), photograph),
-                                MeanDeltaE(Recovered(aged, 25), photograph), MeanDeltaE(half, photograph),
-                                MeanDeltaE(Recovered(aged, 75), photograph)};
-      std::printf("| %s | %d/3 |", photograph.name.c_str(), step);
-      for (int m = 0; m < 5; ++m) {
-        std::printf(" %.2f |", errors[m]);
-        sums[m] += errors[m] / static_cast<double>(photographs.size());
-      }
-      std::printf("\n");
-      if (!folder.empty()) {
-        const std::string path = folder + "/" + photograph.name + " " + std::to_string(step);
+      "Mean CIEDE2000 against the unaged picture, %zu pictures\n\n"
+      "| aged by | amount | as aged | auto levels | strength 25 | strength 50 | strength 75 | strength 100 |\n"
+      "|---|---|---|---|---|---|---|---|\n",
+      pictures.size());
+  std::vector<std::pair<double, std::string>> worst;
+  double all[kColumns] = {}, rows = 0.0;
+  const auto line = [&](const char* name, double amount, const double* sums, double divisor) {
+    std::printf("| %s | %.1f |", name, amount);
+    for (int c = 0; c < kColumns; ++c) std::printf(" %.2f |", sums[c] / divisor);
+    std::printf("\n");
+  };
+  const auto measure = [&](const Recipe& recipe, double amount, double* sums) {
+    for (const Photograph& picture : pictures) {
+      const Photograph aged = Aged(picture, recipe, amount);
+      sums[0] += MeanDeltaE(aged, picture);
+      sums[1] += MeanDeltaE(PlainStretch(aged), picture);
+      for (int s = 0; s < 4; ++s) {
+        const Photograph after = Recovered(aged, strengths[s]);
+        const double error = MeanDeltaE(after, picture);
+        sums[2 + s] += error;
+        if (strengths[s] != 50) continue;
+        worst.push_back({error, picture.name + ", " + (amount > 0.0 ? recipe.name : "not aged")});
+        if (options.folder.empty()) continue;
+        const std::string path = options.folder + "/" + picture.name + " " + recipe.name;
         SavePng(aged, path + " aged.png");
-        SavePng(half, path + " recovered.png");
+        SavePng(after, path + " recovered.png");
       }
     }
-    std::printf("| **mean** | %d/3 |", step);
-    for (double sum : sums) std::printf(" %.2f |", sum);
-    std::printf("\n");
+  };
+  for (const Recipe& recipe : kRecipes) {
+    for (double amount : {0.5, 1.0}) {
+      double sums[kColumns] = {};
+      measure(recipe, amount, sums);
+      line(recipe.name, amount, sums, n);
+      for (int c = 0; c < kColumns; ++c) all[c] += sums[c] / n;
+      rows += 1.0;
+    }
+  }
+  line("**mean**", 0.75, all, rows);
+  double unaged[kColumns] = {};
+  measure(kRecipes[0], 0.0, unaged);
+  line("not aged", 0.0, unaged, n);
+  std::sort(worst.rbegin(), worst.rend());
+  std::printf("\nWorst at 50:");
+  for (size_t i = 0; i < std::min<size_t>(worst.size(), 8); ++i) {
+    std::printf(" %s (%.1f)%s", worst[i].second.c_str(), worst[i].first, i < 7 ? ";" : "\n");
   }
   return 0;
 }

@@ -1,12 +1,12 @@
-// How well ZelBasicToolFunc_LightCorrect finds the light: photographs under known tints, beside three simple methods.
-//   zel_measure_light [--clip] [--save FOLDER] PHOTOGRAPH-OR-FOLDER...
+// How well ZelBasicToolFunc_LightCorrect finds the light: photographs and drawn scenes under 26 lights on the line of
+// black bodies and off it, beside four simple methods.
+//   zel_measure_light [--fold 0|1] [--clip] [--save FOLDER] PHOTOGRAPH-OR-FOLDER...
 #include <vips/vips.h>
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <functional>
-#include <numeric>
+#include <string>
 
 #include "core/reduce.h"
 #include "photographs.h"
@@ -16,22 +16,55 @@ using namespace zel::measure;
 
 namespace {
 
-struct Tint {
-  const char* name;
-  Rgb gains;  // in linear light
+enum Kind { kNone, kWarm, kVeryWarm, kCool, kOffLine, kKinds };
+const char* const kKindNames[kKinds] = {"none", "warm, up to 15 degrees", "warm, over 15 degrees", "cool",
+                                        "green / magenta by half a stop"};
+
+struct Light {
+  std::string name;
+  Rgb gains;  // in linear light, the largest 1
+  Kind kind;
 };
 
-const Tint kTints[] = {{"none", {1.00, 1.00, 1.00}},
-                       {"warm", {1.00, 0.86, 0.68}},
-                       {"warm, strong", {1.00, 0.70, 0.42}},
-                       {"cool", {0.76, 0.90, 1.00}},
-                       {"cool, strong", {0.55, 0.80, 1.00}},
-                       {"green", {0.84, 1.00, 0.84}},
-                       {"green, strong", {0.68, 1.00, 0.68}},
-                       {"magenta", {1.00, 0.84, 0.98}},
-                       {"magenta, strong", {1.00, 0.68, 0.94}},
-                       {"yellow", {1.00, 0.97, 0.72}},
-                       {"yellow, strong", {1.00, 0.95, 0.48}}};
+// Colour of a black body in linear sRGB, by the usual cubic fit of its chromaticity.
+Rgb BlackBody(double kelvin) {
+  const double t = 1000.0 / kelvin;
+  const double x = kelvin < 4000.0 ? ((-0.2661239 * t - 0.2343589) * t + 0.8776956) * t + 0.179910
+                                   : ((-3.0258469 * t + 2.1070379) * t + 0.2226347) * t + 0.240390;
+  const double y = kelvin < 4000.0 ? ((-0.9549476 * x - 1.37418593) * x + 2.09137015) * x - 0.16748867
+                                   : ((3.0817580 * x - 5.87338670) * x + 3.75112997) * x - 0.37001483;
+  const double red = x / y, blue = (1.0 - x - y) / y;
+  return {3.2406 * red - 1.5372 - 0.4986 * blue, -0.9689 * red + 1.8758 + 0.0415 * blue,
+          0.0557 * red - 0.2040 + 1.0570 * blue};
+}
+
+Light LightAt(double kelvin, double greenStops) {
+  const Rgb white = {1.0, 1.0, 1.0};
+  Rgb gains = kelvin == 6500.0 ? white : BlackBody(kelvin);
+  const double angle = Angle(gains, white);
+  gains[1] *= std::exp2(greenStops);
+  const double most = *std::max_element(gains.begin(), gains.end());
+  for (double& gain : gains) gain /= most;
+  const Kind kind = greenStops != 0.0  ? kOffLine
+                    : kelvin == 6500.0 ? kNone
+                    : kelvin > 6500.0  ? kCool
+                    : angle > 15.0     ? kVeryWarm
+                                       : kWarm;
+  const char* const side = greenStops > 0.0 ? " green" : greenStops < 0.0 ? " magenta" : "";
+  return {std::to_string(static_cast<int>(kelvin)) + " K" + side, gains, kind};
+}
+
+std::vector<Light> Lights() {
+  std::vector<Light> lights = {LightAt(6500.0, 0.0)};
+  for (double kelvin :
+       {2500.0, 2850.0, 3200.0, 3600.0, 4000.0, 4500.0, 5000.0, 5700.0, 7000.0, 8000.0, 9000.0, 10000.0}) {
+    lights.push_back(LightAt(kelvin, 0.0));
+  }
+  for (double kelvin : {3200.0, 4000.0, 4500.0, 5500.0, 6500.0, 7500.0, 9000.0}) {
+    for (double stops : {0.5, -0.5}) lights.push_back(LightAt(kelvin, stops));
+  }
+  return lights;
+}
 
 // With `clip` the luminance of grey is kept, so that bright samples run into white as in an over-exposed picture.
 Photograph Tinted(const Photograph& photograph, const Rgb& gains, bool clip) {
@@ -106,65 +139,99 @@ struct Method {
   std::function<Rgb(const Photograph&)> light;
 };
 
-const Method kMethods[] = {{"mean is grey", [](const Photograph& p) { return PowerMean(p, 1.0); }},
+// First differences, 6th power.
+Rgb GreyEdge(const Photograph& photograph) {
+  Rgb light{};
+  const size_t width = static_cast<size_t>(photograph.width);
+  double table[256];
+  for (int i = 0; i < 256; ++i) table[i] = Linear(i);
+  for (size_t p = 0; p + width < photograph.Pixels(); ++p) {
+    if (p % width + 1 == width) continue;
+    for (int k = 0; k < 3; ++k) {
+      const double here = table[photograph.Level(p, k)];
+      const double x = table[photograph.Level(p + 1, k)] - here, y = table[photograph.Level(p + width, k)] - here;
+      const double square = x * x + y * y;
+      light[k] += square * square * square;
+    }
+  }
+  for (double& l : light) l = std::pow(l, 1.0 / 6.0);
+  return light;
+}
+
+const Method kMethods[] = {{"nothing",
+                            [](const Photograph&) {
+                              return Rgb{1.0, 1.0, 1.0};
+                            }},
+                           {"mean is grey", [](const Photograph& p) { return PowerMean(p, 1.0); }},
                            {"brightest 1 % is white", BrightestPercent},
                            {"shades of grey, p = 6", [](const Photograph& p) { return PowerMean(p, 6.0); }},
-                           {"ZelBasicToolFunc_LightCorrect", Ours}};
+                           {"grey edge", GreyEdge},
+                           {"light-correct", Ours}};
 
 }  // namespace
 
 int main(int count, char** arguments) {
   if (VIPS_INIT(arguments[0]) != 0) return 1;
-  bool clip = false;
-  std::string folder;
-  int first = 1;
-  for (; first < count && arguments[first][0] == '-'; ++first) {
-    if (std::strcmp(arguments[first], "--clip") == 0) clip = true;
-    if (std::strcmp(arguments[first], "--save") == 0 && first + 1 < count) folder = arguments[++first];
-  }
-  const std::vector<Photograph> photographs = LoadPhotographs(count - first, arguments + first);
-  if (photographs.empty()) return std::fprintf(stderr, "no photographs\n"), 1;
-
+  const Options options = OptionsOf(count, arguments);
+  const std::vector<Photograph> pictures = PicturesOf(options);
+  const std::vector<Light> lights = Lights();
   constexpr size_t kMethodCount = std::size(kMethods);
-  std::printf("Mean angular error in degrees over %zu photographs\n\n| tint |", photographs.size());
-  for (const Method& method : kMethods) std::printf(" %s |", method.name);
-  std::printf("\n|---|---|---|---|---|\n");
-  double total[kMethodCount] = {}, change[kMethodCount] = {}, left[kMethodCount] = {};
-  for (const Tint& tint : kTints) {
-    const bool tinted = &tint != kTints;
-    double sums[kMethodCount] = {};
-    for (const Photograph& photograph : photographs) {
-      const Photograph seen = Tinted(photograph, tint.gains, clip);
+  double sums[kKinds][kMethodCount] = {}, numbers[kKinds] = {}, change[kMethodCount] = {}, most[kMethodCount] = {};
+  std::vector<std::pair<double, std::string>> worst, changed;
+  for (const Photograph& picture : pictures) {
+    for (const Light& light : lights) {
+      const Photograph seen = Tinted(picture, light.gains, options.clip);
+      numbers[light.kind] += 1.0;
       for (size_t m = 0; m < kMethodCount; ++m) {
-        const Rgb light = kMethods[m].light(seen);
-        const double angle = Angle(light, tint.gains);
-        sums[m] += angle;
-        const Photograph result = m + 1 == kMethodCount ? Corrected(seen) : Balanced(seen, light);
-        (tinted ? left : change)[m] += MeanDeltaE(result, photograph);
-        if (!folder.empty() && m + 1 == kMethodCount) {
-          std::fprintf(stderr, "%s %s: %.2f\n", photograph.name.c_str(), tint.name, angle);
-          const std::string path = folder + "/" + photograph.name + " " + tint.name;
+        const Rgb found = kMethods[m].light(seen);
+        const double angle = Angle(found, light.gains);
+        sums[light.kind][m] += angle;
+        const bool ours = m + 1 == kMethodCount;
+        if (ours) worst.push_back({angle, picture.name + ", " + light.name});
+        if (light.kind == kNone) {
+          const double largest = *std::max_element(found.begin(), found.end());
+          Rgb white = found;
+          for (double& w : white) w /= largest;
+          const double delta = MeanDeltaE(ours ? Corrected(seen) : Balanced(seen, white), picture);
+          change[m] += delta;
+          most[m] = std::max(most[m], delta);
+          if (ours) changed.push_back({delta, picture.name});
+        }
+        if (ours && !options.folder.empty()) {
+          const std::string path = options.folder + "/" + picture.name + " " + light.name;
           SavePng(seen, path + " seen.png");
-          SavePng(result, path + " corrected.png");
+          SavePng(Corrected(seen), path + " corrected.png");
         }
       }
     }
-    std::printf("| %s |", tint.name);
-    for (size_t m = 0; m < kMethodCount; ++m) {
-      const double mean = sums[m] / static_cast<double>(photographs.size());
-      if (tinted) total[m] += mean / static_cast<double>(std::size(kTints) - 1);
-      std::printf(" %.2f |", mean);
-    }
-    std::printf("\n");
   }
-  const auto row = [](const char* name, const double* values, double divisor) {
-    std::printf("| %s |", name);
-    for (size_t m = 0; m < kMethodCount; ++m) std::printf(" %.2f |", values[m] / divisor);
-    std::printf("\n");
+  std::printf("Mean angle in degrees between the light and its estimate, %zu pictures\n\n| lights |", pictures.size());
+  for (const Method& method : kMethods) std::printf(" %s |", method.name);
+  std::printf("\n|---|");
+  for (size_t m = 0; m < kMethodCount; ++m) std::printf("---|");
+  const auto row = [](const std::string& name, const double* values, double divisor) {
+    std::printf("\n| %s |", name.c_str());
+    for (size_t m = 0; m < kMethodCount; ++m) std::printf(" %.1f |", values[m] / divisor);
   };
-  const double n = static_cast<double>(photographs.size());
-  row("mean of the tinted", total, 1.0);
-  row("CIEDE2000 left after correction, tinted", left, n * static_cast<double>(std::size(kTints) - 1));
-  row("CIEDE2000 of the change, untinted", change, n);
+  double all[kMethodCount] = {}, number = 0.0;
+  for (int kind = kNone; kind < kKinds; ++kind) {
+    row(kKindNames[kind], sums[kind], numbers[kind]);
+    if (kind == kNone) continue;
+    number += numbers[kind];
+    for (size_t m = 0; m < kMethodCount; ++m) all[m] += sums[kind][m];
+  }
+  row("all 26", all, number);
+  row("untinted: CIEDE2000 of the change", change, static_cast<double>(pictures.size()));
+  row("untinted: most changed", most, 1.0);
+  const auto name = [](const char* title, std::vector<std::pair<double, std::string>>* list) {
+    std::sort(list->rbegin(), list->rend());
+    std::printf("\n%s:", title);
+    for (size_t i = 0; i < std::min<size_t>(list->size(), 6); ++i) {
+      std::printf(" %s (%.1f)%s", (*list)[i].second.c_str(), (*list)[i].first, i < 5 ? ";" : "\n");
+    }
+  };
+  std::printf("\n");
+  name("Worst angles", &worst);
+  name("Most changed untinted", &changed);
   return 0;
 }

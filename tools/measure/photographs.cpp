@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 
 namespace zel::measure {
@@ -113,6 +114,115 @@ ImageDesc Photograph::Record() const {
 
 void Photograph::SetLevel(size_t pixel, int colour, double level) {
   samples[pixel * 3 + 2 - colour] = static_cast<uint8_t>(std::clamp(std::floor(level + 0.5), 0.0, 255.0));
+}
+
+namespace {
+
+// Colours in linear light from the top of the picture to its bottom, with things scattered in front.
+struct Scene {
+  const char* name;
+  Rgb top, bottom;
+  std::vector<Rgb> things;
+  double fog;  // share of white light over everything
+};
+
+const std::vector<Scene>& Scenes() {
+  static const std::vector<Scene> scenes = {
+      {"drawn-patches",
+       {0.2, 0.2, 0.2},
+       {0.2, 0.2, 0.2},
+       {{0.9, 0.9, 0.9},
+        {0.6, 0.6, 0.6},
+        {0.03, 0.03, 0.03},
+        {0.4, 0.1, 0.06},
+        {0.1, 0.3, 0.08},
+        {0.05, 0.07, 0.35},
+        {0.8, 0.55, 0.05},
+        {0.5, 0.1, 0.3},
+        {0.04, 0.3, 0.4},
+        {0.55, 0.3, 0.2},
+        {0.12, 0.15, 0.05}},
+       0.0},
+      {"drawn-fog", {0.6, 0.62, 0.65}, {0.25, 0.27, 0.25}, {{0.1, 0.12, 0.1}, {0.2, 0.15, 0.1}, {0.3, 0.3, 0.3}}, 0.5},
+      {"drawn-sunset",
+       {0.10, 0.11, 0.25},
+       {0.9, 0.35, 0.06},
+       {{0.03, 0.02, 0.02}, {0.08, 0.05, 0.03}, {1.0, 0.8, 0.4}},
+       0.0},
+      {"drawn-red-room",
+       {0.45, 0.04, 0.03},
+       {0.2, 0.03, 0.02},
+       {{0.3, 0.2, 0.1}, {0.6, 0.58, 0.55}, {0.05, 0.04, 0.04}},
+       0.0},
+      {"drawn-forest",
+       {0.15, 0.25, 0.05},
+       {0.03, 0.06, 0.01},
+       {{0.1, 0.06, 0.03}, {0.3, 0.45, 0.1}, {0.35, 0.35, 0.33}},
+       0.0},
+      {"drawn-snow",
+       {0.3, 0.45, 0.8},
+       {0.85, 0.88, 0.92},
+       {{0.05, 0.05, 0.05}, {0.06, 0.1, 0.05}, {0.95, 0.95, 0.95}},
+       0.0}};
+  return scenes;
+}
+
+Photograph Drawn(const Scene& scene) {
+  Photograph picture;
+  picture.name = scene.name;
+  picture.width = 240;
+  picture.height = 180;
+  picture.samples.resize(static_cast<size_t>(240) * 180 * 3);
+  uint32_t state = 9;
+  const auto random = [&] { return static_cast<double>((state = state * 1664525u + 1013904223u) >> 8) / 16777216.0; };
+  for (size_t p = 0; p < picture.Pixels(); ++p) {
+    const int x = static_cast<int>(p % 240), y = static_cast<int>(p / 240);
+    const size_t thing = static_cast<size_t>(x / 30 + y / 30 * 8) * 7 % (2 * scene.things.size() + 3);
+    const bool inFront = thing < scene.things.size() && x % 30 > 4 && y % 30 > 6;
+    const double shade = (1.0 - 0.5 * (x % 30) / 30.0 * (inFront ? 1.0 : 0.2)) * (0.97 + 0.03 * random());
+    for (int k = 0; k < 3; ++k) {
+      const double ground = scene.top[k] + (scene.bottom[k] - scene.top[k]) * y / 180.0;
+      const double light = (inFront ? scene.things[thing][k] : ground) * shade;
+      picture.SetLevel(p, k, Level(std::min(light + (0.7 - light) * scene.fog, 1.0)));
+    }
+  }
+  return picture;
+}
+
+}  // namespace
+
+Options OptionsOf(int count, char** arguments) {
+  Options options;
+  for (int i = 1; i < count; ++i) {
+    if (std::strcmp(arguments[i], "--clip") == 0) {
+      options.clip = true;
+    } else if (std::strcmp(arguments[i], "--fold") == 0 && i + 1 < count) {
+      options.fold = arguments[++i][0] == '0' ? 0 : 1;
+    } else if (std::strcmp(arguments[i], "--save") == 0 && i + 1 < count) {
+      options.folder = arguments[++i];
+    } else {
+      options.paths.push_back(arguments[i]);
+    }
+  }
+  return options;
+}
+
+int FoldOf(const std::string& name) {
+  uint32_t hash = 2166136261u;
+  for (const char c : name) hash = (hash ^ static_cast<uint8_t>(c)) * 16777619u;
+  return static_cast<int>(hash >> 13 & 1);
+}
+
+std::vector<Photograph> PicturesOf(const Options& options) {
+  std::vector<Photograph> pictures, chosen;
+  if (!options.paths.empty()) {
+    pictures = LoadPhotographs(static_cast<int>(options.paths.size()), const_cast<char**>(options.paths.data()));
+  }
+  for (const Scene& scene : Scenes()) pictures.push_back(Drawn(scene));
+  for (Photograph& picture : pictures) {
+    if (options.fold < 0 || FoldOf(picture.name) == options.fold) chosen.push_back(std::move(picture));
+  }
+  return chosen;
 }
 
 std::vector<Photograph> LoadPhotographs(int count, char** paths) {

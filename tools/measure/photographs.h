@@ -25,6 +25,21 @@ struct Photograph {
   void SetLevel(size_t pixel, int colour, double level);  // rounds and cuts to 0..255
 };
 
+// Constants are chosen on fold 0 alone and judged on fold 1; a photograph's name decides its fold. What the programs
+// take from their command line: photographs or folders, and --fold, --clip, --save FOLDER.
+struct Options {
+  int fold = -1;  // both
+  bool clip = false;
+  std::string folder;
+  std::vector<char*> paths;
+};
+Options OptionsOf(int count, char** arguments);
+int FoldOf(const std::string& name);
+
+// The photographs of the options' fold, and scenes drawn by code: a table of patches, fog, a sunset, a red room, a
+// forest, snow.
+std::vector<Photograph> PicturesOf(const Options& options);
+
 // The readable pictures among the arguments; a folder gives all of its own. Others are named on standard error.
 std::vector<Photograph> LoadPhotographs(int count, char** paths);
 bool SavePng(const Photograph& photograph, const std::string& path);
