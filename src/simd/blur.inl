@@ -106,26 +106,6 @@ static inline void AddPairs(Wide* low, Wide* high, const BytePairs& pairs, Wide 
   *low = ZEL_WIDE(add_epi16)(*low, ZEL_WIDE(maddubs_epi16)(pairs.low, weight));
   *high = ZEL_WIDE(add_epi16)(*high, ZEL_WIDE(maddubs_epi16)(pairs.high, weight));
 }
-#elif defined(ZEL_NEON)
-// As they are: products of bytes add to words.
-struct BytePairs {
-  Wide a, b;
-};
-
-static inline BytePairs LoadPairs(const uint8_t* a, const uint8_t* b) {
-  return {LoadWide(a), LoadWide(b)};
-}
-
-static inline Wide WeightOf(uint32_t fourfold) {
-  return v_set1_epi32((int32_t)fourfold);
-}
-
-static inline void AddPairs(Wide* low, Wide* high, const BytePairs& pairs, Wide weight) {
-  const uint16x8_t first = vmlal_u8((uint16x8_t)*low, vget_low_u8(pairs.a), vget_low_u8(weight));
-  const uint16x8_t second = vmlal_high_u8((uint16x8_t)*high, pairs.a, weight);
-  *low = (Wide)vmlal_u8(first, vget_low_u8(pairs.b), vget_low_u8(weight));
-  *high = (Wide)vmlal_high_u8(second, pairs.b, weight);
-}
 #else
 // Their sums in words.
 struct BytePairs {
@@ -134,8 +114,7 @@ struct BytePairs {
 
 static inline BytePairs LoadPairs(const uint8_t* a, const uint8_t* b) {
   const Wide va = LoadWide(a), vb = LoadWide(b);
-  return {wasm_u16x8_extadd_pairwise_u8x16(v_unpacklo_epi8(va, vb)),
-          wasm_u16x8_extadd_pairwise_u8x16(v_unpackhi_epi8(va, vb))};
+  return {LowSums(va, vb), HighSums(va, vb)};
 }
 
 static inline Wide WeightOf(uint32_t fourfold) {

@@ -27,27 +27,6 @@ static bool IsNarrowCross(const int32_t weights[9]) {
          weights[7] == arm && arm >= -32768 && arm <= 32767 && centre >= -32768 && centre <= 32767;
 }
 
-// Sums of two vectors of bytes in words, of the lower and of the upper bytes of every sixteen.
-static inline Wide LowSums(Wide a, Wide b) {
-#if defined(__SSE4_1__)
-  return ZEL_WIDE(maddubs_epi16)(ZEL_WIDE(unpacklo_epi8)(a, b), ZEL_WIDE(set1_epi8)(1));
-#elif defined(ZEL_NEON)
-  return (Wide)vaddl_u8(vget_low_u8(a), vget_low_u8(b));
-#else
-  return wasm_u16x8_extadd_pairwise_u8x16(v_unpacklo_epi8(a, b));
-#endif
-}
-
-static inline Wide HighSums(Wide a, Wide b) {
-#if defined(__SSE4_1__)
-  return ZEL_WIDE(maddubs_epi16)(ZEL_WIDE(unpackhi_epi8)(a, b), ZEL_WIDE(set1_epi8)(1));
-#elif defined(ZEL_NEON)
-  return (Wide)vaddl_high_u8(a, b);
-#else
-  return wasm_u16x8_extadd_pairwise_u8x16(v_unpackhi_epi8(a, b));
-#endif
-}
-
 // The sums for samples and their four neighbours' sums (at most 1020), divided by 1024 and cut to 16 bits, which still
 // tells what lies outside a byte. `weights` has that of the centre and that of the arms in turns.
 static inline Wide CrossSums(Wide centre, Wide arms, Wide weights) {

@@ -94,11 +94,18 @@ typedef int32_t Bits;
 static inline Bits BitsOf(int32_t bits) {
   return bits;
 }
+// Left to itself, clang makes a vector of the number outside of loops, and then shifts lane by lane for WebAssembly.
+static inline Bits Here(Bits bits) {
+#if defined(__wasm_simd128__)
+  __asm__ volatile("" : "+r"(bits));
+#endif
+  return bits;
+}
 static inline Wide WordsRight(Wide v, Bits bits) {
-  return v_srli_epi16(v, bits);
+  return v_srli_epi16(v, Here(bits));
 }
 static inline Wide DoubleWordsRight(Wide v, Bits bits) {
-  return v_srli_epi32(v, bits);
+  return v_srli_epi32(v, Here(bits));
 }
 #endif
 
@@ -235,6 +242,27 @@ static inline Mid PlacesOf(Mid indexes, int shift) {
   const Mid words = v_and(v_or(indexes, v_srli_epi16(indexes, 4)), v_set1_epi16(255));
 #endif
   return ZEL_MID(madd_epi16)(words, ZEL_MID(set1_epi32)((256 << 16 | 1) << shift));
+}
+
+// Sums of two vectors of bytes in words, of the lower and of the upper bytes of every sixteen.
+static inline Wide LowSums(Wide a, Wide b) {
+#if defined(__SSE4_1__)
+  return ZEL_WIDE(maddubs_epi16)(ZEL_WIDE(unpacklo_epi8)(a, b), ZEL_WIDE(set1_epi8)(1));
+#elif defined(ZEL_NEON)
+  return (Wide)vaddl_u8(vget_low_u8(a), vget_low_u8(b));
+#else
+  return wasm_u16x8_extadd_pairwise_u8x16(v_unpacklo_epi8(a, b));
+#endif
+}
+
+static inline Wide HighSums(Wide a, Wide b) {
+#if defined(__SSE4_1__)
+  return ZEL_WIDE(maddubs_epi16)(ZEL_WIDE(unpackhi_epi8)(a, b), ZEL_WIDE(set1_epi8)(1));
+#elif defined(ZEL_NEON)
+  return (Wide)vaddl_high_u8(a, b);
+#else
+  return wasm_u16x8_extadd_pairwise_u8x16(v_unpackhi_epi8(a, b));
+#endif
 }
 
 #endif

@@ -60,12 +60,12 @@ ZEL_V(setr_epi8(char a, char b, char c, char d, char e, char f, char g, char h, 
 ZEL_V(loadu(const Wide* in)) { return ZEL_EITHER(vld1q_u8((const uint8_t*)in), wasm_v128_load(in)); }
 static inline void v_storeu(Wide* out, Wide v) { ZEL_EITHER(vst1q_u8((uint8_t*)out, v), wasm_v128_store(out, v)); }
 
-ZEL_V(srli_epi16(Wide a, int bits)) { return (Wide)((LanesU16)a >> (LanesU16)v_set1_epi16((short)bits)); }
-ZEL_V(srli_epi32(Wide a, int bits)) { return (Wide)((LanesU32)a >> (LanesU32)v_set1_epi32(bits)); }
-ZEL_V(slli_epi16(Wide a, int bits)) { return (Wide)((LanesU16)a << (LanesU16)v_set1_epi16((short)bits)); }
-ZEL_V(slli_epi32(Wide a, int bits)) { return (Wide)((LanesU32)a << (LanesU32)v_set1_epi32(bits)); }
-ZEL_V(srai_epi16(Wide a, int bits)) { return (Wide)((LanesI16)a >> (LanesI16)v_set1_epi16((short)bits)); }
-ZEL_V(srai_epi32(Wide a, int bits)) { return (Wide)((LanesI32)a >> (LanesI32)v_set1_epi32(bits)); }
+ZEL_V(srli_epi16(Wide a, int bits)) { return ZEL_EITHER((Wide)((LanesU16)a >> (LanesU16)v_set1_epi16((short)bits)), wasm_u16x8_shr(a, (uint32_t)bits)); }
+ZEL_V(srli_epi32(Wide a, int bits)) { return ZEL_EITHER((Wide)((LanesU32)a >> (LanesU32)v_set1_epi32(bits)), wasm_u32x4_shr(a, (uint32_t)bits)); }
+ZEL_V(slli_epi16(Wide a, int bits)) { return ZEL_EITHER((Wide)((LanesU16)a << (LanesU16)v_set1_epi16((short)bits)), wasm_i16x8_shl(a, (uint32_t)bits)); }
+ZEL_V(slli_epi32(Wide a, int bits)) { return ZEL_EITHER((Wide)((LanesU32)a << (LanesU32)v_set1_epi32(bits)), wasm_i32x4_shl(a, (uint32_t)bits)); }
+ZEL_V(srai_epi16(Wide a, int bits)) { return ZEL_EITHER((Wide)((LanesI16)a >> (LanesI16)v_set1_epi16((short)bits)), wasm_i16x8_shr(a, (uint32_t)bits)); }
+ZEL_V(srai_epi32(Wide a, int bits)) { return ZEL_EITHER((Wide)((LanesI32)a >> (LanesI32)v_set1_epi32(bits)), wasm_i32x4_shr(a, (uint32_t)bits)); }
 
 ZEL_V(adds_epu8(Wide a, Wide b)) { return ZEL_EITHER(vqaddq_u8(a, b), wasm_u8x16_add_sat(a, b)); }
 ZEL_V(subs_epu8(Wide a, Wide b)) { return ZEL_EITHER(vqsubq_u8(a, b), wasm_u8x16_sub_sat(a, b)); }
