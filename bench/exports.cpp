@@ -49,7 +49,7 @@ void RegisterExports() {
     for (const test::Timed& timed : function.timed) {
       for (int bits : {8, 16}) {
         if (bits == 16 && !timed.deep) continue;
-        for (const Size& size : {kLarge, kOneMegapixel, kSmall}) {
+        for (const Size& size : {kLarge, kOneMegapixel, kSmall, kThumbnail}) {
           Register(function, timed, size, bits, &scalar::kKernels);
           for (const Kernels* const* level = BuiltKernelLevels(); *level != nullptr; ++level) {
             Register(function, timed, size, bits, *level);

@@ -17,7 +17,7 @@ struct Size {
 inline constexpr Size kLarge = {"24MP", 6000, 4000};
 inline constexpr Size kOneMegapixel = {"1MP", 1200, 834};
 inline constexpr Size kSmall = {"512", 512, 512};
-inline constexpr Size kTiny = {"1x1", 1, 1};
+inline constexpr Size kThumbnail = {"256", 256, 256};
 
 class Photo {
  public:

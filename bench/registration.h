@@ -8,10 +8,16 @@
 
 namespace zel::bench {
 
-// Registers one benchmark in milliseconds of wall time.
+// How often a benchmark calls its function, or 0 for as often as the clock needs.
+extern int iterations;
+
+// Registers one benchmark in milliseconds of processor time: all that is compared runs on one thread, and others may be
+// at work on the machine.
 template <class Function>
 benchmark::internal::Benchmark* RegisterTimed(const std::string& name, Function function) {
-  return benchmark::RegisterBenchmark(name.c_str(), function)->Unit(benchmark::kMillisecond)->UseRealTime();
+  benchmark::internal::Benchmark* const added = benchmark::RegisterBenchmark(name.c_str(), function);
+  if (iterations > 0) added->Iterations(iterations);
+  return added->Unit(benchmark::kMillisecond);
 }
 
 void RegisterExports();  // exports.cpp

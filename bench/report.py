@@ -1,6 +1,9 @@
 #!/usr/bin/env python3
-"""Reads the benchmark's JSON, prints medians and ratios against what a host would link instead, writes them as CSV and
-as a picture. Usage: report.py RESULTS.json OUT_FOLDER"""
+"""Reads the benchmark's JSON and prints medians of processor time against what a host would link instead; writes them
+as CSV and as a picture.
+  report.py RESULTS.json NARROW.json OUT_FOLDER    the comparison; NARROW: peers held to registers of 128 bits
+  report.py --two OLD.json... NEW.json...             what changed between two builds
+  report.py --thumbnails RESULTS.json              cost of 256 x 256 pixels beside that of 24 megapixels"""
 import csv
 import json
 import statistics
@@ -24,7 +27,7 @@ ROWS = [
     ("unsharp mask, radius 2", ["zel/unsharp/24MP/8"], ["peer/opencv/unsharp/24MP/8"], "least", 2.5),
     ("hue and saturation", ["zel/hue-saturation/24MP/8"], ["peer/opencolorio/lattice/24MP/8"], "least", 12.0),
     ("Colorful, table applied", ["zel/colorful-apply/24MP/8"], ["peer/opencolorio/lattice/24MP/8"], "least", 12.0),
-    ("hue and saturation", ["zel/hue-saturation/24MP/8"], ["peer/opencv/hls-change/24MP/8"], "least", 2.5),
+    ("hue and saturation, HLS", ["zel/hue-saturation/24MP/8"], ["peer/opencv/hls-change/24MP/8"], "least", 2.5),
     ("noise reduction, strength 50", ["zel/denoise/24MP/8"], ["peer/ffmpeg/denoise/24MP/8"], "least", 10.0),
     ("mask blend", ["step/mask-blend/24MP/8"], ["step/memcpy/24MP/8"] * 3, "least", 0.4),
     ("region hue mask", ["step/region-hue-mask/24MP/8"], ["peer/opencv/bgr-to-hsv/24MP/8"], "least", 1.0),
@@ -38,17 +41,28 @@ ROWS = [
 ]
 
 
-def read_medians(path):
+# The ratios that we hold ourselves to where registers have 128 bits.
+NARROW_BARS = {"blur, sigma 1": 1.4, "blur, sigma 3": 1.4, "blur, sigma 10": 1.4, "blur, sigma 1, 16 bits": 2.0,
+               "blur, sigma 3, 16 bits": 2.0, "blur, sigma 10, 16 bits": 2.0, "sharpen": 2.0,
+               "unsharp mask, radius 2": 1.5, "hue and saturation": 6.0, "hue and saturation, HLS": 2.0,
+               "region hue mask": 1.0, "hue-weight mask": 1.0}
+
+
+def read_medians(*paths):
+    """Programs of others are timed by the clock that their benchmark has set."""
     times = {}
-    for run in json.loads(Path(path).read_text())["benchmarks"]:
-        if run.get("run_type") == "aggregate" or run.get("error_occurred"):
-            continue
-        name = run["run_name"].removesuffix("/real_time").removesuffix("/iterations:1/manual_time")
-        times.setdefault(name, []).append(run["real_time"])
+    for path in paths:
+        for run in json.loads(Path(path).read_text())["benchmarks"]:
+            if run.get("run_type") == "aggregate" or run.get("error_occurred"):
+                continue
+            name = run["run_name"]
+            manual = "/manual_time" in name
+            name = name.split("/iterations:")[0].removesuffix("/manual_time")
+            times.setdefault(name, []).append(run["real_time" if manual else "cpu_time"])
     return {name: statistics.median(values) for name, values in times.items()}
 
 
-LEVELS = ["avx512", "avx2", "base"]  # best first
+LEVELS = ["avx512", "avx2", "sse41", "base"]  # best first
 
 
 def total(medians, names, levels):
@@ -107,9 +121,59 @@ plot $data using (0.5*$2):0:(0.5*$2):(0.35):ytic(1) with boxxyerror lc rgb "#336
         print(f"no picture: {error}", file=sys.stderr)
 
 
+def two_builds(old, new):
+    """Both builds ran in turns, so that a busy minute hits both alike."""
+    before, after = read_medians(*old), read_medians(*new)
+    ratios = sorted((after[name] / before[name], name) for name in before if after.get(name))
+    for ratio, name in ratios:
+        remark = "faster" if ratio < 0.95 else "slower" if ratio > 1.05 else ""
+        print(f"{name:48} {before[name]:10.3f} {after[name]:10.3f} {ratio:7.3f}  {remark}")
+
+
+def thumbnails(medians):
+    """What a call costs beside its pixels, and how much dearer a pixel of a small picture is otherwise."""
+    print(f"{'operation':24} {'level':8} {'24 MP, ns a pixel':>18} {'256 x 256':>10} {'times':>6}")
+    for name in sorted(medians):
+        parts = name.split("/")
+        if parts[0] != "zel" or parts[2] != "256" or parts[3] != "8":
+            continue
+        large = medians.get("/".join([parts[0], parts[1], LARGE, *parts[3:]]))
+        if large and not parts[1].endswith("-lut"):
+            a, b = large / 24, medians[name] / 0.065536
+            print(f"{parts[1]:24} {parts[4]:8} {a:18.2f} {b:10.2f} {b / a:6.2f}")
+
+
+def narrow(medians):
+    """The kernels for registers of 128 bits against peers held to the same instructions."""
+    print("\nWith registers of 128 bits on either side:")
+    for title, ours, peers, kind, _ in ROWS:
+        if title in NARROW_BARS:
+            own, other, ratio = quotient(medians, ours, peers, kind, ["sse41"])
+            if ratio:
+                remark = "ok" if ratio >= NARROW_BARS[title] else "below the bar"
+                print(f"{title:42} {own:9.2f} {other:9.2f} {ratio:7.2f} at least {NARROW_BARS[title]:g}  {remark}")
+
+
+def limits(medians):
+    """How near each operation comes to the speed of copying its pixels."""
+    copy = medians.get("step/memcpy/24MP/8")
+    if not copy:
+        return
+    print("\nShare of the speed of copying the picture, 24 megapixels of 8 bits:")
+    for name in sorted(medians):
+        parts = name.split("/")
+        if parts[0] == "zel" and parts[2:4] == [LARGE, "8"] and parts[4] in LEVELS[:1] and not parts[1].endswith("-lut"):
+            print(f"{parts[1]:42} {medians[name]:9.2f} {copy / medians[name]:7.2f}")
+
+
 def main():
+    if sys.argv[1] == "--two":
+        half = (len(sys.argv) - 2) // 2
+        return two_builds(sys.argv[2:2 + half], sys.argv[2 + half:])
+    if sys.argv[1] == "--thumbnails":
+        return thumbnails(read_medians(*sys.argv[2:]))
     medians = read_medians(sys.argv[1])
-    folder = Path(sys.argv[2])
+    folder = Path(sys.argv[3])
     folder.mkdir(parents=True, exist_ok=True)
     rows = list(compare(medians))
     print(f"{'operation':42} {'ours ms':>9} {'other ms':>9} {'ratio':>7} {'AVX2':>7} {'wanted':>8}")
@@ -127,6 +191,8 @@ def main():
         writer.writerow(["benchmark", "median_ms"])
         writer.writerows(sorted(medians.items()))
     draw(rows, folder / "ratios.png")
+    narrow(read_medians(sys.argv[2]))
+    limits(medians)
 
 
 main()

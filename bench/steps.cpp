@@ -31,12 +31,16 @@ Canvas CanvasOf(const Size& size) {
   return {Source(size, 3, 8).desc(), Destination(size, 3, 8).desc(), Destination(size, 1, 8).desc(), spare.desc()};
 }
 
+// With the kernels of one level, or the best ones.
 template <class Steps>
-void RegisterSteps(const std::string& name, Steps steps) {
-  RegisterTimed("step/" + name + "/24MP/8", [steps](benchmark::State& state) {
+void RegisterSteps(const std::string& name, Steps steps, const Kernels* kernels = nullptr) {
+  const std::string level = kernels != nullptr ? std::string("/") + kernels->level : "";
+  RegisterTimed("step/" + name + "/24MP/8" + level, [steps, kernels](benchmark::State& state) {
     const Canvas canvas = CanvasOf(kLarge);
+    SetActiveKernels(kernels);
     steps(canvas);
     for (auto _ : state) steps(canvas);
+    SetActiveKernels(nullptr);
   });
 }
 
@@ -82,9 +86,13 @@ void RegisterSteps() {
   RegisterCopies(kSmall);
   RegisterSteps("mask-blend",
                 [](const Canvas& c) { MaskBlend(c.spare, c.source, c.destination, c.mask, kMix, nullptr); });
-  RegisterSteps("region-hue-mask",
-                [](const Canvas& c) { BuildRegionHueMask(c.source, c.mask, nullptr, ColourRegion::kSky, 60, 192); });
-  RegisterSteps("hue-weight-mask", [](const Canvas& c) { BuildHueWeightMask(c.source, c.mask, nullptr, 255); });
+  for (const Kernels* const* level = BuiltKernelLevels(); *level != nullptr; ++level) {
+    RegisterSteps(
+        "region-hue-mask",
+        [](const Canvas& c) { BuildRegionHueMask(c.source, c.mask, nullptr, ColourRegion::kSky, 60, 192); }, *level);
+    RegisterSteps(
+        "hue-weight-mask", [](const Canvas& c) { BuildHueWeightMask(c.source, c.mask, nullptr, 255); }, *level);
+  }
   RegisterSteps("skin-flash/sum", [](const Canvas& c) {
     BuildHueWeightMask(c.source, c.mask, nullptr, 115);
     BlurMask(c, 3.0);
