@@ -72,6 +72,8 @@ ZEL_V(subs_epu8(Wide a, Wide b)) { return ZEL_EITHER(vqsubq_u8(a, b), wasm_u8x16
 ZEL_V(min_epu8(Wide a, Wide b)) { return ZEL_EITHER(vminq_u8(a, b), wasm_u8x16_min(a, b)); }
 ZEL_V(max_epu8(Wide a, Wide b)) { return ZEL_EITHER(vmaxq_u8(a, b), wasm_u8x16_max(a, b)); }
 ZEL_V(min_epu16(Wide a, Wide b)) { return ZEL_EITHER((Wide)vminq_u16((uint16x8_t)a, (uint16x8_t)b), wasm_u16x8_min(a, b)); }
+ZEL_V(min_epi16(Wide a, Wide b)) { return ZEL_EITHER((Wide)vminq_s16((int16x8_t)a, (int16x8_t)b), wasm_i16x8_min(a, b)); }
+ZEL_V(max_epi16(Wide a, Wide b)) { return ZEL_EITHER((Wide)vmaxq_s16((int16x8_t)a, (int16x8_t)b), wasm_i16x8_max(a, b)); }
 ZEL_V(min_epi32(Wide a, Wide b)) { return ZEL_EITHER((Wide)vminq_s32((int32x4_t)a, (int32x4_t)b), wasm_i32x4_min(a, b)); }
 ZEL_V(max_epi32(Wide a, Wide b)) { return ZEL_EITHER((Wide)vmaxq_s32((int32x4_t)a, (int32x4_t)b), wasm_i32x4_max(a, b)); }
 ZEL_V(abs_epi16(Wide a)) { return ZEL_EITHER((Wide)vabsq_s16((int16x8_t)a), wasm_i16x8_abs(a)); }
