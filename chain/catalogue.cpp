@@ -266,7 +266,8 @@ std::vector<Operation> Colour() {
       {"color-cast",
        "colour",
        "Finds the tint of the brightest areas and moves it towards grey.",
-       "A photograph without a recognisable cast stays as it is.",
+       "For scans of paper with a tint; it can turn a colourful photograph, for which light-correct is the tool. A "
+       "photograph without a recognisable cast stays as it is.",
        {"strength=30", "strength=60", "strength=100"},
        Depth::Difference,
        Reach::Curve,
@@ -302,7 +303,7 @@ std::vector<Operation> Colour() {
       {"light-correct",
        "colour",
        "Takes out the colour of the light.",
-       "The light is estimated from the bright, nearly neutral areas; without such evidence nothing changes.",
+       "Every plausible light is weighed by the surfaces and edges it explains; the less evidence, the less changes.",
        {"strength=30", "strength=60", "strength=100"},
        Depth::Curve,
        Reach::Curve,
