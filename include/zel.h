@@ -259,10 +259,10 @@ ZEL_API int32_t ZEL_CALL ZelTavoraFunc_SkinClear(const ImageDesc* source, const 
 
 /*
  * Restores a faded, yellowed photograph: contrast and balance come back through one curve per channel,
- * measured on the whole image.
+ * measured on the whole image. A picture that shows no age stays as it is.
  *
  * mode      1 takes three quarters of the strength; any other value takes it whole.
- * strength  0 (copies the source) to 100.
+ * strength  0 (copies the source) to 100; 50 is the measured curve, beyond it middle tones go further.
  *
  * 1 and 3 channels, 8 and 16 bits.
  */
@@ -384,8 +384,8 @@ ZEL_API int32_t ZEL_CALL ZelBasicToolFunc_ColorCorrect(const ImageDesc* source, 
                                                        int32_t colour, int32_t strength);
 
 /*
- * Takes out the colour of the light, estimated from the bright, nearly neutral areas of the picture, by
- * `strength` per cent, 0 (copies the source) to 100. A picture without evidence stays as it is. Three
+ * Takes out the colour of the light, estimated from the surfaces and edges that it makes plausible, by
+ * `strength` per cent, 0 (copies the source) to 100. The less evidence, the less changes. Three
  * channels (one-channel images have no colour to take out and are copied), 8 and 16 bits.
  */
 ZEL_API int32_t ZEL_CALL ZelBasicToolFunc_LightCorrect(const ImageDesc* source, const ImageDesc* destination,
