@@ -20,7 +20,12 @@ await mkdir(at('zel/'), { recursive: true });
 for (const name of await readdir(new URL('engine/', here))) {
   if (name.endsWith('.js')) await cp(new URL(`engine/${name}`, here), at(`zel/${name}`));
 }
-for (const [name, from] of Object.entries(MODULES)) await cp(at(from), at(`zel/${name}`));
+for (const [name, from] of Object.entries(MODULES)) {
+  await cp(at(from), at(`zel/${name}`));
+  const imports = WebAssembly.Module.imports(await WebAssembly.compile(new Uint8Array(await readFile(at(from)))));
+  const missing = imports.filter(({ module, name: symbol }) => module === 'env' && !/^(__syscall_|emscripten_notify_)/.test(symbol));
+  if (missing.length > 0) throw new Error(`${name} lacks ${missing.map(({ name: symbol }) => symbol).join(', ')}`);
+}
 await cp(new URL('README.md', here), at('zel/README.md'));
 await cp(new URL('../LICENSE', here), at('zel/LICENSE'));
 const { scripts, devDependencies, ...published } = JSON.parse(await readFile(new URL('package.json', here), 'utf8'));

@@ -65,6 +65,7 @@ export async function load({ worker = false, module = compileOwn } = {}) {
 class Here {
   /** @param {WebAssembly.Module} module */
   constructor(module) {
+    this.module = module;
     this.engine = new Engine(module);
   }
 
@@ -75,9 +76,15 @@ class Here {
       progress?.(done);
       return signal?.aborted ?? false;
     };
-    const result = /** @type {any} */ (this.engine)[name](...args, tell);
-    signal?.throwIfAborted();
-    return result;
+    try {
+      const result = /** @type {any} */ (this.engine)[name](...args, tell);
+      signal?.throwIfAborted();
+      return result;
+    } catch (error) {
+      if (!(error instanceof WebAssembly.RuntimeError || error instanceof RangeError)) throw error;
+      this.engine = new Engine(this.module); // what ran out of memory is in no state to go on
+      throw new ZelError('does not fit into memory', { code: -22 });
+    }
   }
 
   close() {}

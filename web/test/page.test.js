@@ -234,15 +234,14 @@ function suite(name) {
     const bomb = Buffer.from(good.subarray(0, 33));
     bomb.writeUInt32BE(60000, 16);
     bomb.writeUInt32BE(60000, 20);
-    const { crc32 } = await import('node:zlib').then((zlib) => (/** @type {any} */ (zlib).crc32 ? zlib : { crc32: undefined }));
-    bomb.writeUInt32BE(/** @type {any} */ (crc32)?.(bomb.subarray(12, 29)) ?? 0, 29);
+    bomb.writeUInt32BE(/* of this header */ 0xfb0e215, 29);
     tool('eight.png', '-o', 'short.jpg', '--overwrite', 'contrast');
     /** @type {[string, Buffer, RegExp][]} */
     const cases = [
       ['damaged.png', Buffer.concat([good.subarray(0, 3000), Buffer.alloc(200, 7), good.subarray(3200)]), /^damaged.png is damaged and cannot be read\.$/],
       ['cut.png', good.subarray(0, good.length / 2), /^cut.png is damaged/],
       ['cut.jpg', readFileSync(inFolder('short.jpg')).subarray(0, 300), /^cut.jpg is damaged/],
-      ['bomb.png', bomb, crc32 ? /^bomb.png has 3600 million pixels; the page takes at most 100 million\.$/ : /^bomb.png/],
+      ['bomb.png', bomb, /^bomb.png has 3600 million pixels; the page takes at most 100 million\.$/],
       ['text.jpg', Buffer.from('Dear diary, no picture today.'), /^text.jpg is not a picture/],
       ['empty.png', Buffer.alloc(0), /^empty.png is empty\.$/],
     ];
