@@ -109,7 +109,7 @@ class Choice {
     const std::vector<uint8_t>& c = measured.decisions[0].block;
     const auto [least, most] = std::minmax({c[170] - 170, c[256 + 170] - 170, c[512 + 170] - 170});
     const int cast = most - least;
-    if (cast < 8) return true;
+    if (cast < 12) return true;
     // A strong colour of the light is often what the picture is about.
     const double strength = force_ * (cast > 40 ? 30 : 50);
     return Add("light-correct", {{"strength", strength}},

@@ -6,14 +6,24 @@
 //   if (!result) std::puts(zel::explain(result));
 //
 // A view owns nothing and a call costs what the C function costs; only a refusal is looked at more closely.
+//
+// Named operations on any pixels, from libzel_chain:
+//
+//   const zel::Chain chain = zel::Chain::Words("light-correct vivid strength=20");
+//   if (!chain) std::puts(chain.report().text);
+//   const ZelPixels pixels = zel::Pixels(data, width, height, 4, 8);
+//   const ZelReport report = chain.Apply(pixels, pixels);
 #ifndef ZEL_HPP_
 #define ZEL_HPP_
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
+#include <string_view>
 
 #include "zel.h"
+#include "zel_chain.h"
 
 namespace zel {
 
@@ -120,6 +130,78 @@ Result Measure(std::int32_t(ZEL_CALL* function)(const ImageDesc*, Parameters...)
                Arguments... arguments) {
   return Result::Of(function(&source.desc(), arguments...), source, nullptr);
 }
+
+// Pixels of a host; rows follow without a gap when `rowBytes` is 0.
+inline ZelPixels Pixels(void* data, std::int32_t width, std::int32_t height, std::int32_t channels, std::int32_t bits,
+                        bool blueFirst = false, std::ptrdiff_t rowBytes = 0) {
+  return {data, rowBytes, width, height, channels, bits, blueFirst ? 1 : 0};
+}
+
+// What a chain's automatic operations decided on one picture; false when it could not be measured.
+class Measured {
+ public:
+  explicit operator bool() const { return measured_ != nullptr; }
+  const ZelReport& report() const { return report_; }
+
+  // Whether parts with `Margin` pixels around them give what the whole gives.
+  bool AllowsTiles() const { return (ZelMeasured_Flags(measured_.get()) & ZEL_MEASURED_TILES) != 0; }
+  std::int32_t Margin() const { return ZelMeasured_Margin(measured_.get()); }
+
+  ZelReport Apply(const ZelPixels& source, const ZelPixels& destination,
+                  const ZelApplyOptions* options = nullptr) const {
+    ZelReport report;
+    ZelMeasured_Apply(measured_.get(), &source, &destination, options, &report);
+    return report;
+  }
+
+ private:
+  friend class Chain;
+
+  struct Free {
+    void operator()(ZelMeasured* measured) const { ZelMeasured_Free(measured); }
+  };
+  std::unique_ptr<ZelMeasured, Free> measured_;
+  ZelReport report_{};
+};
+
+// Operations by name with their settings; false when the text could not be read, and `report` says why.
+class Chain {
+ public:
+  static Chain Words(std::string_view text) {
+    Chain chain;
+    chain.chain_.reset(ZelChain_ParseLine(text.data(), text.size(), &chain.report_));
+    return chain;
+  }
+  static Chain Recipe(std::string_view json) {
+    Chain chain;
+    chain.chain_.reset(ZelChain_ParseRecipe(json.data(), json.size(), &chain.report_));
+    return chain;
+  }
+
+  explicit operator bool() const { return chain_ != nullptr; }
+  const ZelReport& report() const { return report_; }
+  const ZelChain* get() const { return chain_.get(); }
+
+  // The report's code is ZEL_OK when all went well.
+  ZelReport Apply(const ZelPixels& source, const ZelPixels& destination,
+                  const ZelApplyOptions* options = nullptr) const {
+    ZelReport report;
+    ZelChain_Apply(chain_.get(), &source, &destination, options, &report);
+    return report;
+  }
+  Measured Measure(const ZelPixels& picture, const ZelApplyOptions* options = nullptr) const {
+    Measured measured;
+    measured.measured_.reset(ZelChain_Measure(chain_.get(), &picture, options, &measured.report_));
+    return measured;
+  }
+
+ private:
+  struct Free {
+    void operator()(ZelChain* chain) const { ZelChain_Free(chain); }
+  };
+  std::unique_ptr<ZelChain, Free> chain_;
+  ZelReport report_{};
+};
 
 }  // namespace zel
 
