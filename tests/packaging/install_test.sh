@@ -29,10 +29,27 @@ c++ -std=c++17 "$source_dir/examples/host.cpp" $(pkg-config --cflags --libs zel)
 cc -std=c99 "$source_dir/examples/host.c" -I"$prefix/include" -ldl -o "$work/host_c"
 check_hosts "pkg-config and cc" "$work/host_pc" "$work/host_c"
 
+# Hosts in C alone: the shared libraries, and the archives with what they need.
+for library in zel::chain zel::chain_static; do
+  cmake -S "$source_dir/tests/packaging/embed" -B "$work/$library" -DHOW=package -DLIBRARY=$library \
+    -DCMAKE_PREFIX_PATH="$prefix" >"$work/cmake.log" && cmake --build "$work/$library" >>"$work/cmake.log" ||
+    { cat "$work/cmake.log"; fail "CMake package from C: $library"; }
+done
+# shellcheck disable=SC2046
+cc -std=c99 "$source_dir/tests/packaging/embed/host.c" $(pkg-config --cflags --libs zel-chain) -o "$work/host_shared"
+# shellcheck disable=SC2046
+cc -std=c99 "$source_dir/tests/packaging/embed/host.c" $(pkg-config --static --cflags zel-chain) -Wl,-Bstatic \
+  $(pkg-config --static --libs zel-chain | sed 's/-lstdc++ -lm//g') -Wl,-Bdynamic -lstdc++ -lm -o "$work/host_static"
+for host in "$work/zel::chain/host" "$work/zel::chain_static/host" "$work/host_shared" "$work/host_static"; do
+  LD_LIBRARY_PATH=$lib "$host" | grep -qx '2, 1, 0, 2: result 0, first pixel 3 35 68' || fail "$host"
+done
+readelf -d "$work/zel::chain_static/host" "$work/host_static" | grep -q libzel && fail "a static host needs libzel"
+
 # The tool comes with its manual page and completion, and finds the library beside it.
 if [ -e "$build_dir/zel" ]; then
   [[ $("$prefix/bin/zel" ops) = *smart-contrast* ]] || fail "the installed tool does not run"
-  for file in share/man/man1/zel.1 share/bash-completion/completions/zel; do
+  for file in share/man/man1/zel.1 share/bash-completion/completions/zel \
+    share/zsh/vendor-completions/_zel share/fish/vendor_completions.d/zel.fish; do
     [ -s "$prefix/$file" ] || fail "$file is missing"
   done
 fi
@@ -44,6 +61,7 @@ soname=$(objdump -p "$lib/libzel.so" | awk '/SONAME/ { print $2 }')
   { cat "$work/cpack.log"; fail "cpack"; }
 listing() { dpkg-deb -c "$work"/packages/"$1"_*.deb | awk '{ print $6, $7, $8 }'; }
 listing libzel2 | grep -q 'libzel.so.2.1.0' || fail "libzel2 lacks the library"
+listing libzel2 | grep -q 'libzel_chain.so.2.1.0' || fail "libzel2 lacks the chain library"
 listing libzel2 | grep -q 'zel.h' && fail "libzel2 has the header"
 listing libzel-dev | grep -q 'include/zel.hpp' || fail "libzel-dev lacks the header"
 listing libzel-dev | grep -q 'zelConfig.cmake' || fail "libzel-dev lacks the CMake package"
