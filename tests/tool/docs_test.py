@@ -42,7 +42,7 @@ class Documentation(ToolTest):
         for language, compiler, suffix in (("c", ["cc", "-std=c99"], "c"), ("cpp", ["c++", "-std=c++17"], "cpp")):
             for program in blocks("README.md", language):
                 self.write(f"host.{suffix}", program.encode())
-                subprocess.run([*compiler, *sanitize, f"host.{suffix}", "-I", f"{SOURCE}/include", "-L", library, "-lzel",
+                subprocess.run([*compiler, *sanitize, f"host.{suffix}", "-I", f"{SOURCE}/include", "-L", library, "-lzel_chain", "-lzel",
                                 f"-Wl,-rpath,{library}", "-o", "host"], cwd=self.folder.name, check=True)
                 subprocess.run([self.path("host")], check=True, capture_output=True)
 
