@@ -34,6 +34,7 @@ int32_t Guarded(ZelReport* report, const Body& body) {
     body(&error);
   } catch (const std::bad_alloc&) {
     error = {ZEL_CHAIN_NO_MEMORY, -1, -1, 0, {}};
+    if (report != nullptr) report->changed = 1;  // nobody knows
   }
 #else
   body(&error);

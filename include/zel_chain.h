@@ -62,7 +62,7 @@ typedef struct ZelReport {
   int32_t step;     /* the operation of the chain that it is about, from 0; -1 none */
   int32_t position; /* in texts the byte, among words the word, from 0, where reading stopped; -1 none */
   int32_t call;     /* what the function of zel.h answered when it refused; else 0 */
-  int32_t changed;  /* after a failure: 1 when the destination no longer holds what it held */
+  int32_t changed;  /* after a failure: 1 when the destination may no longer hold what it held */
   int32_t grey;     /* after success: 1 when a grey source gave a result without colour, whatever the destination */
   char text[512];   /* one line for a person, without full stop; empty after success */
   char notes[1024]; /* what a person should know after success, one per line; mostly empty */
@@ -95,8 +95,8 @@ typedef struct ZelApplyOptions {
   int32_t orientation; /* EXIF, 1 to 8 [1]: how the stored picture is turned for showing. Points and rectangles count in
                           the picture as it is shown. */
   int32_t wholeWidth, wholeHeight, left, top; /* [the pixels are the whole picture] */
-  /* Called in the calling thread at the start, with the share done from 0 to 1 between operations and inside long ones
-   * (a few dozen times a second of work), and at the end; an answer other than 0 cancels. */
+  /* Called in the calling thread with the share done from 0 to 1: before every operation, between parts of about a
+   * million pixels where operations look at each pixel alone, and at the end; an answer other than 0 cancels. */
   int32_t(ZEL_CALL* progress)(void* user, double done);
   void* user;
 } ZelApplyOptions;
@@ -209,6 +209,10 @@ ZEL_CHAIN_API int32_t ZEL_CALL ZelChain_Where(const ZelChain* chain, int32_t ste
  * where its depth is "full" or "curve". Several run without rounding to 8 bits in between.
  *
  * A call that fails before the first pixel is changed leaves the destination as it was; report->changed tells.
+ *
+ * Chains work right in a destination of three channels (or one, where all operations take grey) with rows downwards.
+ * Other layouts go through parts of about a million pixels, or, when an operation looks further than at one pixel,
+ * through a copy of the colours; 16-bit pixels get an 8-bit copy for operations of depth "difference".
  */
 ZEL_CHAIN_API int32_t ZEL_CALL ZelChain_Apply(const ZelChain* chain, const ZelPixels* source,
                                               const ZelPixels* destination, const ZelApplyOptions* options,

@@ -457,8 +457,9 @@ void CheckBaked(const Example& e, const ZelChain* chain) {
   if (table == nullptr) return;
   ZelChain_Apply(chain, photo.pixels(), direct.pixels(), nullptr, &report);
   ZelTable_Apply(table, photo.pixels(), mapped.pixels(), nullptr, &report);
-  Expect(error.most == 0 ? direct.bytes() == mapped.bytes() : e.arguments.typed.count("style") != 0,
-         e.words + ": its own table does something else");
+  Expect(
+      error.most == 0 ? direct.bytes() == mapped.bytes() : (e.name == "colorful" && e.words != "colorful strength=50"),
+      e.words + ": its own table does something else");
   size_t bytes = 0;
   char* const text = ZelTable_WriteCube(table, e.words.c_str(), &bytes, &report);
   ZelTable* const again = ZelTable_ReadCube(text, bytes, &report);
