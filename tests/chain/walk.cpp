@@ -457,9 +457,9 @@ void CheckBaked(const Example& e, const ZelChain* chain) {
   if (table == nullptr) return;
   ZelChain_Apply(chain, photo.pixels(), direct.pixels(), nullptr, &report);
   ZelTable_Apply(table, photo.pixels(), mapped.pixels(), nullptr, &report);
-  Expect(
-      error.most == 0 ? direct.bytes() == mapped.bytes() : (e.name == "colorful" && e.words != "colorful strength=50"),
-      e.words + ": its own table does something else");
+  // Between the nodes colorful for skin bends, and its lattice without effect still rounds.
+  const bool differs = e.arguments.typed.count("style") != 0 || e.words == "colorful strength=0";
+  Expect(error.most == 0 ? direct.bytes() == mapped.bytes() : differs, e.words + ": its own table does something else");
   size_t bytes = 0;
   char* const text = ZelTable_WriteCube(table, e.words.c_str(), &bytes, &report);
   ZelTable* const again = ZelTable_ReadCube(text, bytes, &report);
