@@ -118,20 +118,23 @@ class Choice {
 
   bool Tone(Looks* looks) {
     const int black = looks->Percentile(0.002), white = looks->Percentile(0.998);
-    const double shadow = std::min(black * 0.8 * force_, 45.0);
-    const double highlight = std::max(255 - (255 - white) * 0.8 * force_, 195.0);
-    if ((black > 10 || white < 240) && white - black > 60) {
-      const size_t before = steps_->size();
-      if (!Add("levels", {{"shadow", std::floor(shadow)}, {"highlight", std::ceil(highlight)}},
+    const size_t before = steps_->size();
+    // By half where all of it would clip.
+    for (double share = 0.8 * force_;
+         share > 0.1 && steps_->size() == before && (black > 10 || white < 240) && white - black > 60;
+         share = share > 0.4 ? share / 2 : 0) {
+      const double shadow = std::floor(std::min(black * share, 45.0));
+      const double highlight = std::ceil(std::max(255 - (255 - white) * share, 195.0));
+      if (!Add("levels", {{"shadow", shadow}, {"highlight", highlight}},
                "levels: the tones reach from " + std::to_string(black) + " to " + std::to_string(white))) {
         return false;
       }
-      if (steps_->size() > before) {
-        const double closeness = looks->closeness;
-        *looks = {};
-        looks->closeness = closeness;
-        Look(work_, looks);
-      }
+    }
+    if (steps_->size() > before) {
+      const double closeness = looks->closeness;
+      *looks = {};
+      looks->closeness = closeness;
+      Look(work_, looks);
     }
     // The middle of the tones, when the picture is neither a night nor a bright one on purpose: it has both ends.
     const int middle = looks->Percentile(0.5), low = looks->Percentile(0.1), high = looks->Percentile(0.9);
