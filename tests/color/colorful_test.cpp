@@ -190,8 +190,8 @@ TEST(Colorful, StrengthFadesAndSaturates) {
 TEST(Colorful, MaskedStyleMixesTheLatticeIntoReddishHues) {
   const TestImage source({300, 40, 3, 8, true, 0});
   const Lattice lattice = EstimatedFor(source);
-  for (int strength : {30, 60, 90}) {
-    const int ceiling = strength == 30 ? 115 : 192, saturation = strength == 30 ? 0 : strength == 60 ? 10 : 55;
+  for (const auto& [strength, ceiling, saturation] :
+       {std::tuple{30, 115, 0}, {60, 192, 10}, {75, 192, 25}, {76, 192, 27}, {90, 192, 55}}) {
     TestImage working(source), mask({300, 40, 1, 8, false, 0});
     mask.Fill(0);
     ASSERT_TRUE(BuildHueWeightMask(source.desc(), mask.desc(), nullptr, ceiling));

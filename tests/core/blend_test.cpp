@@ -129,6 +129,7 @@ TEST(StrengthBlend, DividesBy128WithWeightsOf127) {
   EXPECT_EQ(blended(255, 0, kMix, 150), 255);
   EXPECT_EQ(blended(0, 255, kMix, INT32_MAX), 0);
   EXPECT_EQ(blended(128, 128, kScreen, 100), (255 - (127 * 127 >> 8)) * 127 >> 7);
+  EXPECT_EQ(blended(1, 0, kScreen, 100), 1) << "254 * 255 >> 8 is 253, not 254";
   EXPECT_EQ(blended(128, 128, kMultiply, 100), 127 * 64 >> 7);
   EXPECT_EQ(blended(255, 0, kScreen, 150), (190 * 255 >> 7) & 0xFF) << "screen keeps the low eight bits";
   const TestImage before(out);

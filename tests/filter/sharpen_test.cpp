@@ -43,6 +43,7 @@ TEST(Convolve3x3, EqualsADirectSumOverEveryPixel) {
                         {{0, -9000, 0, -9000, 36100, -9000, 0, -9000, 0}, 100},
                         {{-1, 0, 1, -2, 3, 2, -1, 0, 1}, 256},
                         {{-100, 7, 100, -200, 300, 200, -100, 9, 99}, 257},
+                        {{1000, 1000, 1000, 1000, 1000, 1000, 1000, 1000, 1000}, 1},
                         {{INT32_MAX, INT32_MIN, 1, 1, 1, 1, 1, 1, 1}, 1}};
   for (const Shape& shape : ByteShapes()) {
     for (const Case& c : cases) {

@@ -96,6 +96,17 @@ TEST(ToneEnhancement, EqualizesInGroups) {
   EXPECT_EQ(block[255], 255);
 }
 
+TEST(ToneEnhancement, RangesWidenInSteps) {
+  // Extents of exactly 100, 150 and 200 still belong to the step below.
+  for (const auto& [low, high, white] : {std::tuple{60, 160, 208}, {50, 200, 236}, {30, 230, 249}}) {
+    uint8_t block[ZEL_LUT1D_BYTES];
+    ASSERT_TRUE(AutoToneCurve(TwoTone({low, low, low}, {high, high, high}).desc(), nullptr, 0.5, 100, kToneNormal,
+                              Curves<uint8_t>{block, 3}));
+    EXPECT_EQ(block[white], 255) << low;
+    EXPECT_LT(block[white - 4], 255) << low;
+  }
+}
+
 TEST(ToneEnhancement, ExposureIsReadOffTheShadows) {
   const auto classOf = [](const TestImage& image) { return ClassifyExposure(image.view<const uint8_t>()); };
   EXPECT_EQ(classOf(TwoTone({10, 10, 10}, {50, 50, 200})), kToneDark);
