@@ -13,15 +13,16 @@ GIVEN = os.environ.get("ZEL_LIBRARIES", "")
 LIBRARIES = Path(GIVEN).resolve() if GIVEN else HERE / "build" / "zel"
 
 
-def declarations(header: str, constants_of: str) -> str:
-    """The declarations of a C header without what only a compiler needs, and the plain numbers of another."""
-    text, other = (re.sub(r"/\*.*?\*/", "", part, flags=re.S).replace("\\\n", " ") for part in (header, constants_of))
+def declarations(header: str, other_header: str) -> str:
+    """The declarations of a C header without what only a compiler needs; of another its records of places and its numbers."""
+    text, other = (re.sub(r"/\*.*?\*/", "", part, flags=re.S).replace("\\\n", " ") for part in (header, other_header))
     constants = re.findall(r"^#define (ZEL_\w+)\s+(-?\d+)\s*$", text + other, flags=re.M)
-    text = re.sub(r"^#if.*?^#endif.*?$", lambda m: "" if "ZEL_CHAIN_API" in m[0] or "__cplusplus" in m[0] else m[0], text, flags=re.S | re.M)
+    text = re.sub(r"^#if.*?^#endif.*?$", lambda m: "" if "define ZEL_" in m[0] or "__cplusplus" in m[0] else m[0], text,
+                  flags=re.S | re.M)  # fmt: skip
     text = re.sub(r"^(#|extern \"C\"|}$).*$", "", text, flags=re.M)
     text = re.sub(r"\bZEL_\w*API\b|\bZEL_CALL\b", "", text)
-    text = re.sub(r"ZelChain\s*\*\s*ZelChain_Auto\(.*?\);", "", text, flags=re.S)  # declared, not yet there
-    return "".join(f"#define {name} {value}\n" for name, value in constants) + text
+    records = re.findall(r"^typedef struct (?:ZelRect|ZelPoint) \{.*?^\} \w+;", other, flags=re.S | re.M)
+    return "".join(f"#define {name} {value}\n" for name, value in constants) + "\n".join(records) + text
 
 
 ffi = FFI()

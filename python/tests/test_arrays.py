@@ -269,6 +269,17 @@ def test_chains_travel():
     assert zel.Chain(("gamma", {"gamma": np.array([1.5, 1, 2])})) == zel.Chain("gamma gamma=1.5,1,2")
 
 
+def test_auto_chooses_and_says_why(tool, caplog):
+    caplog.set_level("INFO", "zel")
+    dark = zel.contrast(sample(tool, 8, "300x200"), brightness=-30, contrast=-40)
+    chain = zel.auto(dark)
+    assert len(chain) > 0 and len(caplog.messages) >= len(chain)
+    assert zel.auto(np.ascontiguousarray(dark[..., ::-1]), order="bgr") == chain
+    assert chain(dark).std() > dark.std()
+    with pytest.raises(zel.Error):
+        zel.auto(dark, 300)
+
+
 def test_a_call_costs_little_and_leaks_nothing():
     dot, strided = np.zeros((1, 1, 3), np.uint8), np.zeros((6, 6, 3), np.uint8)[::2, ::2]
     rounds = []

@@ -432,6 +432,18 @@ def one(
     return _run(lib.ZelChain_Apply, chain, array, out, order, _options(orientation, progress))
 
 
+def auto(array: Array, strength: int = 50, *, order: Order = "rgb") -> Chain:
+    """Looks at a photograph and chooses what makes it better. A good photograph gets an empty or nearly empty chain.
+
+    The reasons go to the logger "zel", one line each.
+    """
+    picture, report = _Picture(np.asarray(array), order), ffi.new("ZelReport *")
+    chain = lib.ZelChain_Auto(picture.pixels, strength, ffi.NULL, report)
+    held = _held(chain, lib.ZelChain_Free, report)
+    _note(report)
+    return Chain._of(held)
+
+
 @functools.lru_cache(maxsize=1)
 def _table() -> str:
     return str(ffi.string(lib.ZelChain_Table()).decode())

@@ -307,7 +307,8 @@ def connect(scheduler: str = "", workers: int = 0, dashboard: str = ":0") -> Ite
         with distributed.Client(scheduler) as client:
             yield client
         return
-    settings = {"distributed.scheduler.allowed-failures": ALLOWED_LOSSES}
+    # The workers wait for the tool; looking a hundred times a second where their Python stands tells nothing.
+    settings = {"distributed.scheduler.allowed-failures": ALLOWED_LOSSES, "distributed.worker.profile.enabled": False}
     count = workers or os.cpu_count() or 1
     with dask.config.set(settings), distributed.LocalCluster(
         n_workers=count, threads_per_worker=1, dashboard_address=dashboard, silence_logs=50
