@@ -34,7 +34,7 @@ struct Picture {
     const ptrdiff_t pitch = row + bytes[3] % 8;
     const size_t size = static_cast<size_t>(pitch * (pixels.height - 1) + row);
     memory.reset(new uint8_t[size]);
-    for (size_t i = 0; i < size; ++i) memory[i] = static_cast<uint8_t>(i * 37 + bytes[i % 8]);
+    for (size_t i = 0; i < size; ++i) memory[i] = static_cast<uint8_t>(i * 37 + bytes[i % 4]);
     const bool upwards = bytes[3] & 128;
     pixels.data = memory.get() + (upwards ? pitch * (pixels.height - 1) : 0);
     pixels.rowBytes = upwards ? -pitch : pitch;
