@@ -2,6 +2,7 @@
 #include <benchmark/benchmark.h>
 
 #include "driver/exports.h"
+#include "driver/kernel_choice.h"
 #include "photo.h"
 #include "registration.h"
 #include "simd/kernels.h"
@@ -22,7 +23,7 @@ void Register(const test::Export& function, const test::Timed& timed, const Size
   RegisterTimed(name, [&function, &timed, size, bits, kernels](benchmark::State& state) {
     ImageDesc* const source = Source(size, 3, bits).desc();
     ImageDesc* const destination = Destination(size, 3, bits).desc();
-    SetActiveKernels(kernels);
+    test::UseKernels(kernels);
     // What functions that take a table find there.
     alignas(16) static uint8_t table[test::kTableBytes];
     int32_t result = ZelTavoraFunc_Colorful_Get3DLut(source, 0, 60, nullptr, table);
@@ -37,7 +38,7 @@ void Register(const test::Export& function, const test::Timed& timed, const Size
                                        false};
     result |= function.call(arguments);
     for (auto _ : state) result |= function.call(arguments);
-    SetActiveKernels(nullptr);
+    test::UseKernels(nullptr);
     if (result != ZEL_OK) state.SkipWithError("refused");
   });
 }

@@ -56,7 +56,7 @@ if(WIN32)
 else()
   list(FILTER ZEL_SOURCES EXCLUDE REGEX "_windows\\.cpp$")
 endif()
-add_library(zel_objects OBJECT ${ZEL_SOURCES} src/simd/dispatch.cpp src/simd/prepare.cpp)
+add_library(zel_objects OBJECT ${ZEL_SOURCES} src/simd/dispatch.cpp src/simd/levels.cpp src/simd/prepare.cpp)
 zel_common(zel_objects)
 target_compile_definitions(zel_objects PRIVATE ZEL_BUILDING $<$<BOOL:${ZEL_X86}>:ZEL_HAS_WIDE_X86>)
 

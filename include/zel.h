@@ -54,11 +54,9 @@ extern "C" {
 #endif
 
 /* Result codes. */
-#define ZEL_OK 0 /* done; also when there was nothing to do */
-#define ZEL_NULL_ARGUMENT                                                                            \
-  -2                   /* a required pointer is null, or a mode is unknown, where a function says so \
-                        */
-#define ZEL_REFUSED -8 /* this image or these settings cannot be processed, or memory ran out */
+#define ZEL_OK 0             /* done; also when there was nothing to do */
+#define ZEL_NULL_ARGUMENT -2 /* a required pointer is null, or a mode is unknown, where a function says so */
+#define ZEL_REFUSED -8       /* this image or these settings cannot be processed, or memory ran out */
 
 /*
  * How the samples of a pixel are stored.
@@ -83,8 +81,7 @@ typedef uint32_t FormatCode;
 #define ZEL_FORMAT_RGBX64 0x02001040u
 #define ZEL_FORMAT_BGRX64 0x02001041u
 
-/* An image in the caller's memory. Sample k of pixel x in row y lies at sample y * stride + x * samples + k.
- */
+/* An image in the caller's memory. Sample k of pixel x in row y lies at sample y * stride + x * samples + k. */
 typedef struct ImageDesc {
   int32_t width;     /* pixels per row */
   int32_t height;    /* rows */
@@ -104,10 +101,8 @@ typedef struct ZelPoint {
 } ZelPoint;
 
 /* Sizes of the tables that are handed out and taken back. */
-#define ZEL_LUT1D_BYTES 768 /* red, green and blue table, 256 bytes each */
-#define ZEL_LUT3D_BYTES                                                              \
-  12288 /* 16 x 16 x 16 nodes of red, green, blue; red varies fastest; inputs k * 17 \
-         */
+#define ZEL_LUT1D_BYTES 768   /* red, green and blue table, 256 bytes each */
+#define ZEL_LUT3D_BYTES 12288 /* 16 x 16 x 16 nodes of red, green, blue; red varies fastest; inputs k * 17 */
 
 /*
  * Version of the library, "2, 1, 0, 2" with its terminating zero (11 bytes), written to `buffer`.
@@ -199,9 +194,11 @@ ZEL_API int32_t ZEL_CALL ZelTavoraFunc_Vivid(const ImageDesc* source, const Imag
  * Fill flash on skin: brightens skin-coloured areas.
  *
  * mode      1, or 2 for three quarters of the strength around a point.
- * point     a pixel of the skin to brighten, or none for all skin-like hues. When the pixel there does not
- * look like skin, the source is copied. strength  0 to 100; the effect grows up to 133. rect      where the
- * skin is brightened. Its corners are taken as given: a reversed one is empty. extra     ignored
+ * point     a pixel of the skin to brighten, or none for all skin-like hues. When the pixel there does not look like
+ *           skin, the source is copied.
+ * strength  0 to 100; the effect grows up to 133.
+ * rect      where the skin is brightened. Its corners are taken as given: a reversed one is empty.
+ * extra     ignored
  *
  * 8 bits, three channels. 16-bit images are accepted without effect: ZEL_OK, destination untouched.
  * Result: ZEL_NULL_ARGUMENT for a null image or a mode other than 1 and 2.
@@ -215,8 +212,10 @@ ZEL_API int32_t ZEL_CALL ZelTavoraFunc_SkinFlash(const ImageDesc* source, const 
  *
  * source       needed only with a point
  * reserved     ignored
- * point        the pixel whose colour is described, or none for a typical skin colour, which gives 54,
- * 77, 12. lightness, blueBalance, redBalance   outputs, per cent; null ones are skipped.
+ * point        the pixel whose colour is described, or none for a typical skin colour, which gives 54, 77, 12
+ * lightness    output, per cent; skipped when null
+ * blueBalance  the same
+ * redBalance   the same
  *
  * Result: ZEL_OK; ZEL_REFUSED when the point cannot be sampled (outside the image, or not 1 or 3 channels of
  * 8 or 16 bits); then the outputs are untouched.
@@ -228,11 +227,13 @@ ZEL_API int32_t ZEL_CALL ZelTavoraFunc_GetSkinToneInitialPercentages(const Image
 /*
  * Moves the colour of skin to the colour that three sliders describe.
  *
- * mode      1 or 2, without difference
- * point     a pixel of the skin to change, or none for all skin-like hues (then the typical skin colour is
- * the one that reaches the target). lightness, blueBalance, redBalance   0 to 100 per cent; see
- * ZelTavoraFunc_GetSkinToneInitialPercentages. rect      where the skin is changed. Its corners are taken as
- * given: a reversed one is empty.
+ * mode         1 or 2, without difference
+ * point        a pixel of the skin to change, or none for all skin-like hues (then the typical skin colour is the one
+ *              that reaches the target)
+ * lightness    0 to 100 per cent; see ZelTavoraFunc_GetSkinToneInitialPercentages
+ * blueBalance  the same
+ * redBalance   the same
+ * rect         where the skin is changed. Its corners are taken as given: a reversed one is empty.
  *
  * 8 bits, three channels. Result: ZEL_NULL_ARGUMENT for a null image or a mode other than 1 and 2;
  * ZEL_REFUSED when the point cannot be sampled; ZEL_OK otherwise, also when the image could not be processed
@@ -338,16 +339,15 @@ ZEL_API int32_t ZEL_CALL ZelBasicToolFunc_ContrastBrightness(const ImageDesc* so
 
 /*
  * Gamma: out = in ^ (1 / gamma), one value for red, green and blue each; above 1 brightens. Values above 10
- * count as 10, values of 0 and below and those that are no numbers as 1. `gamma` points to three floats, also for one
- * channel, which uses the first. 1 and 3 channels, 8 and 16 bits.
+ * count as 10, values of 0 and below and those that are no numbers as 1. `gamma` points to three floats, also
+ * for one channel, which uses the first. 1 and 3 channels, 8 and 16 bits.
  */
 ZEL_API int32_t ZEL_CALL ZelBasicToolFunc_Gamma(const ImageDesc* source, const ImageDesc* destination,
                                                 const float* gamma, const ZelRect* rect);
 
 /*
  * Levels: per channel (red, green, blue) the input that becomes white (`highlight`) and the one that becomes
- * black
- * (`shadow`), both from 0 to 255 at any depth. Points that meet or cross give a hard step at the highlight.
+ * black (`shadow`), both from 0 to 255 at any depth. Points that meet or cross give a hard step at the highlight.
  * 1 channel (the first entries) and 3 channels, 8 and 16 bits.
  */
 ZEL_API int32_t ZEL_CALL ZelBasicToolFunc_HighlightShadow(const ImageDesc* source, const ImageDesc* destination,
@@ -375,8 +375,8 @@ ZEL_API int32_t ZEL_CALL ZelBasicToolFunc_HueSaturationPro(const ImageDesc* sour
 /*
  * Removes a colour cast of a known family from the whole image.
  *
- * colour    0 finds the family by itself; 1 red, 2 yellow, 3 green, 4 cyan, 5 blue, 6 magenta. Others are
- * refused. strength  0 (keep) to 100 (neutral); not limited.
+ * colour    0 finds the family by itself; 1 red, 2 yellow, 3 green, 4 cyan, 5 blue, 6 magenta. Others are refused.
+ * strength  0 (keep) to 100 (neutral); not limited.
  *
  * 8 bits, three channels; a cast is only looked for in images stored blue first.
  */
@@ -404,9 +404,11 @@ ZEL_API int32_t ZEL_CALL ZelBasicToolFunc_ColorCastManual(const ImageDesc* sourc
  * Raises the colour of foliage.
  *
  * point   a pixel of the foliage, or none for all foliage-like hues. When the pixel there does not look like
- * foliage, the source is copied. amount  0 (copies the source) to 100. extra   ignored
- * rect    where the colours change; the whole image is always measured, and a last softening looks one
- * pixel beyond it, at what the destination holds there. A reversed one is empty.
+ *         foliage, the source is copied.
+ * amount  0 (copies the source) to 100.
+ * rect    where the colours change; the whole image is always measured, and a last softening looks one pixel
+ *         beyond it, at what the destination holds there. A reversed one is empty.
+ * extra   ignored
  *
  * 8 bits, three channels.
  */
@@ -467,9 +469,10 @@ ZEL_API int32_t ZEL_CALL ZelBasicToolFunc_GaussianBlur(const ImageDesc* source, 
 /*
  * Unsharp mask.
  *
- * amount     per cent; 100 adds the difference to the blurred picture once at 8 bits. At 16 bits the effect
- * of the same amount is 256 times stronger. radius     standard deviation of the blur, limited to 0.1..10
- * pixels threshold  differences up to it are left alone; 0 to 255 at any depth
+ * amount     per cent; 100 adds the difference to the blurred picture once at 8 bits. At 16 bits the effect of the
+ *            same amount is 256 times stronger.
+ * radius     standard deviation of the blur, limited to 0.1..10 pixels
+ * threshold  differences up to it are left alone; 0 to 255 at any depth
  *
  * 1 and 3 channels, 8 and 16 bits. An image that cannot be blurred is refused with a copy of the source in a
  * separate destination.

@@ -17,7 +17,8 @@ constexpr size_t kLatticeSamples = 3 * kLatticeNodes;
 void FillIdentityLattice(uint8_t* lattice);
 
 // The identity in a block whose depth is known only when the program runs; allocates the block (to be given to
-// ReleaseBytes) when there is none. Null when bits is neither 8 nor 16 or memory ran out.
+// ReleaseBytes) when there is none. Null when bits is neither 8 nor 16 or memory ran out. No export comes here: for
+// programs that are linked with the static library.
 void* MakeColorLattice(void* block, int32_t bits);
 
 // Maps the region through the lattice. Divisions by 17 are done as x 15 / 256, so that even the identity lowers the

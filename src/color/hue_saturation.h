@@ -18,8 +18,9 @@ void AdjustHueSaturationPixel16(const uint16_t in[3], uint16_t out[3], int32_t h
 void AdjustLatticeHueSaturation(uint8_t* lattice, int32_t hue, int32_t saturation);
 
 // The rectangle (reordered and cut), through a lattice or pixel by pixel. The lattice serves 8 and 16 bits alike and is
-// what the tools use; the direct 16-bit form starts its rows at sample `left` instead of 3 x `left`, which is promised.
-// Three channels; in place works. False, with nothing written, on images that differ or cannot be processed.
+// what the exports use; pixel by pixel is for programs that want the exact colours and have the time. The direct 16-bit
+// form starts its rows at sample `left` instead of 3 x `left`, which is promised. Three channels; in place works.
+// False, with nothing written, on images that differ or cannot be processed.
 bool ApplyHueSaturation(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t hue,
                         int32_t saturation, bool throughLattice);
 template <class T>

@@ -4,7 +4,9 @@ namespace zel {
 
 bool BuildHueWeightMask(const ImageDesc* source, const ImageDesc* mask, const ZelRect* rect, int32_t ceiling) {
   return WithImageAndMask(source, mask, [&](const auto& image, const auto& weights) {
-    return BuildHueWeightMaskRaw(image, weights, ClampedRegion(rect, image), ceiling);
+    uint16_t byHue[360];
+    MakeHueWeights<std::remove_pointer_t<decltype(weights.data)>>(ceiling, byHue);
+    return FillHueMask(image, weights, ClampedRegion(rect, image), byHue);
   });
 }
 

@@ -22,13 +22,8 @@ void MakeHueWeights(int32_t ceiling, uint16_t weights[360]) {
 //
 // Source of three channels, mask of one or three, 8 and 16 bits each. False, with nothing written, when the images
 // differ in size or cannot be processed.
+// No export comes here, the tools build their masks from views: for programs that keep masks in records.
 bool BuildHueWeightMask(const ImageDesc* source, const ImageDesc* mask, const ZelRect* rect, int32_t ceiling);
-template <class T, class M>
-bool BuildHueWeightMaskRaw(const View<const T>& image, const View<M>& mask, const Region& region, int32_t ceiling) {
-  uint16_t weights[360];
-  MakeHueWeights<M>(ceiling, weights);
-  return FillHueMask(image, mask, region, weights);
-}
 
 }  // namespace zel
 

@@ -18,6 +18,7 @@ struct HueSat {
 
 HueSat PixelHueSat(int32_t red, int32_t green, int32_t blue);
 HueSat PixelHueSat16(int32_t red, int32_t green, int32_t blue);
+// One of the two; the 16-bit forms and the saturation alone serve no export, only who looks at single colours.
 int32_t PixelHue(int32_t red, int32_t green, int32_t blue);
 int32_t PixelHue16(int32_t red, int32_t green, int32_t blue);
 int32_t PixelSat(int32_t red, int32_t green, int32_t blue);

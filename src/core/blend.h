@@ -15,7 +15,8 @@ enum BlendMode : int32_t { kMix = 0, kScreen = 1, kMultiply = 2 };
 //
 // Mix computes ((255 - m) * base + m * effect) >> 8 for every pixel: the shift divides by 256, so even a mask of 0
 // darkens the base by up to one level. Screen and multiply leave pixels with a mask of 0 as they are. Any other mode
-// writes nothing and succeeds. False, with nothing written, on images that do not fit.
+// writes nothing and succeeds. False, with nothing written, on images that do not fit. No export comes here: for
+// programs that are linked with the static library; operations blend samples.
 bool MaskBlend(const ImageDesc* effect, const ImageDesc* base, const ImageDesc* output, const ImageDesc* mask,
                int32_t mode, const ZelRect* rect);
 
@@ -27,7 +28,7 @@ void BlendThroughMask(const View<const uint8_t>& effect, const View<const uint8_
 // so that equal inputs come out slightly darker. Strengths above 100 extrapolate beyond the effect. In the modes screen
 // and multiply the effect is first combined with the base and the low eight bits of the sum are stored; any other mode
 // writes nothing and succeeds. 8 bits, rectangle as in MaskBlend. False, with nothing written, on images that do not
-// fit.
+// fit. No export comes here either; operations use PullTowards.
 bool StrengthBlend(const ImageDesc* effect, const ImageDesc* base, const ImageDesc* output, int32_t mode,
                    int32_t strength, const ZelRect* rect);
 

@@ -35,13 +35,14 @@ inline uint16_t Interpolated(const uint8_t* table, int32_t sample) {
 template <class T>
 void FillIdentity(Curves<T> curves) {
   for (int32_t k = 0; k < curves.tables; ++k) {
-    for (int32_t i = 0; i <= kLast<T>; ++i) curves.Table(k)[i] = static_cast<T>(i);
+    T* const table = curves.Table(k);
+    for (int32_t i = 0; i <= kLast<T>; ++i) table[i] = static_cast<T>(i);
   }
 }
 
 // The identity in a block whose depth is known only when the program runs; allocates the block (to be given to
 // ReleaseBytes) when there is none. Returns the block; null when the allocation failed. Bits other than 8 and 16 return
-// `block` as it came.
+// `block` as it came. No export comes here: for programs that are linked with the static library.
 void* MakeIdentityLut(void* block, int32_t tables, int32_t bits);
 
 // Maps every sample of the region through its table, at least one of which there is. Blocks of the other depth are

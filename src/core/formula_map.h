@@ -19,7 +19,8 @@ bool MapWordsByFormula(const View<const uint16_t>& source, const View<uint16_t>&
     if (!block) return false;
     Curves<uint16_t> tables{block.data(), curves};
     for (int32_t k = 0; k < curves; ++k) {
-      for (int32_t i = 0; i <= kLast<uint16_t>; ++i) tables.Table(k)[i] = entry(k, i);
+      uint16_t* const table = tables.Table(k);
+      for (int32_t i = 0; i <= kLast<uint16_t>; ++i) table[i] = entry(k, i);
     }
     ApplyChannelLutRaw(source, destination, region, tables);
     return true;

@@ -36,6 +36,7 @@ struct Region {
   bool IsEmpty() const { return right <= left || bottom <= top; }
 };
 
+// No export comes here: for programs that are linked with the static library and make records of their own.
 uint32_t MakeFormatCode(int32_t channels, int32_t bits, int32_t orderFlag);
 void InitImageDesc(ImageDesc* image, int32_t width, int32_t height, int32_t channels, int32_t bits, int32_t orderFlag,
                    int32_t stride, void* data);
@@ -56,7 +57,7 @@ bool SameImageGeometry(const ImageDesc& a, const ImageDesc& b);
 // Both usable and equal in width, height, stride and format: the test with which most operations start.
 bool SameImageLayout(const ImageDesc* a, const ImageDesc* b);
 
-// Width, height, format and stride; the data pointer stays.
+// Width, height, format and stride; the data pointer stays. No export comes here either.
 void CopyImageHeader(ImageDesc* destination, const ImageDesc& source);
 
 // The rectangle reordered and cut to the image; the whole image for null. May be empty.

@@ -45,6 +45,11 @@ bool PointSample(const View<const T>& source, const Region& region, int32_t limi
     const T* const row = source.At(region.left, region.top + y * step);
     // Rows that are skipped on the way to the next one keep the processor from seeing it coming.
     const size_t toNext = step > 1 && y + 1 < reduced.height ? source.RowOffset(step) : 0;
+    if (step == 1 && sizeof(C) == sizeof(T)) {
+      std::memcpy(out, row, distance * reduced.width * sizeof(T));
+      out += distance * reduced.width;
+      continue;
+    }
     out = source.channels == 3 ? CopyPixels<3>(row, reduced.width, 3, distance, toNext, out)
                                : CopyPixels<0>(row, reduced.width, source.channels, distance, toNext, out);
   }

@@ -15,7 +15,7 @@ constexpr int32_t kMaxKernelLength = 2 * kMaxBlurReach + 1;
 // infinity. `weights` has room for kMaxKernelLength entries.
 int32_t MakeGaussianKernel(int32_t* weights, double sigma);
 
-// How many weights MakeGaussianKernel would write.
+// How many weights MakeGaussianKernel would write. No export comes here: for programs that plan how far a blur looks.
 int32_t GaussianKernelLength(double sigma);
 
 // The kernel as the row kernels want it: rescaled so that its sum comes near a power of two, which a shift then

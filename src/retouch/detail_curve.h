@@ -33,7 +33,7 @@ class DetailCounts {
 
 // The shrink curve, new magnitude by rounded magnitude, for details with this robust maximum at a strength above 0.
 // Mode 1 puts the knee at a quarter of the maximum, modes 2 and 3 at half of it, mode 4 at three quarters. The identity
-// when the knee would be 0.
+// when the knee would be 0. Noise reduction uses modes 1 and 2; the others are for programs that shrink more.
 void BuildDetailCurve(int32_t robustMaximum, int32_t strength, int32_t mode, uint8_t curve[kDetailEntries]);
 
 }  // namespace zel

@@ -26,7 +26,8 @@ bool SkinClear(const ImageDesc* source, const ImageDesc* destination, int32_t mo
 // Smoothing mixed into the source by a mask of the image's size; three channels.
 bool SkinClearBlend(const View<const uint8_t>& source, const View<uint8_t>& destination, const Region& region,
                     const View<const uint8_t>& mask, int32_t k);
-// Contrast and softening; one or three channels.
+// Contrast and softening; one or three channels. No export comes here or to the next, which is its second half: for
+// programs that smooth without a mask.
 bool SkinClearSmooth(const View<const uint8_t>& source, const View<uint8_t>& output, const Region& region, int32_t k);
 // 64 parts of the input and 63 of its blur, divided by 128; one or three channels.
 bool SkinClearSoften(const View<const uint8_t>& input, const View<uint8_t>& output, const Region& region, int32_t k);

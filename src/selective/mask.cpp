@@ -20,10 +20,14 @@ bool Mask::BuildFromHues(const View<const uint8_t>& image, const Region& region,
 bool Mask::BuildSkin(const View<const uint8_t>& image, const Region& region, const ZelPoint* point, int32_t maximum,
                      double sigma) {
   if (image.channels != 3) return false;
-  const bool built =
-      point != nullptr ? BuildFromPoint(image, region, *point, maximum, kFixedPickTolerance)
-                       : Allocate(image.width, image.height) && BuildHueWeightMaskRaw(image, weights_, region, maximum);
-  return built && Blur(region, sigma);
+  if (point != nullptr) {
+    if (!BuildFromPoint(image, region, *point, maximum, kFixedPickTolerance)) return false;
+  } else {
+    uint16_t byHue[360];
+    MakeHueWeights<uint8_t>(maximum, byHue);
+    if (!Allocate(image.width, image.height) || !FillHueMask(image, weights_, region, byHue)) return false;
+  }
+  return Blur(region, sigma);
 }
 
 bool Mask::Blur(const Region& region, double sigma) {

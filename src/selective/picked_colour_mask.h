@@ -29,6 +29,7 @@ PickTolerance ScaledPickTolerance(int32_t tolerance);
 // Source and mask agree in width and height; 8 bits, three or more channels in the source. A 16-bit source succeeds and
 // leaves the mask untouched. False, with the mask untouched, for anything else, for a point outside the image, without
 // memory, and for records of different depths.
+// No export comes here, the tools build their masks from views: for programs that keep masks in records.
 bool BuildPickedColourMask(const ImageDesc* source, const ImageDesc* mask, const ZelRect* rect, const ZelPoint& point,
                            int32_t maximum, int32_t tolerance);
 bool BuildPickedColourMaskFixed(const ImageDesc* source, const ImageDesc* mask, const ZelRect* rect,

@@ -15,6 +15,7 @@ enum ColourRegion : int32_t { kSkin = 0, kFoliage = 1, kSky = 2 };
 //
 // Source of three channels, mask of one or three, 8 and 16 bits each, in any combination. False, with nothing written,
 // for another region, when the images differ in size or cannot be processed.
+// No export comes here, the tools build their masks from views: for programs that keep masks in records.
 bool BuildRegionHueMask(const ImageDesc* source, const ImageDesc* mask, const ZelRect* rect, ColourRegion region,
                         int32_t tolerance, int32_t maximum);
 template <class T, class M>

@@ -13,7 +13,8 @@ constexpr int32_t kLatticeLevels = 16;
 constexpr int32_t kLatticeStep = 17;
 constexpr size_t kLatticeEntries = 4096;
 
-// The weight of an 8-bit colour: trilinear, exact, the final quotient truncated. A grid colour gets its entry.
+// The weight of an 8-bit colour: trilinear, exact, the final quotient truncated. A grid colour gets its entry. No
+// export comes here, rows are weighed by their kernel, of which this is the judge.
 int32_t SampleWeightLattice(const uint8_t* lattice, int32_t red, int32_t green, int32_t blue);
 
 }  // namespace zel

@@ -4,44 +4,16 @@
 
 namespace zel {
 
-namespace {
-
-std::atomic<const Kernels*> activeKernels{nullptr};
-
-#ifdef ZEL_HAS_WIDE_X86
-bool HasAvx512() {
-  return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-         __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl") &&
-         __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vnni");
-}
-#endif
-
-}  // namespace
-
+// Nothing else stands in this file, so that a program of tests can bring an ActiveKernels of its own.
 const Kernels& ActiveKernels() {
+  static std::atomic<const Kernels*> chosen{nullptr};
   // Two threads that come first may both choose; they choose the same.
-  const Kernels* kernels = activeKernels.load(std::memory_order_acquire);
+  const Kernels* kernels = chosen.load(std::memory_order_acquire);
   if (kernels == nullptr) {
     for (const Kernels* const* level = BuiltKernelLevels(); *level != nullptr; ++level) kernels = *level;
-    activeKernels.store(kernels, std::memory_order_release);
+    chosen.store(kernels, std::memory_order_release);
   }
   return *kernels;
-}
-
-void SetActiveKernels(const Kernels* kernels) {
-  activeKernels.store(kernels, std::memory_order_release);
-}
-
-const Kernels* const* BuiltKernelLevels() {
-#ifdef ZEL_HAS_WIDE_X86
-  static const Kernels* const all[] = {&base::kKernels, &sse41::kKernels, &avx2::kKernels, &avx512::kKernels, nullptr};
-  static const Kernels* const upToAvx2[] = {&base::kKernels, &sse41::kKernels, &avx2::kKernels, nullptr};
-  static const Kernels* const upToSse41[] = {&base::kKernels, &sse41::kKernels, nullptr};
-  if (__builtin_cpu_supports("avx2")) return HasAvx512() ? all : upToAvx2;
-  if (__builtin_cpu_supports("sse4.1")) return upToSse41;
-#endif
-  static const Kernels* const baseOnly[] = {&base::kKernels, nullptr};
-  return baseOnly;
 }
 
 }  // namespace zel

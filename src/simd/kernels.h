@@ -179,9 +179,6 @@ const Kernels& ActiveKernels();
 // only linked into tests and benchmarks, which append it themselves.
 const Kernels* const* BuiltKernelLevels();
 
-// Makes ActiveKernels() answer `kernels` from now on; null restores the automatic choice. For tests.
-void SetActiveKernels(const Kernels* kernels);
-
 namespace scalar {
 extern const Kernels kKernels;
 }

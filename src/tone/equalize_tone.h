@@ -25,6 +25,7 @@ bool AutoToneCurve(const ImageDesc* source, const ZelRect* rect, double exponent
 
 // kToneDark when in more than half of the channels most samples lie in the darkest quarter of the range, kToneLight
 // when in more than half of the channels hardly any do, else kToneNormal. -1 when the image cannot be measured.
+// No export comes here, AutoToneCurve has the histogram already: for programs that want to know the class alone.
 template <class T>
 int32_t ClassifyExposure(const View<const T>& image);
 

@@ -20,6 +20,15 @@ TEST(ImageRecord, FormatWordsHoldOrderChannelsDepthAndClass) {
   EXPECT_TRUE(IsBlueFirst(0x01000838u)) << "any of the four lowest bits means blue first";
 }
 
+TEST(ImageRecord, HeadersAreCopiedWithoutTheirMemory) {
+  uint8_t bytes[2] = {};
+  ImageDesc image, other;
+  InitImageDesc(&image, 7, 5, 3, 8, 1, 24, bytes);
+  InitImageDesc(&other, 1, 1, 1, 16, 0, 1, bytes + 1);
+  CopyImageHeader(&other, image);
+  EXPECT_TRUE(SameImageGeometry(image, other) && other.stride == 24 && other.data == bytes + 1);
+}
+
 TEST(ImageRecord, RecordsThatCannotDescribeMemoryAreNotUsable) {
   alignas(2) uint8_t bytes[4] = {};
   const ImageDesc good = {1, 1, ZEL_FORMAT_GREY8, 1, bytes};

@@ -6,8 +6,8 @@
 #include <cstring>
 
 #include "driver/exports.h"
+#include "driver/kernel_choice.h"
 #include "driver/picture.h"
-#include "simd/kernels.h"
 
 using namespace zel::test;
 
@@ -143,7 +143,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   for (int i = 0; i < 5 && zel::BuiltKernelLevels()[i] != nullptr; ++i) levels[i + 1] = zel::BuiltKernelLevels()[i];
   for (const zel::Kernels* level : levels) {
     if (level == nullptr) break;
-    zel::SetActiveKernels(level);
+    zel::test::UseKernels(level);
     Memory from(source), to(destination);
     alignas(16) uint8_t block[kTableBytes];
     std::memcpy(block, table, kTableBytes);

@@ -17,7 +17,7 @@
 #include "driver/exports.h"
 #include "driver/picture.h"
 #ifdef ZEL_GOLDEN_LEVELS
-#include "simd/kernels.h"
+#include "driver/kernel_choice.h"
 #endif
 
 using namespace zel::test;
@@ -256,12 +256,12 @@ bool ChooseLevel(const std::string& name) {
   if (name.empty()) return true;
 #ifdef ZEL_GOLDEN_LEVELS
   if (name == "scalar") {
-    zel::SetActiveKernels(&zel::scalar::kKernels);
+    zel::test::UseKernels(&zel::scalar::kKernels);
     return true;
   }
   for (const zel::Kernels* const* level = zel::BuiltKernelLevels(); *level != nullptr; ++level) {
     if (name != (*level)->level) continue;
-    zel::SetActiveKernels(*level);
+    zel::test::UseKernels(*level);
     return true;
   }
 #endif

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "core/image.h"
+#include "driver/kernel_choice.h"
 #include "simd/kernels.h"
 
 namespace zel::test {
@@ -234,10 +235,10 @@ void ExpectImageLaws(const Operation& operation, const std::vector<Shape>& shape
 }
 
 KernelLevel::KernelLevel(size_t index) {
-  SetActiveKernels(LevelAt(index));
+  UseKernels(LevelAt(index));
 }
 KernelLevel::~KernelLevel() {
-  SetActiveKernels(nullptr);
+  UseKernels(nullptr);
 }
 
 size_t KernelLevel::Count() {
