@@ -5,10 +5,18 @@
 #   ./bench.sh --all              every export, size, depth and kernel level too
 #   ./bench.sh REGEX              only benchmarks whose names match
 #   ./bench.sh --compare COMMIT [REGEX]   this tree and an older commit in turns, and what changed
+#   ./bench.sh --tool             the command from file to file: processor time and peak memory beside other commands
 #   ./bench.sh --thumbnails       what small pictures cost
 #   ./bench.sh --instructions [REGEX]     instructions a pixel, by perf or by valgrind (which knows no AVX-512)
 set -euo pipefail
 cd "$(dirname "$0")"
+
+if [ "${1:-}" = --tool ]; then
+  scripts/install.sh build tool tools
+  cmake -S . -B build/demo -G Ninja -DCMAKE_BUILD_TYPE=Release -DZEL_TOOL=ON >/dev/null
+  cmake --build build/demo --target zel_tool >/dev/null
+  exec bench/tool.sh build/demo/zel
+fi
 
 build() {  # SOURCE BUILD
   cmake --preset release -DZEL_TESTS=OFF -DZEL_TOOL=OFF -DZEL_BENCH=ON -S "$1" -B "$2" >/dev/null

@@ -6,7 +6,7 @@ set -euo pipefail
 packages() {
   case $1 in
     build) echo cmake ninja-build g++ pkg-config ;;
-    tool) echo libvips-dev libcli11-dev nlohmann-json3-dev ;;
+    tool) echo libvips-dev libcli11-dev nlohmann-json3-dev fonts-dejavu-core shared-mime-info ;;
     test) echo libgtest-dev clang clang-format python3 ffmpeg opencolorio-tools ;;
     windows) echo g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64 llvm-14 ;;
     csharp) echo mono-mcs mono-runtime libmono-corlib4.5-cil ;;
@@ -21,7 +21,8 @@ packages() {
     gegl) echo gegl libgegl-dev nlohmann-json3-dev python3-pil ;;
     gimp) echo gimp libgimp2.0-dev xvfb xdotool imagemagick ;;
     release) echo debhelper dpkg-dev libgimp2.0-dev lintian mmdebstrap zip ;;
-    docs) echo mkdocs man-db chromium ;;
+    tools) echo libvips-tools imagemagick gegl openimageio-tools time ;;
+    docs) echo mkdocs mkdocs-material man-db chromium nodejs npm python3 ;;
     *) return 1 ;;
   esac
 }

@@ -17,16 +17,17 @@ namespace {
 // A profile beyond this size is not one.
 constexpr off_t kLargestProfile = 1 << 20;
 
-const char* NonEmptyVariable(const char* name) {
+// Relative folders do not count: whoever owns the current one would change results.
+const char* FolderVariable(const char* name) {
   const char* const value = std::getenv(name);
-  return value != nullptr && value[0] != '\0' ? value : nullptr;
+  return value != nullptr && value[0] == '/' ? value : nullptr;
 }
 
 bool ProfilePath(const char* file, char* path, size_t size) {
   int length;
-  if (const char* const config = NonEmptyVariable("XDG_CONFIG_HOME")) {
+  if (const char* const config = FolderVariable("XDG_CONFIG_HOME")) {
     length = std::snprintf(path, size, "%s/zel/%s", config, file);
-  } else if (const char* const home = NonEmptyVariable("HOME")) {
+  } else if (const char* const home = FolderVariable("HOME")) {
     length = std::snprintf(path, size, "%s/.config/zel/%s", home, file);
   } else {
     length = std::snprintf(path, size, "/etc/zel/%s", file);

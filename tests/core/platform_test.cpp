@@ -44,6 +44,17 @@ TEST(Profile, IsReadAnewOnEveryCall) {
   EXPECT_EQ(lookup(), 0) << "a folder under the name is no profile";
 }
 
+TEST(Profile, RelativeFoldersDoNotCount) {
+  const SettingsFolder folder;
+  folder.Write("zel_ip.ini", "[TavoraDemo]\nTimeCalculation=1\n");
+  const std::string absolute = std::getenv("XDG_CONFIG_HOME");
+  const std::string relative = std::filesystem::relative(absolute).string();
+  setenv("XDG_CONFIG_HOME", relative.c_str(), 1);
+  EXPECT_EQ(ProfileInt("zel_ip.ini", "TavoraDemo", "TimeCalculation", 0), 0) << relative;
+  setenv("XDG_CONFIG_HOME", absolute.c_str(), 1);
+  EXPECT_EQ(ProfileInt("zel_ip.ini", "TavoraDemo", "TimeCalculation", 0), 1);
+}
+
 TEST(Profile, SwitchesTheTimingMessage) {
   const SettingsFolder folder;
   uint8_t pixels[4] = {10, 90, 160, 250};

@@ -109,7 +109,7 @@ class Reporter {
     ++counts_[static_cast<int>(result)];
     if (bar_) std::fprintf(stderr, "\r\033[K");
     if (result == Result::Failed) std::fprintf(stderr, "zel: %s: %s\n", job.input.c_str(), error.c_str());
-    if (options_.verbose && !told.choices.empty()) {
+    if (options_.verbose && told.chosen) {
       std::fprintf(stderr, "zel: %s: auto chose %s\n", job.input.c_str(),
                    told.chain.empty() ? "nothing" : told.chain.c_str());
       for (const std::string& choice : told.choices) std::fprintf(stderr, "zel:   %s\n", choice.c_str());
@@ -128,7 +128,7 @@ class Reporter {
                    {"seconds", seconds}};
       if (!error.empty()) line["error"] = error;
       if (!told.notes.empty()) line["notes"] = told.notes;
-      if (!told.choices.empty()) line["chosen"] = {{"operations", told.chain}, {"because", told.choices}};
+      if (told.chosen) line["chosen"] = {{"operations", told.chain}, {"because", told.choices}};
       std::fprintf(options_.plan.output == "-" ? stderr : stdout, "%s\n", JsonText(line).c_str());
       std::fflush(stdout);
     }
@@ -289,6 +289,7 @@ Work ChainWork(const Chain& chain, int automatic) {
       ZelReport report;
       const Chain chosen = TakeChain(ZelChain_Auto(&pixels, automatic, &options, &report), report);
       Check(report, &told->choices);
+      told->chosen = true;
       told->chain = ZelChain_Words(chosen.get());
       all = Joined(chosen, chain);
     }

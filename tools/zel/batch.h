@@ -30,7 +30,8 @@ struct BatchOptions {
 // What there is to say about a photograph.
 struct Told {
   std::vector<std::string> notes;
-  std::vector<std::string> choices;  // why operations were chosen; for those who ask
+  bool chosen = false;               // operations were chosen for it
+  std::vector<std::string> choices;  // why; for those who ask
   std::string chain;                 // the chosen operations as words
 };
 

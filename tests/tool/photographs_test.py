@@ -1,0 +1,204 @@
+"""What photographers bring: folders, colour profiles, formats, files in use, and pictures made to do harm."""
+import json
+import os
+import random
+import stat
+import struct
+import unittest
+import zlib
+
+from enhance_test import png, png_samples, with_orientation
+from support import ToolTest, ppm, samples
+
+
+def wide_profile():
+    """A colour profile wider than sRGB, with gamma 2.2."""
+    s15 = lambda *values: struct.pack(f">{len(values)}i", *(round(v * 65536) for v in values))
+    xyz = lambda *values: b"XYZ \0\0\0\0" + s15(*values)
+    name = b"Wide test"
+    tags = {b"desc": b"desc\0\0\0\0" + struct.pack(">I", len(name) + 1) + name + bytes(1 + 78), b"wtpt": xyz(0.9642, 1, 0.8249),
+            b"rXYZ": xyz(0.60974, 0.31111, 0.01947), b"gXYZ": xyz(0.20528, 0.62567, 0.06087), b"bXYZ": xyz(0.14919, 0.06322, 0.74457)}
+    curve = b"curv\0\0\0\0" + struct.pack(">IH", 1, round(2.2 * 256)) + b"\0\0"
+    tags.update({b"rTRC": curve, b"gTRC": curve, b"bTRC": curve})
+    at, table, body = 128 + 4 + 12 * len(tags), struct.pack(">I", len(tags)), b""
+    for key, data in tags.items():
+        data += bytes(-len(data) % 4)
+        table += key + struct.pack(">II", at + len(body), len(data))
+        body += data
+    size = at + len(body)
+    header = struct.pack(">I4sI4s4s4s", size, b"\0\0\0\0", 0x02100000, b"mntr", b"RGB ", b"XYZ ") + bytes(12) + b"acsp"
+    return header + bytes(68 - len(header)) + s15(0.9642, 1, 0.8249) + bytes(48) + table + body
+
+
+def with_chunk(data, kind, body):
+    """A PNG with one more chunk behind its header."""
+    return data[:33] + struct.pack(">I", len(body)) + kind + body + struct.pack(">I", zlib.crc32(kind + body)) + data[33:]
+
+
+def tiff(pages):
+    """Grey pictures of 4 x 4 pixels in one file."""
+    data = b"II*\0" + struct.pack("<I", 8)
+    for i, level in enumerate(pages):
+        at = len(data)
+        entries = [(256, 4), (257, 4), (258, 8), (259, 1), (262, 1), (273, at + 2 + 12 * 8 + 4), (278, 4), (279, 16)]
+        data += struct.pack("<H", 8) + b"".join(struct.pack("<HHII", tag, 4, 1, value) for tag, value in entries)
+        data += struct.pack("<I", 0 if i + 1 == len(pages) else at + 2 + 12 * 8 + 4 + 16) + bytes([level] * 16)
+    return data
+
+
+class Folders(ToolTest):
+    def fill(self):
+        os.makedirs(self.path("in/deep/.hidden"))
+        for name in ("in/a.ppm", "in/deep/b.ppm", "in/deep/.hidden/c.ppm"):
+            self.write(name, ppm(8, 8, [[v * 3 for v in range(24)]] * 8))
+        self.write("in/notes.txt", b"hello")
+        self.write("in/wrong.jpg", b"no picture")
+
+    def test_a_tree_is_kept_others_are_counted_and_any_part_is_resumed(self):
+        self.fill()
+        self.refuses(3, "is a folder; --recursive", "in", "-o", "out/", "gamma")
+        run = ["-o", "out/", "-r", "--resume", "gamma", "gamma=2"]
+        self.assertRegex(self.zel("in", *run)[1], r"^zel: 2 done, 2 no pictures in \d+\.\d s\n$")
+        self.assertTrue(os.path.exists(self.path("out/deep/b.ppm")))
+        self.assertEqual(sorted(os.listdir(self.path("out"))), [".zel-journal", "a.ppm", "deep"])
+        self.assertIn("2 done before, 2 no pictures", self.zel("in", *run)[1])
+        self.assertIn(b'"skipped"', self.zel("in/a.ppm", "--json", *run)[0])
+        # A photograph changed without changing its size, and the same results stored in another way, are done again.
+        os.utime(self.path("in/a.ppm"), (1, 1))
+        self.assertIn("1 done, 1 done before", self.zel("in", "--overwrite", *run)[1])
+        self.assertIn("zel: 2 done, 2 no", self.zel("in", "--overwrite", "--strip", *run)[1])
+
+    def test_times_modes_and_links_of_files_in_use_stay(self):
+        self.fill()
+        os.utime(self.path("in/a.ppm"), (1000, 2000))
+        os.chmod(self.path("in/a.ppm"), 0o640)
+        os.symlink("in/a.ppm", self.path("link.ppm"))
+        before = self.read("in/a.ppm")
+        self.zel("link.ppm", "-o", "link.ppm", "--overwrite", "--keep-time", "gamma", "gamma=2")
+        self.assertTrue(os.path.islink(self.path("link.ppm")))
+        status = os.stat(self.path("in/a.ppm"))
+        self.assertEqual((stat.S_IMODE(status.st_mode), status.st_mtime), (0o640, 2000))
+        self.assertNotEqual(self.read("in/a.ppm"), before)
+
+    def test_pipes_are_refused_instead_of_waited_for(self):
+        self.fill()
+        os.mkfifo(self.path("pipe"))
+        os.mkfifo(self.path("pipe.cube"))
+        for message, code, arguments in (("is not a file", 3, ["pipe", "-o", "o.png", "gamma"]),
+                                         ("is not a file", 2, ["in/a.ppm", "-o", "o.png", "--recipe", "pipe"]),
+                                         ("is not a file", 3, ["in/a.ppm", "-o", "o.png", "--resume", "--journal", "pipe", "gamma"]),
+                                         ("is not a file", 3, ["apply-table", "in/a.ppm", "-o", "o.png", "--table", "pipe.cube"]),
+                                         ("nobody reads", 3, ["in/a.ppm", "-o", "pipe", "--format", "png", "gamma"])):
+            self.refuses(code, message, *arguments)
+
+
+class Colour(ToolTest):
+    def test_profiles_are_kept_converted_or_spoken_of(self):
+        plain = png(2, 1, 3, bytes([60, 200, 80, 128, 128, 128]))
+        self.write("wide.png", with_chunk(plain, b"iCCP", b"x\0\0" + zlib.compress(wide_profile())))
+        self.assertIn("encoded values of its colour profile, Wide test", self.zel("wide.png", "-o", "kept.png", "gamma")[1])
+        self.assertIn(b"iCCP", self.read("kept.png"))
+        self.assertEqual(png_samples(self.read("kept.png"))[1], [60, 200, 80, 128, 128, 128])
+        for name, options in (("stripped.png", ["--strip"]), ("dropped.ppm", []), ("working.png", ["--working", "srgb"])):
+            errors = self.zel("wide.png", "-o", name, *options, "gamma")[1]
+            out = self.pixels(name)
+            self.assertLess(out[0], 20, name)  # sRGB needs less red for this green
+            self.assertTrue(all(abs(v - 128) < 4 for v in out[3:]), out)
+            self.assertEqual("encoded values" in errors, name != "working.png")
+        self.assertNotIn(b"iCCP", self.read("stripped.png"))
+        self.assertIn(b"iCCP", self.read("working.png"))
+
+    def test_depths_are_rounded_as_promised(self):
+        for level, expected in ((128, 0), (129, 1), (65406, 254), (65407, 255)):
+            self.write("flat.pgm", ppm(8, 8, [[level] * 8] * 8, 65535))
+            self.zel("flat.pgm", "-o", "flat.jpg", "--overwrite", "--quality", "100", "gamma")
+            self.assertEqual(self.pixels("flat.jpg"), [expected] * 64)
+        # The change that an operation of 8 bits makes counts in whole 257ths of 16 bits.
+        ramp = [257 * v + 7 for v in range(0, 250, 10)]
+        self.write("ramp.ppm", ppm(25, 1, [[v for v in ramp for _ in range(3)]], 65535))
+        out = samples(self.zel("ramp.ppm", "-o", "-", "--format", "ppm", "tone", "strength=60")[0])
+        self.assertEqual({v % 257 for v in out if 257 < v < 65000}, {7})
+
+    def test_coordinates_follow_every_orientation(self):
+        self.zel("sample", "s.jpg", "--size", "96x64")
+        for orientation in range(1, 9):
+            self.write("turned.jpg", with_orientation(self.read("s.jpg"), orientation))
+            for rect in ("0,0,10,20", "0%,0%,10.4%,31.2%" if orientation < 5 else "0%,0%,15.6%,20.8%"):
+                self.zel("turned.jpg", "-o", "dark.ppm", "--overwrite", "levels", "shadow=254", f"rect={rect}")
+                width = 96 if orientation < 5 else 64
+                shown = self.pixels("dark.ppm")
+                black = lambda x, y: max(shown[3 * (width * y + x):][:3]) == 0
+                self.assertEqual((black(5, 15), black(5, 55), black(55, 15), black(55, 55)), (True, False, False, False), orientation)
+
+
+class Formats(ToolTest):
+    def test_jpeg_follows_its_source_and_keeps_comments(self):
+        self.zel("sample", "s.ppm", "--size", "96x64")
+        self.zel("s.ppm", "-o", "plain.jpg", "--quality", "71", "--subsampling", "4:2:0", "--progressive", "gamma")
+        data = self.read("plain.jpg")
+        self.write("source.jpg", data[:2] + b"\xff\xfe\0\x09note it" + data[2:])
+        self.zel("source.jpg", "-o", "out.jpg", "contrast", "contrast=5")
+        out = self.read("out.jpg")
+        table = data[data.index(b"\xff\xdb"):][:134]
+        self.assertIn(table, out)
+        self.assertIn(b"\xff\xfe\0\x09note it", out)
+        self.assertIn(b"\xff\xc2", out)  # progressive
+        frame = out[out.index(b"\xff\xc2"):]
+        self.assertEqual(frame[11], 0x22)  # 4:2:0
+        self.zel("source.jpg", "-o", "fine.jpg", "--quality", "90", "--subsampling", "4:4:4", "contrast")
+        self.assertNotIn(table, self.read("fine.jpg"))
+
+    def test_several_pictures_in_a_file_are_never_lost_silently(self):
+        self.write("two.tif", tiff([10, 200]))
+        self.refuses(3, "holds 2 pictures; choose one with --page 0 to 1", "two.tif", "-o", "o.png", "gamma")
+        self.assertEqual(samples(self.zel("two.tif", "--page", "1", "-o", "-", "--format", "ppm", "gamma")[0]), [200] * 16)
+        self.refuses(3, "page 2", "two.tif", "--page", "2", "-o", "o.png", "gamma")
+        self.write("moving.png", with_chunk(png(2, 2, 1, bytes(4)), b"acTL", struct.pack(">II", 2, 0)))
+        self.refuses(3, "animated PNG", "moving.png", "-o", "o.png", "gamma")
+        self.write("raw.dng", tiff([10]))
+        self.refuses(3, "develop it first", "raw.dng", "-o", "o.png", "gamma")
+        self.write("short.ppm", b"P3 20000 10000 255\n1 2 3")
+        self.refuses(3, "ends before its last sample", "short.ppm", "-o", "o.png", "gamma")
+
+    def test_damaged_files_of_every_format_end_in_a_message(self):
+        self.zel("sample", "good.ppm", "--size", "64x64")
+        random.seed(1)
+        for suffix in ("png", "jpg", "tif", "ppm", "webp", "avif"):
+            self.zel("good.ppm", "-o", f"good.{suffix}", "--overwrite", "gamma")
+            good = self.read(f"good.{suffix}")
+            self.assertEqual(len(self.pixels(f"good.{suffix}")), 64 * 64 * 3)
+            for i in range(12):
+                bad = bytearray(good[:random.randrange(len(good))] if i % 3 == 0 else good)
+                for _ in range(i):
+                    bad[random.randrange(min(len(bad), 300))] = random.randrange(256)
+                self.write(f"bad{i}", bytes(bad))
+            result = self.run_zel(*(f"bad{i}" for i in range(12)), "-o", f"out-{suffix}/", "--format", "png", "gamma")
+            self.assertIn(result.returncode, (0, 1, 3), result.stderr)
+        self.assertTrue(self.zel("good.webp", "-o", "-", "--format", "ppm", "--max-pixels", "1k", "gamma", code=3))
+
+
+class Looking(ToolTest):
+    def test_sheets_of_strengths_and_recipes_and_the_part_at_full_size(self):
+        self.zel("sample", "s.png", "--size", "300x200")
+        size = lambda name: png_samples(self.read(name))[0][:2]
+        self.zel("sheet", "s.png", "vivid", "-o", "v.png", "--cell", "64")
+        os.mkdir(self.path("looks"))
+        self.refuses(2, "holds no recipe", "sheet", "s.png", "--recipes", "looks", "-o", "l.png")
+        self.zel("--save-recipe", "looks/one.json", "gamma", "gamma=2")
+        self.zel("sheet", "s.png", "--recipes", "looks", "-o", "l.png", "--cell", "64")
+        self.assertEqual(size("v.png")[0] - 12, 2 * (size("l.png")[0] - 12))
+        self.zel("s.png", "-o", "after.png", "gamma", "gamma=2")
+        self.zel("compare", "s.png", "after.png", "-o", "c.png", "--width", "150", "--at", "50%,50%")
+        self.assertEqual(size("c.png")[0], 12 + 2 * (256 + 12))
+
+    def test_auto_tells_what_it_chose(self):
+        self.zel("sample", "s.png", "--size", "120x80")
+        line = json.loads(self.zel("s.png", "-o", "a.png", "--json", "auto", "strength=60%", "blur")[0])
+        self.assertEqual([o["name"] for o in line["operations"]], ["auto", "blur"])
+        self.assertTrue(line["chosen"]["operations"] and line["chosen"]["because"])
+        self.assertIn("auto chose", self.zel("s.png", "-o", "b.png", "-v", "auto")[1])
+        self.refuses(2, "auto has no parameter level", "s.png", "-o", "c.png", "auto", "level=3")
+
+
+if __name__ == "__main__":
+    unittest.main()
