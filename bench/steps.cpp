@@ -5,6 +5,7 @@
 #include "color/hue_saturation.h"
 #include "color/hue_weight_mask.h"
 #include "core/blend.h"
+#include "driver/kernel_choice.h"
 #include "filter/gaussian_blur.h"
 #include "photo.h"
 #include "registration.h"
@@ -37,10 +38,10 @@ void RegisterSteps(const std::string& name, Steps steps, const Kernels* kernels 
   const std::string level = kernels != nullptr ? std::string("/") + kernels->level : "";
   RegisterTimed("step/" + name + "/24MP/8" + level, [steps, kernels](benchmark::State& state) {
     const Canvas canvas = CanvasOf(kLarge);
-    SetActiveKernels(kernels);
+    test::UseKernels(kernels);
     steps(canvas);
     for (auto _ : state) steps(canvas);
-    SetActiveKernels(nullptr);
+    test::UseKernels(nullptr);
   });
 }
 
