@@ -19,7 +19,7 @@ packages() {
     bench) echo libbenchmark-dev libopencv-dev libopencolorio-dev ffmpeg gnuplot-nox python3 ;;
     python) echo python3-cffi python3-numpy python3-setuptools python3-wheel python3-build python3-venv python3-dev python3-distributed python3-boto3 mypy python3-pil python3-opencv python3-skimage python3-imageio python3-matplotlib python3-pytest python3-psutil ;;
     gegl) echo gegl libgegl-dev nlohmann-json3-dev python3-pil ;;
-    gimp) echo gimp libgimp2.0-dev xvfb xdotool imagemagick ;;
+    gimp) echo gimp libgimp2.0-dev xvfb xdotool imagemagick openbox ;;
     release) echo debhelper dpkg-dev libgimp2.0-dev lintian mmdebstrap zip ;;
     tools) echo libvips-tools imagemagick gegl openimageio-tools time ;;
     docs) echo mkdocs mkdocs-material man-db chromium nodejs npm python3 ;;

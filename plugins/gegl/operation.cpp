@@ -312,10 +312,11 @@ void InitInstance(GTypeInstance* instance, gpointer type) {
 
 // ---- The table ----
 
-Property Share(const Parameter& parameter, const char* part, const Json& from, double fallback, const char* axis) {
+Property Share(const Parameter& parameter, const char* part, const char* nick, const Json& from, double fallback,
+               const char* axis) {
   Property p;
   p.name = parameter.name + "-" + part;
-  p.nick = from.at("title").get<std::string>() + ": " + part;
+  p.nick = nick;
   p.blurb = from.at("meaning").get<std::string>();
   p.kind = Kind::Share;
   p.fallback = fallback;
@@ -382,9 +383,10 @@ void AddParameter(const Json& from, GTypeModule* module, Operation* operation) {
   std::vector<Property>& properties = operation->properties;
   parameter.first = properties.size();
   if (parameter.type == "rect") {
-    for (const char* side : {"left", "top", "right", "bottom"}) {
-      properties.push_back(Share(parameter, side, from, *side == 'l' || *side == 't' ? 0 : 1, ""));
-    }
+    properties.push_back(Share(parameter, "left", "Left edge", from, 0, ""));
+    properties.push_back(Share(parameter, "top", "Top edge", from, 0, ""));
+    properties.push_back(Share(parameter, "right", "Right edge", from, 1, ""));
+    properties.push_back(Share(parameter, "bottom", "Bottom edge", from, 1, ""));
   } else if (parameter.type == "point") {
     Property use;
     use.name = "use-" + parameter.name;
@@ -393,8 +395,8 @@ void AddParameter(const Json& from, GTypeModule* module, Operation* operation) {
     use.kind = Kind::Switch;
     use.fallback = from.value("required", false);
     properties.push_back(use);
-    properties.push_back(Share(parameter, "x", from, 0.5, "x"));
-    properties.push_back(Share(parameter, "y", from, 0.5, "y"));
+    properties.push_back(Share(parameter, "x", "X", from, 0.5, "x"));
+    properties.push_back(Share(parameter, "y", "Y", from, 0.5, "y"));
   } else {
     AddValues(from, *operation, module, &parameter, &properties);
   }

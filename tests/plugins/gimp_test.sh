@@ -10,7 +10,7 @@ fail() { echo "FAILED: $*"; cat "$work"/*.log 2>/dev/null | tail -30; exit 1; }
 export GEGL_PATH=$build/gegl:$host GIMP2_DIRECTORY=$work/profile HOME=$work XDG_CONFIG_HOME=$work
 mkdir "$GIMP2_DIRECTORY"
 echo "(plug-in-path \"\${gimp_plug_in_dir}/plug-ins:$build/gimp\")" >"$GIMP2_DIRECTORY/gimprc"
-"$zel" sample "$work/s.png" --size 480x320
+"$zel" sample "$work/s.png" --size 768x512
 chain="light-correct strength=60 sharpen amount=30 vivid strength=20"
 "$zel" "$work/s.png" -o "$work/ours.ppm" $chain
 
@@ -23,29 +23,47 @@ gimp-console-2.10 --no-interface --batch-interpreter plug-in-script-fu-eval -b "
   -b '(gimp-quit 0)' >"$work/gimp.log" 2>&1 </dev/null || fail "gimp"
 [ -s "$work/theirs.ppm" ] || fail "GIMP saved nothing"
 # Headers differ by a comment; the pixels are the last bytes of both.
-size=$((480 * 320 * 3))
+size=$((768 * 512 * 3))
 cmp <(tail -c $size "$work/ours.ppm") <(tail -c $size "$work/theirs.ppm") || fail "GIMP's pixels differ"
 cmp -s <(tail -c $size "$work/ours.ppm") <("$zel" "$work/s.png" -o - --format ppm contrast | tail -c $size) &&
   fail "the operations did nothing"
 echo "three operations in GIMP: ok"
 
 [ -n "$screenshot" ] || exit 0
-# The dialog itself, opened by keys as a person would, for documentation and for looking at.
-xvfb-run -a -s "-screen 0 1400x900x24" bash -c '
-  gimp-2.10 --no-splash "$1" >"$2/gui.log" 2>&1 &
-  for i in $(seq 60); do
-    window=$(xdotool search --name "GNU Image Manipulation Program" 2>/dev/null | tail -1)
+# The dialog of vivid, opened by keys as a person would, for documentation and for looking at.
+cat >"$work/gui.sh" <<'GUI'
+photo=$1 log=$2 picture=$3
+waitfor() {
+  for i in $(seq 120); do
+    window=$(xdotool search --name "$1" 2>/dev/null | tail -1)
     [ -z "$window" ] || break
     sleep 1
   done
-  sleep 10
-  xdotool windowsize "$window" 1400 900 windowmove "$window" 0 0
-  sleep 2
-  xdotool mousemove 700 450 key slash
-  sleep 3
-  xdotool type --delay 60 "gegl operation"
-  sleep 3
-  xdotool key Return
-  sleep 5
-  import -window root "$3"
-  kill %1' _ "$work/s.png" "$work" "$screenshot" || fail "screenshot"
+  sleep 8
+}
+openbox 2>/dev/null &
+sleep 2
+gimp-2.10 --new-instance --no-splash "$photo" >"$log" 2>&1 &
+gimp=$!
+waitfor "s .imported.*GIMP"
+sleep 10
+xdotool windowactivate "$window" windowsize "$window" 1280 820 windowmove "$window" 0 0
+sleep 4
+xdotool mousemove 640 400 key slash
+sleep 6
+xdotool type --delay 200 "gegl operation"
+sleep 6
+xdotool key Return
+waitfor "GEGL Operation"
+xdotool windowmove "$window" 840 160
+sleep 3
+eval "$(xdotool getwindowgeometry --shell "$window")"
+xdotool mousemove $((X + 180)) $((Y + 70)) click 1  # the list of operations; the last one is ours
+sleep 4
+xdotool key End
+sleep 4
+import -window root "$picture"
+kill -9 $gimp
+GUI
+xvfb-run -a -s "-screen 0 1280x820x24" bash "$work/gui.sh" "$work/s.png" "$work/gui.log" "$screenshot" >/dev/null 2>&1 || true
+[ -s "$screenshot" ] || fail "no screenshot"
