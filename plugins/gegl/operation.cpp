@@ -5,40 +5,13 @@
 
 #include <cmath>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "table.h"
+
 namespace zel_gegl {
 namespace {
-
-using Json = nlohmann::json;
-
-// What a property stands for among an operation's parameters. Points and rectangles become one property for each
-// coordinate, triples one for each channel, because dialogs know numbers, switches and choices.
-enum class Kind { Integer, Number, Choice, Switch, Share };
-
-struct Property {
-  std::string name, nick, blurb, unit, axis;
-  Kind kind = Kind::Number;
-  double least = 0, most = 1, fallback = 0, step = 1;
-  GType choices = G_TYPE_INVALID;  // Kind::Choice
-};
-
-// One parameter of the table: its properties stand together from `first` on.
-struct Parameter {
-  std::string name, type;
-  size_t first = 0;
-  bool optional = false;           // no default: left out at the least value, which means "as it is"
-  std::vector<std::string> words;  // of a choice
-};
-
-struct Operation {
-  std::string name, title, purpose, group;
-  bool whole = false;  // results hang on the whole picture
-  std::vector<Parameter> parameters;
-  std::vector<Property> properties;
-};
 
 // ---- Objects ----
 
@@ -63,13 +36,6 @@ double* ValuesOf(gpointer instance) {
 gpointer parentClass;
 
 // ---- Settings ----
-
-std::string Number(double value) {
-  char text[G_ASCII_DTOSTR_BUF_SIZE];
-  // Ten digits: what a person typed as a share of the picture comes back as the hundredths that were meant.
-  g_ascii_formatd(text, sizeof text, "%.10g", value);
-  return text;
-}
 
 std::string Joined(const double* values, size_t count, double factor, const char* suffix) {
   std::string text;
@@ -256,7 +222,7 @@ void GetProperty(GObject* object, guint id, GValue* value, GParamSpec*) {
   }
 }
 
-GParamSpec* Specification(const Property& p) {
+GParamSpec* ParamSpecOf(const Property& p) {
   const auto flags = static_cast<GParamFlags>(G_PARAM_READWRITE | G_PARAM_CONSTRUCT);
   const char *name = p.name.c_str(), *nick = p.nick.c_str(), *blurb = p.blurb.c_str();
   switch (p.kind) {
@@ -298,7 +264,7 @@ void InitClass(gpointer type, gpointer data) {
                                 operation.purpose.c_str(), "categories", operation.group.c_str(), nullptr);
   for (size_t i = 0; i < operation.properties.size(); ++i) {
     const Property& property = operation.properties[i];
-    g_object_class_install_property(object, static_cast<guint>(i + 1), Specification(property));
+    g_object_class_install_property(object, static_cast<guint>(i + 1), ParamSpecOf(property));
     for (const auto& [key, value] : {std::pair{"unit", &property.unit}, std::pair{"axis", &property.axis}}) {
       if (!value->empty()) gegl_operation_class_set_property_key(gegl, property.name.c_str(), key, value->c_str());
     }
@@ -308,117 +274,6 @@ void InitClass(gpointer type, gpointer data) {
 void InitInstance(GTypeInstance* instance, gpointer type) {
   const Operation& operation = *static_cast<Class*>(type)->operation;
   reinterpret_cast<Instance*>(instance)->values = g_new0(double, operation.properties.size());
-}
-
-// ---- The table ----
-
-Property Share(const Parameter& parameter, const char* part, const char* nick, const Json& from, double fallback,
-               const char* axis) {
-  Property p;
-  p.name = parameter.name + "-" + part;
-  p.nick = nick;
-  p.blurb = from.at("meaning").get<std::string>();
-  p.kind = Kind::Share;
-  p.fallback = fallback;
-  if (*axis) {  // dialogs then offer to pick it on the canvas
-    p.unit = "relative-coordinate";
-    p.axis = axis;
-  }
-  return p;
-}
-
-// Numbers and choices: one property, or one for each channel.
-void AddValues(const Json& from, const Operation& operation, GTypeModule* module, Parameter* parameter,
-               std::vector<Property>* properties) {
-  Property p;
-  p.name = parameter->name;
-  p.nick = from.at("title").get<std::string>();
-  p.blurb = from.at("meaning").get<std::string>();
-  p.unit = from.at("unit").get<std::string>();
-  if (parameter->type == "choice") {
-    p.kind = Kind::Choice;
-    parameter->words = from.at("choices").get<std::vector<std::string>>();
-    const std::string type = "Zel-" + operation.name + "-" + parameter->name;
-    // GLib keeps the list and its texts for as long as the process lives.
-    GEnumValue* values = g_new0(GEnumValue, parameter->words.size() + 1);
-    for (size_t i = 0; i < parameter->words.size(); ++i) {
-      const gchar* word = g_intern_string(parameter->words[i].c_str());
-      values[i] = {static_cast<gint>(i), word, word};
-      if (from.at("default") == parameter->words[i]) p.fallback = static_cast<double>(i);
-    }
-    p.choices = g_type_module_register_enum(module, type.c_str(), values);
-    properties->push_back(p);
-    return;
-  }
-  p.kind = parameter->type.compare(0, 7, "integer") == 0 ? Kind::Integer : Kind::Number;
-  p.least = from.at("least");
-  p.most = from.at("most");
-  const Json& fallback = from.at("default");
-  if (fallback.is_null()) {
-    parameter->optional = true;
-    p.least -= 1;
-    p.fallback = p.least;
-    p.blurb += "; " + Number(p.least) + ": as it is";
-  }
-  if (parameter->type == "integer" || parameter->type == "number") {
-    if (fallback.is_number()) p.fallback = fallback;
-    properties->push_back(p);
-    return;
-  }
-  size_t channel = 0;
-  for (const char* name : {"red", "green", "blue"}) {
-    Property part = p;
-    part.name += std::string("-") + name;
-    part.nick += std::string(": ") + name;
-    part.fallback = fallback.is_array() ? fallback.at(channel).get<double>() : fallback.get<double>();
-    properties->push_back(part);
-    ++channel;
-  }
-}
-
-void AddParameter(const Json& from, GTypeModule* module, Operation* operation) {
-  Parameter parameter;
-  parameter.name = from.at("name");
-  parameter.type = from.at("type");
-  std::vector<Property>& properties = operation->properties;
-  parameter.first = properties.size();
-  if (parameter.type == "rect") {
-    properties.push_back(Share(parameter, "left", "Left edge", from, 0, ""));
-    properties.push_back(Share(parameter, "top", "Top edge", from, 0, ""));
-    properties.push_back(Share(parameter, "right", "Right edge", from, 1, ""));
-    properties.push_back(Share(parameter, "bottom", "Bottom edge", from, 1, ""));
-  } else if (parameter.type == "point") {
-    Property use;
-    use.name = "use-" + parameter.name;
-    use.nick = "Use a point";
-    use.blurb = from.at("meaning").get<std::string>();
-    use.kind = Kind::Switch;
-    use.fallback = from.value("required", false);
-    properties.push_back(use);
-    properties.push_back(Share(parameter, "x", "X", from, 0.5, "x"));
-    properties.push_back(Share(parameter, "y", "Y", from, 0.5, "y"));
-  } else {
-    AddValues(from, *operation, module, &parameter, &properties);
-  }
-  operation->parameters.push_back(parameter);
-}
-
-std::vector<Operation> ReadTable(GTypeModule* module) {
-  std::vector<Operation> operations;
-  const char* table = ZelChain_Table();
-  if (!table) return operations;
-  const Json json = Json::parse(table);
-  for (const Json& from : json.at("operations")) {
-    Operation operation;
-    operation.name = from.at("name");
-    operation.title = from.at("title").get<std::string>() + " (Zel)";
-    operation.purpose = from.at("purpose").get<std::string>() + " " + from.at("more").get<std::string>();
-    operation.group = from.at("group");
-    operation.whole = from.at("measures") == true || from.at("margin") == -1;
-    for (const Json& parameter : from.at("parameters")) AddParameter(parameter, module, &operation);
-    operations.push_back(std::move(operation));
-  }
-  return operations;
 }
 
 }  // namespace
