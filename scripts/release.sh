@@ -8,7 +8,7 @@ out=$(realpath -m "${1:-dist}")
 [ ! -e "$out" ] || [ -z "$(ls -A "$out")" ] || { echo "release.sh: $out is not empty" >&2; exit 2; }
 mkdir -p "$out"
 
-scripts/install.sh build tool windows gegl release python platforms
+scripts/install.sh build tool windows gegl release python web
 version=$(sed -nE 's/^project\(zel VERSION ([0-9.]+).*/\1/p' CMakeLists.txt)
 SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
 export SOURCE_DATE_EPOCH
@@ -22,8 +22,8 @@ step() { echo "release.sh: $*"; }
 quietly() { "$@" >"$work/log" 2>&1 || { tail -30 "$work/log" >&2; echo "release.sh: failed: $*" >&2; exit 1; }; }
 
 step "source archive"
-git archive --format=tar --prefix="zel-$version/" HEAD | gzip -n9 >"$out/zel-$version.tar.gz"
-tar -xf "$out/zel-$version.tar.gz" -C "$work"
+git archive --format=tar --prefix="zel-$version/" HEAD | gzip -n9 >"$out/zel-$version-source.tar.gz"
+tar -xf "$out/zel-$version-source.tar.gz" -C "$work"
 tree=$work/zel-$version
 
 step "Debian packages"
@@ -37,11 +37,19 @@ for system in windows-x64 windows-x86; do
   (cd "$work/$system" && find "zel-$version" | sort | TZ=UTC zip -q -X -9 -@ "$out/zel-$version-$system.zip")
 done
 
-step "npm package and page"
-(cd "$tree" && quietly scripts/page.sh && cd web && quietly npm pack --pack-destination "$out")
-
-step "Python wheel"
-(cd "$tree/python" && quietly /usr/bin/python3 -m build --no-isolation --outdir "$out")
+step "npm package, page, Python wheel"
+# Paths of the build reach debugging information and from there the digests.
+export CFLAGS="-g0 -ffile-prefix-map=$tree=." CXXFLAGS="-g0 -ffile-prefix-map=$tree=."
+(
+  cd "$tree"
+  quietly cmake --preset release -DZEL_TESTS=OFF -DZEL_PLUGINS=OFF
+  quietly cmake --build build/release
+  export ZEL=$tree/build/release/zel ZEL_LIBRARIES=$tree/build/release
+  quietly scripts/page.sh
+  quietly npm pack --pack-destination "$out" ./build/web/zel
+  cp build/web/zel.html "$out/zel-$version-page.html"
+  quietly /usr/bin/python3 -m build --wheel --no-isolation --outdir "$out" python
+)
 
 step "bill of materials, notes, checksums"
 python3 "$tree/scripts/sbom.py" "$version" "$SOURCE_DATE_EPOCH" "$out" >"$work/zel-$version.spdx.json"

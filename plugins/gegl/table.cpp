@@ -113,7 +113,8 @@ std::vector<Operation> ReadTable(GTypeModule* module) {
   std::vector<Operation> operations;
   const char* table = ZelChain_Table();
   if (!table) return operations;
-  const Json json = Json::parse(table);
+  const Json json = Json::parse(table, nullptr, false);
+  if (json.is_discarded()) return operations;
   for (const Json& from : json.at("operations")) {
     Operation operation;
     operation.name = from.at("name");
