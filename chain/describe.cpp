@@ -216,12 +216,12 @@ int32_t Tell(const Error& error, ZelReport* report) {
   report->step = error.step;
   report->position = error.position;
   report->call = error.call;
-  const char* text = error.text.c_str();
-  if (error.code == ZEL_CHAIN_NO_MEMORY && error.text.empty()) text = "memory ran out";
 #ifdef __cpp_exceptions
   try {
 #endif
-    const std::string clean = Clean(text, sizeof report->text, ' ');
+    // Words of hosts may hold zero bytes.
+    const bool noWords = error.code == ZEL_CHAIN_NO_MEMORY && error.text.empty();
+    const std::string clean = Clean(noWords ? "memory ran out" : error.text, sizeof report->text, ' ');
     std::memcpy(report->text, clean.c_str(), clean.size() + 1);
 #ifdef __cpp_exceptions
   } catch (const std::bad_alloc&) {
