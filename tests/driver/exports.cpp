@@ -72,8 +72,8 @@ const std::vector<Export>& Exports() {
   whole.usesRect = wholeByOrder.usesRect = rowEnds.usesRect = wholeColours.usesRect = false;
   rowEnds.padded = false;
   wholeColours.colours = true;
-  constexpr MemoryBound tables = {3 << 19, 0, 0}, rows = {1 << 20, 128 * 8, 0}, few = {65536, 64, 0},
-                        mask = {1 << 20, 256, 1}, planes = {65536, 256, 8};
+  constexpr MemoryBound tables = {3 << 19, 0, 0}, votes = {4 << 20, 0, 0}, rows = {1 << 20, 128 * 8, 0},
+                        few = {65536, 64, 0}, mask = {1 << 20, 256, 1}, planes = {65536, 256, 8};
 
   static const std::vector<Export> exports = {
       {FUNCTION(GetDLLVersion), {{}}, all, tables, {}},
@@ -206,7 +206,7 @@ const std::vector<Export>& Exports() {
        wholeByOrder,
        tables,
        {{"color-correct", false, {{0, 80}}}}},
-      {FUNCTION(ZelBasicToolFunc_LightCorrect), strengths, whole, tables, {{"light-correct", true, {{80}}}}},
+      {FUNCTION(ZelBasicToolFunc_LightCorrect), strengths, whole, votes, {{"light-correct", true, {{80}}}}},
       {FUNCTION(ZelBasicToolFunc_ColorCastManual), strengths, rowEnds, tables, {{"cast-manual", false, {{80}}}}},
       {FUNCTION(ZelBasicToolFunc_FoliageColorful), areas, softened, mask, {{"foliage-colorful", false, {{60}}}}},
       {FUNCTION(ZelBasicToolFunc_FoliageTone), areas, given, mask, {{"foliage-tone", false, {{60}}, 1}}},
