@@ -35,7 +35,7 @@ export async function writePicture(name, pixels, metadata) {
 
 /** The drawn sample, and the same with samples between the 256 levels. */
 export async function drawSamples() {
-  zel('sample', 'eight.png', '--size', '240x160');
+  zel('sample', 'eight.png', '--size', '240x160', '--overwrite');
   const eight = await pixelsOf('eight.png');
   const data = Uint16Array.from(eight.data, (value, i) => Math.min(65535, value * 257 + ((i * 7919) % 257)));
   const sixteen = { ...eight, data };

@@ -139,8 +139,12 @@ def enhance(job: Job, folder: str, names: list[str], patience: Patience, finishe
 
     A photograph at which the tool dies or hangs twice is named as such; the tool goes on behind it.
     """
-    with open(os.path.join(folder, "recipe.json"), "w") as file:
-        file.write(job.recipe)
+
+    def write_recipe() -> None:
+        with open(os.path.join(folder, "recipe.json"), "w") as file:
+            file.write(job.recipe)
+
+    patience.repeat(write_recipe)
     result: dict[str, str] = {}
     deaths: dict[str, int] = {}
     while left := [name for name in names if name not in result]:
@@ -178,16 +182,16 @@ def _scratch_name(index: int, key: str) -> str:
 class _Chunk:
     """One call of run_chunk."""
 
-    def __init__(self, job: Job, number: int, folder: str, beat: Callable[[int], None]) -> None:
+    def __init__(self, job: Job, number: int, folder: str, beat: Callable[[int], None], patience: Patience) -> None:
         self.job, self.folder, self._beat = job, folder, beat
         self.source = open_place(job.source, job.source_options)
         self.target = open_place(job.target, job.target_options)
-        self.patience = Patience(job.patience)
+        self.patience = patience
         self.report = Report()
         self._finished = 0
         self._part = f"{STATE}/{job.run}/{number:08d}.jsonl"
-        os.mkdir(os.path.join(folder, "in"))
-        os.mkdir(os.path.join(folder, "out"))
+        for part in ("in", "out"):
+            patience.repeat(functools.partial(os.makedirs, os.path.join(folder, part), exist_ok=True))
 
     def _tick(self) -> None:
         self._finished += 1
@@ -289,13 +293,17 @@ class _Chunk:
 
     def keep_manifest(self) -> None:
         """Stores the lines, so that results are known even when nobody hears the report."""
-        if self.report.lines:
-            path = os.path.join(self.folder, "part")
+        path = os.path.join(self.folder, "part")
+
+        def keep() -> None:
             with open(path, "w") as file:
                 file.writelines(line + "\n" for line in self.report.lines)
                 file.flush()
                 os.fsync(file.fileno())
-            self.patience.repeat(lambda: self.target.publish(path, self._part, True))
+            self.target.publish(path, self._part, True)
+
+        if self.report.lines:
+            self.patience.repeat(keep)
 
 
 def run_chunk(job: Job, number: int, items: list[Item], beat: Callable[[int], None] = lambda _: None) -> Report:
@@ -305,12 +313,14 @@ def run_chunk(job: Job, number: int, items: list[Item], beat: Callable[[int], No
     if (version := tool_version(job.tool)) != job.version:
         raise ToolError(f"this worker has version {version} of the tool, the run was started with {job.version}")
     place_for_scratch = open_place(job.target, job.target_options).scratch()
+    patience = Patience(job.patience)
     if place_for_scratch is not None:
         place_for_scratch = os.path.join(place_for_scratch, job.run)
-        os.makedirs(place_for_scratch, exist_ok=True)
-    folder = tempfile.mkdtemp(prefix="chunk-", dir=place_for_scratch)
+        patience.repeat(functools.partial(os.makedirs, place_for_scratch, exist_ok=True))
+    # The scratch folder may lie on a disk that is full for a while.
+    folder = patience.repeat(functools.partial(tempfile.mkdtemp, prefix="chunk-", dir=place_for_scratch))
     try:
-        chunk = _Chunk(job, number, folder, beat)
+        chunk = _Chunk(job, number, folder, beat, patience)
         if is_shard(items[0][0].key):
             chunk.shard(items[0])
         else:
