@@ -2,8 +2,9 @@
 
 generate.py EXTENSION OUTPUT
 """
-import importlib.util
+import importlib
 import json
+import os
 import sys
 import textwrap
 
@@ -25,9 +26,8 @@ __all__ = {names}
 
 
 def table(path):
-    spec = importlib.util.spec_from_file_location("zel._native", path)
-    native = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(native)
+    sys.path.insert(0, os.path.dirname(path))
+    native = importlib.import_module("_native")
     return json.loads(native.ffi.string(native.lib.ZelChain_Table()).decode())
 
 

@@ -6,7 +6,7 @@ from collections.abc import Iterator
 from typing import Any
 
 import fsspec
-from fsspec.spec import AbstractFileSystem
+from fsspec import AbstractFileSystem
 
 
 class BotoFileSystem(AbstractFileSystem):  # type: ignore[misc]
