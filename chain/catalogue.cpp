@@ -51,7 +51,7 @@ Operation RegionColour(const char* name, const char* purpose, const char* at, co
       {"amount=25", middle, "amount=100"},
       Depth::Difference,
       Reach::Mask,
-      kMeasures | kPartly,
+      kMeasures,
       {Integer("amount", 0, 100, "50", "per cent", "how much more colour"), At(at), Where()},
       run};
 }
@@ -65,7 +65,7 @@ Operation RegionTone(const char* name, const char* purpose, const char* at, std:
           examples,
           Depth::Difference,
           Reach::Mask,
-          kMeasures | kPartly,
+          kMeasures,
           {Integer("amount", 0, 100, "50", "per cent", "how much brighter"), At(at, true), Where()},
           run};
 }
@@ -335,7 +335,7 @@ std::vector<Operation> Selective() {
        {"strength=25", "strength=60", "strength=100"},
        Depth::Difference,
        Reach::Mask,
-       kMeasures | kPartly,
+       kMeasures,
        {Strength("50", "how much brighter"),
         Choice("gentle", "no", {"no", "yes"}, "yes takes three quarters around a point"), At("a pixel of the skin"),
         Where()},
@@ -350,7 +350,7 @@ std::vector<Operation> Selective() {
        {"level=25", "level=60", "level=100"},
        Depth::Difference,
        Reach::Mask,
-       kMeasures | kPartly,
+       kMeasures,
        {Integer("level", 0, 100, "50", "per cent", "how smooth"),
         Choice("gentle", "no", {"no", "yes"}, "yes has less effect up to level 50"), At("a pixel of the skin"),
         Where()},
@@ -364,7 +364,7 @@ std::vector<Operation> Selective() {
        {"lightness=60", "lightness=65 red=20", "lightness=70 red=30 blue=60"},
        Depth::Difference,
        Reach::Mask,
-       kMeasures | kPartly,
+       kMeasures,
        {Integer("lightness", 0, 100, "", "per cent", "darker to lighter"),
         Integer("blue", 0, 100, "", "per cent", "yellow to blue"),
         Integer("red", 0, 100, "", "per cent", "green to red"),

@@ -16,15 +16,16 @@ bool IsLocal(const Step& step) {
   return !Measures(*step.settings) && MarginOf(*step.settings) == 0;
 }
 
-// Samples around the point and all over the picture, to see whether a step did anything.
+// Samples around the point and all over the picture, to see whether a step did anything. It may read from one picture
+// and write to another.
 class Watch {
  public:
-  bool Start(const Work& work, const Placed& placed) {
-    work_ = work;
+  bool Start(const Work& before, const Work& after, const Placed& placed) {
+    work_ = before;
     place_ = placed;
     return buffer_.Allocate(Each([](const uint8_t*, size_t) {})) &&
            (Each([this](const uint8_t* at, size_t offset) { std::memcpy(buffer_.data() + offset, at, Bytes()); }),
-            true);
+            work_ = after, true);
   }
   bool SawChange() const {
     bool changed = false;
@@ -115,7 +116,8 @@ class Runner {
 
     Watch watch;
     const bool watched = step.placed.hasPoint && report_ != nullptr;
-    if (watched && !watch.Start(work, step.placed)) return error_->Fail(ZEL_CHAIN_NO_MEMORY, "");
+    if (watched && !watch.Start(first != nullptr ? *first : work, work, step.placed))
+      return error_->Fail(ZEL_CHAIN_NO_MEMORY, "");
     const ImageDesc record = work.Record();
     int32_t code = ZEL_OK;
     if (step.decision != nullptr && step.decision->kind == Decision::Kind::Curves) {
@@ -339,7 +341,7 @@ bool Run(const Plan& plan, const ZelPixels& source, const ZelPixels& destination
   if (!plan.steps.empty()) {
     const Step& first = plan.steps[0];
     treatment.across = plan.progress == nullptr && source.bits == 8 && first.decision == nullptr &&
-                       !first.placed.hasRect && !first.placed.hasPoint && !first.settings->operation->Has(kPartly);
+                       !first.placed.hasRect && !first.settings->operation->Has(kPartly);
   }
   Runner runner(plan, report, error);
   treatment.run = [&](const Work& work, int32_t top, double from, double share, const Work* first, bool* changed) {
