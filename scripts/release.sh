@@ -58,9 +58,10 @@ since=$(git describe --tags --abbrev=0 --match 'v*' HEAD^ 2>/dev/null || true)
 {
   echo "# Zel $version"
   echo
-  # Subjects are "area: what changed"; each area gets its list.
-  git log --no-merges --reverse --format=%s ${since:+"$since.."}HEAD | grep -E '^[^ ]+: ' | sort -s -t: -k1,1 |
-    awk -F': ' '$1 != area {area = $1; print "\n## " area "\n"} {sub(/^[^:]*: /, ""); print "- " $0}'
+  # Subjects are "area: what changed"; each area gets its list, what only people who work on Zel notice comes last.
+  git log --no-merges --reverse --format=%s ${since:+"$since.."}HEAD | sed -nE 's/^([^:]+): (.*)/\1\t\2/p' |
+    sed -E 's/^(tests?|bench|build|repo|scripts|docs|HACKING|README|packaging|release)\t/~within the project\t/' |
+    sort -s -t$'\t' -k1,1 | awk -F'\t' '{sub(/^~/, "", $1)} $1 != area {area = $1; print "\n## " area "\n"} {print "- " $2}'
 } >"$out/NOTES.md"
 (cd "$out" && sha256sum -- * >"$work/SHA256SUMS" && mv "$work/SHA256SUMS" .)
 ls -l "$out"

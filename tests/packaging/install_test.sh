@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs a build into an empty prefix, builds the examples against it in the three ways that hosts use, and looks into
-# the packages. Usage: install_test.sh SOURCE_DIR BUILD_DIR
+# Installs a build into an empty prefix and builds the examples against it in the three ways that hosts use.
+# Usage: install_test.sh SOURCE_DIR BUILD_DIR
 set -euo pipefail
 source_dir=$1
 build_dir=$2
@@ -57,16 +57,4 @@ fi
 soname=$(objdump -p "$lib/libzel.so" | awk '/SONAME/ { print $2 }')
 [ "$soname" = libzel.so.2 ] || fail "SONAME is $soname"
 
-(cd "$work" && cpack --config "$build_dir/CPackConfig.cmake" -B "$work/packages" >cpack.log 2>&1) ||
-  { cat "$work/cpack.log"; fail "cpack"; }
-listing() { dpkg-deb -c "$work"/packages/"$1"_*.deb | awk '{ print $6, $7, $8 }'; }
-listing libzel2 | grep -q 'libzel.so.2.1.0' || fail "libzel2 lacks the library"
-listing libzel2 | grep -q 'libzel_chain.so.2.1.0' || fail "libzel2 lacks the chain library"
-listing libzel2 | grep -q 'zel.h' && fail "libzel2 has the header"
-listing libzel-dev | grep -q 'include/zel.hpp' || fail "libzel-dev lacks the header"
-listing libzel-dev | grep -q 'zelConfig.cmake' || fail "libzel-dev lacks the CMake package"
-dpkg-deb -f "$work"/packages/libzel-dev_*.deb Depends | grep -q libzel2 || fail "libzel-dev does not depend on libzel2"
-if [ -e "$build_dir/zel" ]; then
-  listing zel | grep -q 'bin/zel' || fail "the tool's package lacks the tool"
-fi
-echo "install, packages and hosts: ok"
+echo "install and hosts: ok"
