@@ -57,7 +57,7 @@ def read_medians(*paths):
                 continue
             name = run["run_name"]
             manual = "/manual_time" in name
-            name = name.split("/iterations:")[0].removesuffix("/manual_time")
+            name = name.split("/iterations:")[0].removesuffix("/manual_time").removesuffix("/real_time")
             times.setdefault(name, []).append(run["real_time" if manual else "cpu_time"])
     return {name: statistics.median(values) for name, values in times.items()}
 

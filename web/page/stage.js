@@ -1,26 +1,20 @@
-// The picture: before and after, zoomed, moved, divided or side by side, and places picked on it.
+// The picture as it is drawn and touched: before and after, divided or side by side, and places picked on it.
 import { byId } from './element.js';
 import { forScreen } from './picture.js';
+import { Viewport } from './viewport.js';
 import { word } from './words.js';
 
 /** @typedef {import('./picture.js').Layer} Layer */
-/** @typedef {{left: number, top: number, width: number, height: number}} Box */
+/** @typedef {import('./viewport.js').Box} Box */
 
-const STEPS = [1 / 32, 1 / 16, 1 / 8, 1 / 4, 1 / 3, 1 / 2, 2 / 3, 1, 2, 3, 4, 8, 16];
-
-export class Stage {
+export class Stage extends Viewport {
   /** @type {Layer | undefined} */
   before;
   /** @type {Layer | undefined} */
   after;
   /** @type {Uint8ClampedArray | undefined} */
   lattice;
-  size = { width: 0, height: 0 };
-  /** Device pixels for a pixel of the photograph; 0 fits the whole. */
-  zoom = 0;
-  centre = { x: 0.5, y: 0.5 };
   divided = 0.5;
-  beside = false;
   holding = false;
   /** Place of the step in hand, in shares of the picture. @type {number[] | undefined} */
   marked;
@@ -31,8 +25,8 @@ export class Stage {
   #crops = new Map();
 
   constructor() {
-    this.view = byId('view');
-    this.canvas = this.view.querySelector('canvas');
+    const view = byId('view');
+    super(view, view.querySelector('canvas'));
     this.context = this.canvas.getContext('2d');
     new ResizeObserver(() => this.draw()).observe(this.view);
     this.#listen();
@@ -65,43 +59,6 @@ export class Stage {
     });
   }
 
-  /** The panes in device pixels: one, or two beside or below each other. @returns {Box[]} */
-  #panes() {
-    const { width, height } = this.canvas;
-    if (!this.beside) return [{ left: 0, top: 0, width, height }];
-    const gap = 4;
-    if (width >= height) {
-      const half = (width - gap) / 2;
-      return [{ left: 0, top: 0, width: half, height }, { left: half + gap, top: 0, width: half, height }];
-    }
-    const half = (height - gap) / 2;
-    return [{ left: 0, top: 0, width, height: half }, { left: 0, top: half + gap, width, height: half }];
-  }
-
-  fitScale() {
-    const pane = this.#panes()[0], margin = 12 * devicePixelRatio, bottom = 52 * devicePixelRatio;
-    const across = (pane.width - 2 * margin) / this.size.width, down = (pane.height - margin - bottom) / this.size.height;
-    return Math.max(0.001, Math.min(across, down, 8));
-  }
-
-  get scale() {
-    return this.zoom || this.fitScale();
-  }
-
-  /** Where the picture lies in a pane. @param {Box} pane @returns {Box} */
-  #place(pane) {
-    const width = this.size.width * this.scale, height = this.size.height * this.scale;
-    const room = 52 * devicePixelRatio - 12 * devicePixelRatio;
-    const place = (/** @type {number} */ start, /** @type {number} */ space, /** @type {number} */ size, /** @type {number} */ centre) =>
-      Math.round(size <= space ? start + (space - size) / 2 : Math.min(start, Math.max(start + space - size, start + space / 2 - centre * size)));
-    return {
-      left: place(pane.left, pane.width, width, this.centre.x),
-      top: place(pane.top, height <= pane.height - room ? pane.height - room : pane.height, height, this.centre.y),
-      width,
-      height,
-    };
-  }
-
   #paint() {
     const ratio = devicePixelRatio, { clientWidth, clientHeight } = this.view;
     if (!this.size.width || !clientWidth) return;
@@ -109,7 +66,7 @@ export class Stage {
     if (this.canvas.width !== width || this.canvas.height !== height) Object.assign(this.canvas, { width, height });
     const context = this.context;
     context.clearRect(0, 0, width, height);
-    const panes = this.#panes();
+    const panes = this.panes();
     if (this.beside) {
       this.#paintLayer('before', panes[0], panes[0]);
       this.#paintLayer('after', panes[1], panes[1]);
@@ -121,7 +78,7 @@ export class Stage {
       this.#paintLayer('before', panes[0], { left: 0, top: 0, width: at, height });
     }
     const mark = this.picking?.box ?? this.marked;
-    if (mark) for (const pane of panes) this.#paintMark(this.#place(pane), mark);
+    if (mark) for (const pane of panes) this.#paintMark(this.place(pane), mark);
     this.#labels(panes);
   }
 
@@ -129,7 +86,7 @@ export class Stage {
   #paintLayer(which, pane, clip) {
     const layer = this[which] ?? this.before;
     if (!layer || clip.width <= 0) return;
-    const place = this.#place(pane), context = this.context;
+    const place = this.place(pane), context = this.context;
     const wanted = Math.max(0, Math.floor(Math.log2(1 / this.scale) + 0.01));
     const levels = layer.levels.map((pixels, level) => ({ pixels, level })).filter(({ pixels }) => pixels);
     const found = levels.filter(({ level }) => level <= wanted).pop() ?? levels[0];
@@ -198,7 +155,7 @@ export class Stage {
   }
 
   #dividerAt() {
-    const place = this.#place(this.#panes()[0]);
+    const place = this.place(this.panes()[0]);
     const left = Math.max(0, place.left), right = Math.min(this.canvas.width, place.left + place.width);
     return left + this.divided * (right - left);
   }
@@ -208,7 +165,7 @@ export class Stage {
     const divider = byId('divider'), ratio = devicePixelRatio;
     const single = !this.beside && !this.holding;
     divider.hidden = !single || this.picking !== undefined;
-    const place = this.#place(panes[0]), top = Math.max(0, place.top);
+    const place = this.place(panes[0]), top = Math.max(0, place.top);
     divider.style.left = `${this.#dividerAt() / ratio}px`;
     divider.style.top = `${top / ratio}px`;
     divider.style.height = `${(Math.min(this.canvas.height, place.top + place.height) - top) / ratio}px`;
@@ -228,59 +185,6 @@ export class Stage {
     press('split', !this.beside);
     press('beside', this.beside);
     press('hold', this.holding);
-  }
-
-  /** Zooms so that the place under a point of the view stays. @param {number} zoom @param {number} [x] @param {number} [y] */
-  zoomTo(zoom, x, y) {
-    const ratio = devicePixelRatio, panes = this.#panes();
-    const pane = (x !== undefined && y !== undefined && panes.find((p) => x * ratio < p.left + p.width && y * ratio < p.top + p.height)) || panes[0];
-    const at = { x: x === undefined ? pane.left + pane.width / 2 : x * ratio, y: y === undefined ? pane.top + pane.height / 2 : y * ratio };
-    const old = this.#place(pane);
-    const share = { x: (at.x - old.left) / old.width, y: (at.y - old.top) / old.height };
-    this.zoom = zoom && Math.min(16, Math.max(1 / 64, zoom));
-    this.centre = {
-      x: share.x - (at.x - pane.left - pane.width / 2) / (this.size.width * this.scale),
-      y: share.y - (at.y - pane.top - pane.height / 2) / (this.size.height * this.scale),
-    };
-    this.#keepInside();
-    this.draw();
-  }
-
-  /** @param {number} by */
-  zoomStep(by) {
-    const now = this.scale;
-    const next = by > 0 ? STEPS.find((step) => step > now * 1.01) : STEPS.findLast((step) => step < now * 0.99);
-    if (next) this.zoomTo(next);
-  }
-
-  /** @param {number} dx device pixels @param {number} dy */
-  pan(dx, dy) {
-    this.centre.x -= dx / (this.size.width * this.scale);
-    this.centre.y -= dy / (this.size.height * this.scale);
-    this.#keepInside();
-    this.draw();
-  }
-
-  #keepInside() {
-    const pane = this.#panes()[0];
-    const keep = (/** @type {number} */ value, /** @type {number} */ space, /** @type {number} */ size) => {
-      const half = Math.min(0.5, space / size / 2);
-      return Math.min(1 - half, Math.max(half, value));
-    };
-    this.centre = {
-      x: keep(this.centre.x, pane.width, this.size.width * this.scale),
-      y: keep(this.centre.y, pane.height, this.size.height * this.scale),
-    };
-  }
-
-  /** Shares of the picture under a point of the view, inside it. @param {{clientX: number, clientY: number}} event */
-  #share({ clientX, clientY }) {
-    const box = this.view.getBoundingClientRect(), ratio = devicePixelRatio;
-    const x = (clientX - box.left) * ratio, y = (clientY - box.top) * ratio;
-    const pane = this.#panes().find((p) => x < p.left + p.width && y < p.top + p.height) ?? this.#panes()[0];
-    const place = this.#place(pane);
-    const inside = (/** @type {number} */ v) => Math.min(0.9999, Math.max(0, v));
-    return [inside((x - place.left) / place.width), inside((y - place.top) / place.height)];
   }
 
   /**
@@ -350,7 +254,7 @@ export class Stage {
       const onDivider = /** @type {Element} */ (event.target).closest('#divider');
       dragged = this.picking ? 'pick' : onDivider ? 'divider' : 'picture';
       if (this.picking) {
-        const [x, y] = this.#share(event);
+        const [x, y] = this.share(event);
         this.picking.box = this.picking.kind === 'point' ? [x, y] : [x, y, x, y];
         this.draw();
       } else {
@@ -362,7 +266,7 @@ export class Stage {
       if (!last) return;
       const now = { x: event.clientX, y: event.clientY };
       if (dragged === 'pick' && this.picking) {
-        const [x, y] = this.#share(event);
+        const [x, y] = this.share(event);
         this.picking.box.splice(this.picking.kind === 'point' ? 0 : 2, 2, x, y);
         this.draw();
       } else if (dragged === 'divider') {
@@ -421,7 +325,7 @@ export class Stage {
 
   /** @param {{clientX: number}} event */
   #dragDivider({ clientX }) {
-    const place = this.#place(this.#panes()[0]), ratio = devicePixelRatio;
+    const place = this.place(this.panes()[0]), ratio = devicePixelRatio;
     const left = Math.max(0, place.left), right = Math.min(this.canvas.width, place.left + place.width);
     const x = (clientX - this.view.getBoundingClientRect().left) * ratio;
     this.divided = Math.min(1, Math.max(0, (x - left) / (right - left)));

@@ -192,6 +192,32 @@ function suite(name) {
     assert.equal((await pixelsOf('keyed.png')).width, 1800);
   });
 
+  onPage('two fingers zoom where they are, one moves, and one on the divider draws it', async (driver) => {
+    const { page } = driver;
+    await driver.open('eight.png');
+    await driver.settled();
+    const percent = async () => Number.parseInt(await driver.text('#zoom'), 10);
+    const { x, y, width, height } = /** @type {import('puppeteer-core').BoundingBox} */ (await (await page.$('#view'))?.boundingBox());
+    const middle = { x: x + width / 2, y: y + height / 2 };
+    const divider = () => page.$eval('#divider', (element) => element.getBoundingClientRect().left);
+    const start = await percent(), shown = await divider();
+    const grip = await page.touchscreen.touchStart(shown + 4, middle.y);
+    await grip.move(shown - 100, middle.y);
+    await grip.end();
+    assert.ok(Math.abs((await divider()) - shown + 104) < 8, `the divider went from ${shown} to ${await divider()}`);
+    const left = await page.touchscreen.touchStart(middle.x + 60, middle.y), right = await page.touchscreen.touchStart(middle.x + 100, middle.y);
+    await right.move(middle.x + 220, middle.y);
+    await left.end();
+    await right.end();
+    await page.waitForFunction((old) => Number.parseInt(document.querySelector('#zoom')?.textContent ?? '', 10) > 3 * old, { polling: 30 }, start);
+    const near = await divider();
+    const finger = await page.touchscreen.touchStart(middle.x + 100, middle.y);
+    await finger.move(middle.x + 180, middle.y);
+    await finger.end();
+    assert.ok((await divider()) > near + 40, `the picture moved from ${near} to ${await divider()}`);
+    assert.equal(await page.evaluate(() => (window.visualViewport?.scale ?? 1)), 1);
+  });
+
   onPage('steps and photographs outlive a reload, and the address carries the chain', async (driver) => {
     const { page } = driver;
     await driver.open('eight.png', 'sixteen.png');
