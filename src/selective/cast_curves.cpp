@@ -34,14 +34,15 @@ struct Sums {
   }
 };
 
-// Calls visit(pixel) for every pixel of the area.
+// Calls visit(pixel) for every pixel of the area; they have three channels.
 template <class Visit>
 void ForEachPixel(const View<const uint8_t>& image, const CastArea& area, const Visit& visit) {
   const Region& region = area.region;
   for (int32_t y = region.top; y < region.bottom; ++y) {
     const uint8_t* const marks = area.mask != nullptr ? area.mask + static_cast<size_t>(y) * image.width : nullptr;
-    for (int32_t x = region.left; x < region.right; ++x) {
-      if (marks == nullptr || marks[x] == kInWhiteZone) visit(image.At(x, y));
+    const uint8_t* pixel = image.At(region.left, y);
+    for (int32_t x = region.left; x < region.right; ++x, pixel += 3) {
+      if (marks == nullptr || marks[x] == kInWhiteZone) visit(pixel);
     }
   }
 }
