@@ -27,7 +27,7 @@ export class Stage extends Viewport {
   constructor() {
     const view = byId('view');
     super(view, view.querySelector('canvas'));
-    this.context = this.canvas.getContext('2d');
+    this.context = /** @type {CanvasRenderingContext2D} */ (this.canvas.getContext('2d'));
     new ResizeObserver(() => this.draw()).observe(this.view);
     this.#listen();
   }
@@ -170,7 +170,7 @@ export class Stage extends Viewport {
     divider.style.top = `${top / ratio}px`;
     divider.style.height = `${(Math.min(this.canvas.height, place.top + place.height) - top) / ratio}px`;
     divider.setAttribute('aria-valuenow', String(Math.round(this.divided * 100)));
-    const [before, after] = this.view.querySelectorAll('.side');
+    const [before, after] = /** @type {NodeListOf<HTMLElement>} */ (this.view.querySelectorAll('.side'));
     before.hidden = single && this.divided < 0.02;
     after.hidden = this.holding || (single && this.divided > 0.98);
     const second = panes[1];
