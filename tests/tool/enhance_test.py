@@ -6,55 +6,12 @@ import shutil
 import struct
 import subprocess
 import unittest
-import zlib
 
+from builders import png, png_samples, with_orientation
 from support import ToolTest, ppm, samples
 
 GRADIENT = ppm(16, 8, [[(16 * x + 2 * y + 40 * c) % 256 for x in range(16) for c in range(3)] for y in range(8)])
 DEEP = ppm(16, 8, [[(4099 * x + 517 * y + 9001 * c) % 65536 for x in range(16) for c in range(3)] for y in range(8)], 65535)
-
-
-def png(width, height, bands, data, bits=8):
-    def chunk(kind, body):
-        return struct.pack(">I", len(body)) + kind + body + struct.pack(">I", zlib.crc32(kind + body))
-    kind = {1: 0, 2: 4, 3: 2, 4: 6}[bands]
-    row = width * bands * bits // 8
-    raw = b"".join(b"\0" + data[y * row:(y + 1) * row] for y in range(height))
-    header = struct.pack(">IIBBBBB", width, height, bits, kind, 0, 0, 0)
-    return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(raw)) + chunk(b"IEND", b"")
-
-
-def png_samples(data):
-    """Samples of a PNG whose rows carry any of the five filters."""
-    at, body, header = 8, b"", None
-    while at < len(data):
-        size, kind = struct.unpack(">I4s", data[at:at + 8])
-        if kind == b"IHDR":
-            header = struct.unpack(">IIBBBBB", data[at + 8:at + 21])
-        if kind == b"IDAT":
-            body += data[at + 8:at + 8 + size]
-        at += 12 + size
-    width, height, bits, kind = header[:4]
-    step = {0: 1, 2: 3, 4: 2, 6: 4}[kind] * bits // 8
-    raw, row, out = zlib.decompress(body), width * step, []
-    above = [0] * row
-    for y in range(height):
-        filtered, line = raw[y * (row + 1):(y + 1) * (row + 1)], []
-        for x in range(row):
-            a, b = line[x - step] if x >= step else 0, above[x]
-            c = above[x - step] if x >= step else 0
-            p = a + b - c
-            paeth = min((abs(p - a), 0, a), (abs(p - b), 1, b), (abs(p - c), 2, c))[2]
-            line.append((filtered[x + 1] + (0, a, b, (a + b) // 2, paeth)[filtered[0]]) % 256)
-        out += line
-        above = line
-    return header, out
-
-
-def with_orientation(jpeg, orientation):
-    entry = struct.pack("<HHIHH", 0x112, 3, 1, orientation, 0)
-    exif = b"Exif\0\0II*\0\x08\0\0\0\x01\0" + entry + b"\0\0\0\0"
-    return jpeg[:2] + b"\xff\xe1" + struct.pack(">H", len(exif) + 2) + exif + jpeg[2:]
 
 
 class Formats(ToolTest):
@@ -212,6 +169,9 @@ class HostileFiles(ToolTest):
         self.refuses(3, "No space left on device", "in.png", "-o", "/dev/full", "--format", "png", "contrast")
         self.refuses(3, "o.png cannot be written", "in.png", "-o", "/proc/o.png", "contrast")
         limit = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (1000, 1000))
+        # A file system that is full, or here a limit reached, is named with the file that did not fit.
+        result = self.run_zel("in.png", "-o", "new.png", "contrast", preexec_fn=limit, restore_signals=False)
+        self.assertEqual(result.stderr, b"zel: in.png: new.png cannot be written: File too large\n")
         for arguments in (["in.png", "-o", "new.png"], ["in.png", "-o", "in.png", "--overwrite"]):
             result = self.run_zel(*arguments, "contrast", "contrast=20", preexec_fn=limit)
             self.assertNotEqual(result.returncode, 0)

@@ -86,7 +86,7 @@ void AddBatchOptions(CLI::App* app, BatchArguments* a) {
   app->add_option("--quality", b.write.quality, "of JPEG, WebP and AVIF, 1 to 100; that of a JPEG source, else 95")
       ->check(CLI::Range(1, 100))
       ->type_name("N");
-  app->add_option("--subsampling", b.write.subsampling, "of JPEG, 4:4:4 or 4:2:0; that of the source")
+  app->add_option("--subsampling", b.write.subsampling, "of JPEG, 4:4:4 or 4:2:0; that of the source, 4:4:4 for 4:2:2")
       ->check(CLI::IsMember({"4:4:4", "4:2:0"}))
       ->type_name("NAME");
   app->add_flag("--progressive", b.write.progressive, "JPEG that appears coarse first; also when the source is");

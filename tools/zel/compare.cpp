@@ -146,10 +146,9 @@ int Compare(int argc, char** argv) {
     read.page = arguments.page;
     // Samples are compared as they are, unless they mean different things.
     VImage a = ReadInput(arguments.before, read).autorot(), b = ReadInput(arguments.after, read).autorot();
-    const std::string profileA = OtherProfile(a), profileB = OtherProfile(b);
-    if (profileA != profileB) {
-      a = profileA.empty() ? a : ToSrgb(a);
-      b = profileB.empty() ? b : ToSrgb(b);
+    if (OtherProfile(a) != OtherProfile(b)) {
+      a = InSrgb(a);
+      b = InSrgb(b);
     }
     if (a.width() != b.width() || a.height() != b.height() || Bits(a) != Bits(b)) {
       const auto text = [](const VImage& p) {

@@ -44,6 +44,9 @@ void Keep(const jpeg_decompress_struct& file, JpegHeader* header) {
     header->comments.append(reinterpret_cast<const char*>(marker->data), marker->data_length);
   }
   if (file.quant_tbl_ptrs[0]) header->quality = NearestQuality(*file.quant_tbl_ptrs[0]);
+  const jpeg_component_info* const parts = file.comp_info;
+  header->halved = file.num_components == 3 && parts[0].h_samp_factor == 2 * parts[1].h_samp_factor &&
+                   parts[0].v_samp_factor == 2 * parts[1].v_samp_factor;
 }
 
 }  // namespace

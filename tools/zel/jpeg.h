@@ -9,6 +9,7 @@ namespace tool {
 
 struct JpegHeader {
   int quality = 0;       // 1 to 100, whose tables come nearest; 0: not known
+  bool halved = false;   // chroma has half the resolution in both directions
   std::string comments;  // the comment segments as they stand in the file
 };
 

@@ -19,7 +19,7 @@ namespace {
 // What a JPEG source had and its result takes over; fields of the image beside those of the file.
 constexpr const char* kQualityField = "zel-quality";
 constexpr const char* kCommentField = "zel-comments";
-constexpr const char* kSubsamplingField = "jpeg-chroma-subsample";
+constexpr const char* kSubsamplingField = "zel-subsampling";
 constexpr const char* kProgressiveField = "jpeg-multiscan";
 
 // Everything else that a header holds is either layout or a secret of the loader. The small picture that cameras put
@@ -27,8 +27,7 @@ constexpr const char* kProgressiveField = "jpeg-multiscan";
 bool IsCarried(const std::string& name) {
   static const char* const kFields[] = {VIPS_META_EXIF_NAME,       VIPS_META_XMP_NAME,         VIPS_META_IPTC_NAME,
                                         VIPS_META_ICC_NAME,        VIPS_META_PHOTOSHOP_NAME,   VIPS_META_ORIENTATION,
-                                        VIPS_META_RESOLUTION_UNIT, VIPS_META_IMAGEDESCRIPTION, kSubsamplingField,
-                                        kProgressiveField};
+                                        VIPS_META_RESOLUTION_UNIT, VIPS_META_IMAGEDESCRIPTION, kProgressiveField};
   for (const char* field : kFields) {
     if (name == field) return true;
   }
@@ -43,11 +42,14 @@ void DropOtherFields(const VImage& image) {
   g_strfreev(names);
 }
 
+// What the system said is the cause; the library puts it behind what it was about to do.
 std::string VipsMessage() {
-  std::string text = vips_error_buffer();
+  static const std::string kSystem = "unix error: ";
+  const std::string text = vips_error_buffer();
   vips_error_clear();
-  text = text.substr(0, text.find('\n'));
-  return text.empty() ? "unknown fault" : text;
+  const size_t system = text.find(kSystem), start = system == std::string::npos ? 0 : system + kSystem.size();
+  const std::string line = text.substr(start, text.find('\n', start) - start);
+  return line.empty() ? "unknown fault" : line;
 }
 
 // What the tool promises to read; anything rarer is a larger door for crafted files.
@@ -186,12 +188,15 @@ VImage Decode(const vips::VSource& source, const std::string& path, const ReadOp
   if (cmyk) {
     image = ToSrgb(image);
     notes->push_back("CMYK was converted to sRGB");
-  } else if (options.toSrgb && !OtherProfile(image).empty()) {
-    image = ToSrgb(image);
+  } else if (options.toSrgb) {
+    image = InSrgb(image);
   }
   image = InMemory(image);
   DropOtherFields(image);
-  if (jpeg.quality > 0) image.set(kQualityField, jpeg.quality);
+  if (jpeg.quality > 0) {
+    image.set(kQualityField, jpeg.quality);
+    image.set(kSubsamplingField, jpeg.halved ? "4:2:0" : "4:4:4");
+  }
   if (!jpeg.comments.empty()) {
     vips_image_set_blob_copy(image.get_image(), kCommentField, jpeg.comments.data(), jpeg.comments.size());
   }
@@ -205,8 +210,7 @@ VImage WithoutAlpha(const VImage& photo) {
 // What the format holds of the photograph.
 VImage Fitted(VImage photo, Format format, const WriteOptions& options, std::vector<std::string>* notes) {
   if (options.strip || format == Format::Ppm) {
-    if (!OtherProfile(photo).empty()) photo = ToSrgb(photo);
-    photo = photo.autorot();
+    photo = InSrgb(photo).autorot();
   }
   if (Bits(photo) == 16 && (format == Format::Jpeg || format == Format::Webp)) {
     photo = To8Bits(photo);
@@ -400,9 +404,11 @@ VImage To8Bits(const VImage& photo) {
 
 VImage InColour(const VImage& photo) {
   if (photo.bands() > 2) return photo;
-  const VImage grey = photo.extract_band(0);
+  // A profile of grey fits no colours.
+  const VImage plain = InSrgb(photo), grey = plain.extract_band(0);
   VImage colour = VImage::bandjoin(std::vector<VImage>{grey, grey, grey});
-  if (HasAlpha(photo)) colour = colour.bandjoin(photo.extract_band(1));
+  if (HasAlpha(photo)) colour = colour.bandjoin(plain.extract_band(1));
+  colour.remove(VIPS_META_ICC_NAME);
   return colour.copy(VImage::option()->set("interpretation",
                                            Bits(photo) == 16 ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB));
 }

@@ -29,7 +29,9 @@ struct ReadOptions {
 
 struct WriteOptions {
   int quality = 0;           // of JPEG, WebP and AVIF, 1 to 100; 0: that of a JPEG source, else 95
-  std::string subsampling;   // of JPEG: "4:4:4" or "4:2:0"; empty: that of a JPEG source, else 4:4:4 from quality 90 on
+  // Of JPEG: "4:4:4" or "4:2:0". Empty: that of a JPEG source, where one that halves in one direction becomes 4:4:4 and
+  // loses nothing; of others 4:4:4 from quality 90 on.
+  std::string subsampling;
   bool progressive = false;  // JPEG; also when the source is
   bool strip = false;        // no metadata; the picture is turned upright and converted to sRGB first
 };

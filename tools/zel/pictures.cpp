@@ -30,8 +30,7 @@ VImage Below(const VImage& upper, const VImage& lower) {
 }  // namespace
 
 VImage Shown(const VImage& photo) {
-  VImage shown = OtherProfile(photo).empty() ? photo : ToSrgb(photo);
-  shown = To8Bits(shown.autorot());
+  VImage shown = To8Bits(InSrgb(photo).autorot());
   if (HasAlpha(shown)) {
     shown = shown.flatten(
         VImage::option()->set("background", shown.bands() == 2 ? std::vector<double>{kPaper[0]} : kPaper));

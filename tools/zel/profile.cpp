@@ -32,17 +32,18 @@ std::string Description(const VImage& photo) {
 }  // namespace
 
 std::string OtherProfile(const VImage& photo) {
-  if (photo.get_typeof(VIPS_META_ICC_NAME) == 0 || IsGrey(photo)) return "";
+  if (photo.get_typeof(VIPS_META_ICC_NAME) == 0) return "";
   const std::string name = Description(photo);
   if (name.empty()) return "";
   // Names say little: what counts is where the profile puts some colours.
   static const uint8_t kColours[] = {255, 0,  0,   0,  255, 0,  0,   0,   255, 200, 90,
                                      60,  60, 160, 90, 40,  80, 170, 128, 128, 128};
-  constexpr int kCount = sizeof kColours / 3;
+  const int bands = IsGrey(photo) ? 1 : 3;
   try {
-    VImage patches =
-        VImage::new_from_memory(const_cast<uint8_t*>(kColours), sizeof kColours, kCount, 1, 3, VIPS_FORMAT_UCHAR)
-            .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+    VImage patches = VImage::new_from_memory(const_cast<uint8_t*>(kColours), sizeof kColours,
+                                             static_cast<int>(sizeof kColours) / bands, 1, bands, VIPS_FORMAT_UCHAR)
+                         .copy(VImage::option()->set(
+                             "interpretation", bands == 1 ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB));
     size_t size = 0;
     const void* data = photo.get_blob(VIPS_META_ICC_NAME, &size);
     VImage tagged = patches.copy();
@@ -62,12 +63,15 @@ VImage ToSrgb(const VImage& photo) {
       VImage::option()->set("embedded", true)->set("intent", VIPS_INTENT_RELATIVE)->set("depth", deep ? 16 : 8));
   if (!IsGrey(photo)) return converted;
   // A grey picture keeps one channel, and no profile that describes three.
-  converted = photo.bands() == 1 ? converted.extract_band(1)
-                                 : converted.extract_band(1).bandjoin(converted.extract_band(converted.bands() - 1));
-  converted = converted.copy(
-      VImage::option()->set("interpretation", deep ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_B_W));
+  converted = converted.extract_band(2, VImage::option()->set("n", photo.bands()))
+                  .copy(VImage::option()->set("interpretation",
+                                              deep ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_B_W));
   converted.remove(VIPS_META_ICC_NAME);
   return converted;
+}
+
+VImage InSrgb(const VImage& photo) {
+  return OtherProfile(photo).empty() ? photo : ToSrgb(photo);
 }
 
 }  // namespace tool

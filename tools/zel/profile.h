@@ -13,6 +13,8 @@ std::string OtherProfile(const vips::VImage& photo);
 
 // The same colours in sRGB, tagged so; grey stays grey, depth and alpha stay. CMYK becomes colour.
 vips::VImage ToSrgb(const vips::VImage& photo);
+// The same where OtherProfile names a profile; else the photograph itself.
+vips::VImage InSrgb(const vips::VImage& photo);
 
 }  // namespace tool
 
