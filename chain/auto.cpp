@@ -117,12 +117,11 @@ class Choice {
   }
 
   bool Tone(Looks* looks) {
-    const int black = looks->Percentile(0.002), white = looks->Percentile(0.998);
+    const int black = looks->Percentile(0.002), white = looks->Percentile(0.998), middle = looks->Percentile(0.5);
     const size_t before = steps_->size();
-    // By half where all of it would clip.
-    for (double share = 0.8 * force_;
-         share > 0.1 && steps_->size() == before && (black > 10 || white < 240) && white - black > 60;
-         share = share > 0.4 ? share / 2 : 0) {
+    // Less where all of it would clip.
+    for (double share = std::min(0.8 * force_, 1.0);
+         share > 0.1 && steps_->size() == before && (black > 10 || white < 240) && white - black > 60; share *= 0.7) {
       const double shadow = std::floor(std::min(black * share, 45.0));
       const double highlight = std::ceil(std::max(255 - (255 - white) * share, 195.0));
       if (!Add("levels", {{"shadow", shadow}, {"highlight", highlight}},
@@ -137,16 +136,19 @@ class Choice {
       Look(work_, looks);
     }
     // The middle of the tones, when the picture is neither a night nor a bright one on purpose: it has both ends.
-    const int middle = looks->Percentile(0.5), low = looks->Percentile(0.1), high = looks->Percentile(0.9);
-    if (middle < 88 && high > 110 && middle > 12) {
-      const double gamma = 1 + std::min((88 - middle) / 88.0, 0.45) * 0.7 * force_;
-      return gamma < 1.04 || Add("gamma", {{"gamma", std::round(gamma * 100) / 100}},
+    const int moved = looks->Percentile(0.5), low = looks->Percentile(0.1), high = looks->Percentile(0.9);
+    if (middle < 110 && high > 110 && moved > 12) {
+      // A deeper black shall not darken a picture that is rather dark, and a dark one becomes lighter.
+      const double kept = std::max(1.0, std::log(moved / 255.0) / std::log(std::max(middle, 13) / 255.0));
+      const double gamma = 1 + (kept - 1) * std::min((110 - middle) / 22.0, 1.0) +
+                           std::clamp((88 - middle) / 88.0, 0.0, 0.45) * 0.7 * force_;
+      return gamma < 1.04 || Add("gamma", {{"gamma", std::round(std::min(gamma, 1.8) * 100) / 100}},
                                  "gamma: half of the picture is darker than " + std::to_string(middle));
     }
-    if (middle > 185 && low < 140 && low > 20) {
-      const double gamma = 1 - std::min((middle - 185) / 70.0, 0.3) * 0.6 * force_;
+    if (moved > 185 && low < 140 && low > 20) {
+      const double gamma = 1 - std::min((moved - 185) / 70.0, 0.3) * 0.6 * force_;
       return gamma > 0.96 || Add("gamma", {{"gamma", std::round(gamma * 100) / 100}},
-                                 "gamma: half of the picture is brighter than " + std::to_string(middle));
+                                 "gamma: half of the picture is brighter than " + std::to_string(moved));
     }
     return true;
   }

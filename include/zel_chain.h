@@ -114,10 +114,11 @@ typedef struct ZelApplyOptions {
  *   "more": "...",                   further sentences; may be empty
  *   "examples": ["saturation=20", "saturation=40", "hue=60 saturation=10"],     mild, middle, strong
  *   "reach": "lattice",              what a result pixel depends on: "curve" each channel on itself, "lattice" the
- * pixel's colour, "neighbours" pixels around it, "mask" where a kind of thing is "measures": false,               looks
- * at the whole picture before it changes a pixel "margin": 0,                     pixels around it that a result pixel
- * depends on, at most; -1: all of them "blueFirst": false,              the function behind it wants blue first (chains
- * arrange that) "grey": false,                   takes one channel; otherwise grey pictures run as three equal channels
+ *                                    pixel's colour, "neighbours" pixels around it, "mask" where a kind of thing is
+ *   "measures": false,               looks at the whole picture before it changes a pixel
+ *   "margin": 0,                     pixels around it that a result pixel depends on, at most; -1: all of them
+ *   "blueFirst": false,              the function behind it wants blue first (chains arrange that)
+ *   "grey": false,                   takes one channel; otherwise grey pictures run as three equal channels
  *   "depth": "difference",           at 16 bits: "full" in all 16 bits; "curve" by an 8-bit curve with straight lines
  *                                    between its 256 values; "difference" the change found on an 8-bit copy is added
  *   "depthText": "8 bits; at ...",   the same as a sentence, likewise "reachText" and "channelsText"
@@ -125,10 +126,14 @@ typedef struct ZelApplyOptions {
  *     "name": "hue",
  *     "title": "Hue",
  *     "type": "integer",             integer, number, choice, integers (three: red, green, blue), numbers (three),
- * rect, point "least": -180, "most": 180,    of integer(s) and number(s) "step": 1,                     a sensible step
- * for a slider "default": 0,                  as in a recipe; null when the parameter may be left out "unit":
- * "degrees",             may be empty "choices": ["all", "skin"],    of a choice "meaning": "turn of ...", "values": "a
- * whole number from -180 to 180 degrees"}]}]}
+ *                                    rect, point
+ *     "least": -180, "most": 180,    of integer(s) and number(s)
+ *     "step": 1,                     a sensible step for a slider
+ *     "default": 0,                  as in a recipe; null when the parameter may be left out
+ *     "unit": "degrees",             may be empty
+ *     "choices": ["all", "skin"],    of a choice
+ *     "meaning": "turn of ...",
+ *     "values": "a whole number from -180 to 180 degrees"}]}]}
  *
  * Readers ignore keys that they do not know; `schema` grows when the meaning of one changes.
  */

@@ -90,12 +90,23 @@ void Damage(const uint8_t* bytes, size_t count, std::string* file) {
     const size_t at = Number(bytes + 1) % reach;
     const auto value = static_cast<char>(bytes[4]);
     switch (bytes[0] & 7) {
-      case 0: file->resize(at + 1); break;
-      case 1: file->erase(at, bytes[4] + 1u); break;
-      case 2: file->insert(at, file->substr(at / 2, bytes[4] + 1u)); break;
-      case 3: file->insert(at, 1, value); break;
-      case 4: file->replace(at, 4, 4, value); break;
-      default: (*file)[at] = value;
+      case 0:
+        file->resize(at + 1);
+        break;
+      case 1:
+        file->erase(at, bytes[4] + 1u);
+        break;
+      case 2:
+        file->insert(at, file->substr(at / 2, bytes[4] + 1u));
+        break;
+      case 3:
+        file->insert(at, 1, value);
+        break;
+      case 4:
+        file->replace(at, 4, 4, value);
+        break;
+      default:
+        (*file)[at] = value;
     }
   }
 }

@@ -2,7 +2,6 @@
 import json
 import os
 import random
-import resource
 import stat
 import struct
 import subprocess
@@ -205,7 +204,7 @@ class Formats(ToolTest):
 
     @unittest.skipIf(os.environ["SANITIZE"], "the sanitizer needs memory of its own")
     def test_memory_is_the_picture_and_little_more(self):
-        self.write("big.ppm", ppm(1, 1, [[90, 120, 150]])[:3] + b"6000 4000 255\n" + bytes(range(250)) * (6000 * 4000 * 3 // 250))
+        self.write("big.ppm", b"P6 6000 4000 255\n" + bytes(range(250)) * (6000 * 4000 * 3 // 250))
         self.zel("big.ppm", "-o", "big.jpg", "gamma")
         most = subprocess.run(["python3", "-c", "import resource, subprocess, sys; subprocess.run(sys.argv[1:], check=True);"
                                "print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)", ZEL, "big.jpg", "-o", "out.jpg",

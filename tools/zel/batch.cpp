@@ -91,6 +91,36 @@ class Memory {
   std::condition_variable changed_;
 };
 
+// How many photographs are computed at once; one that only waits for the disk takes no place.
+class Places {
+ public:
+  class Place {
+   public:
+    explicit Place(Places* places) : places_(places) { places_->Take(); }
+    ~Place() { places_->Give(); }
+
+   private:
+    Places* places_;
+  };
+  explicit Places(size_t count) : free_(count) {}
+
+ private:
+  void Take() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [&] { return free_ > 0; });
+    --free_;
+  }
+  void Give() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    ++free_;
+    changed_.notify_one();
+  }
+
+  size_t free_;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+};
+
 enum class Result { Done, Skipped, NoPicture, Failed };
 
 // Everything a person or a program sees of a running batch.
@@ -199,24 +229,9 @@ void MakeFolder(const std::filesystem::path& folder) {
   if (!folder.empty()) std::filesystem::create_directories(folder, error);
 }
 
-void Write(const VImage& photo, const Job& job, const std::string& key, const BatchOptions& options, Journal* journal,
-           std::vector<std::string>* notes) {
-  try {
-    if (job.output != "-") MakeFolder(std::filesystem::path(job.output).parent_path());
-    NewFile file(job.output, options.overwrite);
-    EncodePhoto(photo, job.format, options.write, file.fd(), notes);
-    StopIfAsked();
-    if (options.keepTime) file.TakeTimes(job.input);
-    if (journal) journal->Add(job.input, job.output, key, file.fd());
-    file.Publish();
-  } catch (const Failure& failure) {
-    throw Failure(job.output + " " + failure.what());
-  }
-}
-
-void RunJob(const Job& job, const Work& work, const std::string& key, const BatchOptions& options, Journal* journal,
-            Memory* memory, Told* told) {
-  CheckJob(job, options);
+// Reads, changes and encodes; the picture's memory is free again when it returns.
+std::unique_ptr<NewFile> Compute(const Job& job, const Work& work, const BatchOptions& options, Memory* memory,
+                                 Told* told) {
   Memory::Share share(memory);
   ReadOptions read = options.read;
   read.toSrgb = options.toSrgb;
@@ -229,7 +244,32 @@ void RunJob(const Job& job, const Work& work, const std::string& key, const Batc
   }
   work.run(&photo, told, StopIfAsked);
   StopIfAsked();
-  Write(photo, job, key, options, journal, &told->notes);
+  try {
+    if (job.output != "-") MakeFolder(std::filesystem::path(job.output).parent_path());
+    auto file = std::make_unique<NewFile>(job.output, options.overwrite);
+    EncodePhoto(photo, job.format, options.write, file->fd(), &told->notes);
+    return file;
+  } catch (const Failure& failure) {
+    throw Failure(job.output + " " + failure.what());
+  }
+}
+
+void RunJob(const Job& job, const Work& work, const std::string& key, const BatchOptions& options, Journal* journal,
+            Places* places, Memory* memory, Told* told) {
+  CheckJob(job, options);
+  std::unique_ptr<NewFile> file;
+  {
+    const Places::Place place(places);
+    file = Compute(job, work, options, memory, told);
+  }
+  StopIfAsked();
+  try {
+    if (options.keepTime) file->TakeTimes(job.input);
+    if (journal) journal->Add(job.input, job.output, key, file->fd());
+    file->Publish();
+  } catch (const Failure& failure) {
+    throw Failure(job.output + " " + failure.what());
+  }
 }
 
 int DryRun(const Plan& plan, const Work& work, const BatchOptions& options) {
@@ -307,6 +347,8 @@ int RunBatch(const Work& work, const BatchOptions& options) {
   CatchSignals();
   Reporter reporter(options, work, plan);
   Memory memory;
+  const size_t wanted = options.jobs > 0 ? static_cast<size_t>(options.jobs) : std::thread::hardware_concurrency();
+  Places places(std::max<size_t>(wanted, 1));
   std::atomic<size_t> next{0};
   const auto takeJobs = [&] {
     for (size_t i; !stopSignal && (i = next++) < jobs.size();) {
@@ -321,7 +363,7 @@ int RunBatch(const Work& work, const BatchOptions& options) {
           finish(Result::Skipped, "");
           continue;
         }
-        RunJob(job, work, key, options, journal.get(), &memory, &told);
+        RunJob(job, work, key, options, journal.get(), &places, &memory, &told);
         finish(Result::Done, "");
       } catch (const Stopped&) {
       } catch (const NotAPicture& failure) {
@@ -334,9 +376,9 @@ int RunBatch(const Work& work, const BatchOptions& options) {
     }
     vips_thread_shutdown();
   };
-  const size_t wanted = options.jobs > 0 ? static_cast<size_t>(options.jobs) : std::thread::hardware_concurrency();
+  // One more than places: while its photograph goes to the disk, the next one is computed.
   std::vector<std::thread> workers;
-  for (size_t i = 1; i < wanted && i < jobs.size(); ++i) workers.emplace_back(takeJobs);
+  for (size_t i = 1; i < wanted + 1 && i < jobs.size(); ++i) workers.emplace_back(takeJobs);
   takeJobs();
   for (std::thread& worker : workers) worker.join();
   reporter.End();

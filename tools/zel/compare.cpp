@@ -79,7 +79,10 @@ VImage Draw(const VImage& a, const VImage& b, const CompareArguments& arguments)
   const VImage wholeA = InMemory(Shown(a)), wholeB = InMemory(Shown(b));
   const VImage left = Reduced(wholeA, arguments.size, arguments.size),
                right = Reduced(wholeB, arguments.size, arguments.size);
-  const int width = left.width(), height = std::min(left.height(), std::max(64, width * 5 / 8));
+  // The part at 100 % is as wide as the picture above it; where that would be most of the picture, half of it at 200 %.
+  const int zoom = 3 * left.width() > 2 * wholeA.width() ? 2 : 1;
+  const int width = left.width() / zoom;
+  const int height = std::max(1, std::min(left.height(), std::max(64, left.width() * 5 / 8)) / zoom);
   std::vector<VImage> cells;
   const auto add = [&](const VImage& one, const VImage& other, const char* what) {
     if (arguments.split) {
@@ -106,8 +109,10 @@ VImage Draw(const VImage& a, const VImage& b, const CompareArguments& arguments)
       return drawn;
     };
     add(framed(left), framed(right), "");
-    add(wholeA.extract_area(part.x, part.y, width, height), wholeB.extract_area(part.x, part.y, width, height),
-        ", the frame at 100 %");
+    const auto enlarged = [&](const VImage& whole) {
+      return whole.extract_area(part.x, part.y, width, height).zoom(zoom, zoom);
+    };
+    add(enlarged(wholeA), enlarged(wholeB), zoom == 1 ? ", the frame at 100 %" : ", the frame at 200 %");
   }
   // Of a split picture both histograms share the one column.
   const VImage before = Captioned(Histogram(wholeA), "before", ""), after = Captioned(Histogram(wholeB), "after", "");
@@ -124,14 +129,14 @@ VImage Draw(const VImage& a, const VImage& b, const CompareArguments& arguments)
 
 int Compare(int argc, char** argv) {
   CLI::App app(
-      "Compares two photographs of one size: draws both, a part at 100 % and their histograms, prints how far they "
+      "Compares two photographs of one size: draws both, a part at full size and their histograms, prints how far they "
       "differ.");
   CompareArguments arguments;
   app.add_option("before", arguments.before, "the first photograph")->required()->type_name("A");
   app.add_option("after", arguments.after, "the second photograph")->required()->type_name("B");
   app.add_option("-o,--output", arguments.output, "the picture to write; left out: only numbers")->type_name("OUT");
   app.add_flag("--split", arguments.split, "one picture, left half before, right half after");
-  app.add_option("--at", arguments.at, "middle of the part at 100 %, x,y in pixels or per cent; where most differs")
+  app.add_option("--at", arguments.at, "middle of the part at full size, x,y in pixels or per cent; where most differs")
       ->type_name("X,Y");
   app.add_option("--width", arguments.size, "longer side of one picture; 800")
       ->check(CLI::Range(64, 8000))

@@ -106,12 +106,6 @@ const Loader& FindLoader(const std::string& path, const vips::VSource& source) {
                     " picture");
 }
 
-std::string Millions(double number) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.1f", number / 1e6);
-  return text;
-}
-
 // An animated PNG says so before its first picture.
 bool IsAnimatedPng(const vips::VSource& source) {
   const auto [data, size] = Beginning(source, 1 << 20);
@@ -203,10 +197,6 @@ VImage Decode(const vips::VSource& source, const std::string& path, const ReadOp
   return image;
 }
 
-VImage WithoutAlpha(const VImage& photo) {
-  return HasAlpha(photo) ? photo.extract_band(0, VImage::option()->set("n", photo.bands() - 1)) : photo;
-}
-
 // What the format holds of the photograph.
 VImage Fitted(VImage photo, Format format, const WriteOptions& options, std::vector<std::string>* notes) {
   if (options.strip || format == Format::Ppm) {
@@ -224,10 +214,6 @@ VImage Fitted(VImage photo, Format format, const WriteOptions& options, std::vec
     notes->push_back("this format holds no alpha channel; PNG or TIFF keep it");
   }
   return photo;
-}
-
-int IntField(const VImage& photo, const char* name, int fallback) {
-  return photo.get_typeof(name) == G_TYPE_INT ? photo.get_int(name) : fallback;
 }
 
 vips::VOption* SaveOptions(const VImage& photo, Format format, const WriteOptions& options, const char** suffix) {
@@ -362,55 +348,6 @@ void SavePicture(const VImage& picture, const std::string& path, const std::stri
     throw Failure(path + " " + failure.what());
   }
   for (const std::string& note : notes) std::fprintf(stderr, "zel: note: %s\n", note.c_str());
-}
-
-int Bits(const VImage& photo) {
-  return photo.format() == VIPS_FORMAT_USHORT ? 16 : 8;
-}
-
-bool HasAlpha(const VImage& photo) {
-  return photo.bands() == 2 || photo.bands() == 4;
-}
-
-int Orientation(const VImage& photo) {
-  return IntField(photo, VIPS_META_ORIENTATION, 1);
-}
-
-uint8_t* Samples(const VImage& photo) {
-  return VIPS_IMAGE_ADDR(photo.get_image(), 0, 0);
-}
-
-VImage InMemory(const VImage& image) {
-  VImage memory = VImage::new_memory();
-  try {
-    image.write(memory);
-  } catch (const vips::VError&) {
-    if (!std::strstr(vips_error_buffer(), "out of memory")) throw;
-    vips_error_clear();
-    throw Failure("does not fit into memory: " + std::to_string(image.width()) + " x " +
-                  std::to_string(image.height()) + " pixels take " +
-                  Millions(static_cast<double>(image.width()) * image.height() * image.bands() * Bits(image) / 8) +
-                  " MB");
-  }
-  return memory;
-}
-
-VImage To8Bits(const VImage& photo) {
-  if (Bits(photo) == 8) return photo;
-  return photo.linear(1 / 257.0, 0.5, VImage::option()->set("uchar", true))
-      .copy(VImage::option()->set("interpretation",
-                                  photo.bands() <= 2 ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB));
-}
-
-VImage InColour(const VImage& photo) {
-  if (photo.bands() > 2) return photo;
-  // A profile of grey fits no colours.
-  const VImage plain = InSrgb(photo), grey = plain.extract_band(0);
-  VImage colour = VImage::bandjoin(std::vector<VImage>{grey, grey, grey});
-  if (HasAlpha(photo)) colour = colour.bandjoin(plain.extract_band(1));
-  colour.remove(VIPS_META_ICC_NAME);
-  return colour.copy(VImage::option()->set("interpretation",
-                                           Bits(photo) == 16 ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB));
 }
 
 }  // namespace tool

@@ -5,13 +5,10 @@
 #include <functional>
 #include <string>
 #include <vector>
-#include <vips/vips8>
+
+#include "pixels.h"
 
 namespace tool {
-
-// A photograph is an image in memory: the file's samples, red first, alpha last, 8 or 16 bits, with the header's
-// fields.
-using vips::VImage;
 
 enum class Format { None, Png, Jpeg, Tiff, Ppm, Webp, Avif };
 
@@ -28,7 +25,7 @@ struct ReadOptions {
 };
 
 struct WriteOptions {
-  int quality = 0;           // of JPEG, WebP and AVIF, 1 to 100; 0: that of a JPEG source, else 95
+  int quality = 0;  // of JPEG, WebP and AVIF, 1 to 100; 0: that of a JPEG source, else 95
   // Of JPEG: "4:4:4" or "4:2:0". Empty: that of a JPEG source, where one that halves in one direction becomes 4:4:4 and
   // loses nothing; of others 4:4:4 from quality 90 on.
   std::string subsampling;
@@ -60,21 +57,6 @@ void EncodePhoto(VImage photo, Format format, const WriteOptions& options, int f
 // Encodes and publishes a picture that a command has drawn; the format is the one named, or that of the suffix.
 // Prints notes. Throws Failure, and UsageError when there is no format.
 void SavePicture(const VImage& picture, const std::string& path, const std::string& format, bool overwrite);
-
-int Bits(const VImage& photo);
-bool HasAlpha(const VImage& photo);
-int Orientation(const VImage& photo);
-uint8_t* Samples(const VImage& photo);
-
-// A copy of its own, decoded or computed now, in one piece of memory that may be written to. Throws Failure when it
-// does not fit.
-VImage InMemory(const VImage& image);
-
-// Keeps the upper 8 of 16 bits, rounded.
-VImage To8Bits(const VImage& photo);
-
-// Three equal channels of a grey picture's one.
-VImage InColour(const VImage& photo);
 
 }  // namespace tool
 

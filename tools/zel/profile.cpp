@@ -42,8 +42,8 @@ std::string OtherProfile(const VImage& photo) {
   try {
     VImage patches = VImage::new_from_memory(const_cast<uint8_t*>(kColours), sizeof kColours,
                                              static_cast<int>(sizeof kColours) / bands, 1, bands, VIPS_FORMAT_UCHAR)
-                         .copy(VImage::option()->set(
-                             "interpretation", bands == 1 ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB));
+                         .copy(VImage::option()->set("interpretation",
+                                                     bands == 1 ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB));
     size_t size = 0;
     const void* data = photo.get_blob(VIPS_META_ICC_NAME, &size);
     VImage tagged = patches.copy();
@@ -63,9 +63,9 @@ VImage ToSrgb(const VImage& photo) {
       VImage::option()->set("embedded", true)->set("intent", VIPS_INTENT_RELATIVE)->set("depth", deep ? 16 : 8));
   if (!IsGrey(photo)) return converted;
   // A grey picture keeps one channel, and no profile that describes three.
-  converted = converted.extract_band(2, VImage::option()->set("n", photo.bands()))
-                  .copy(VImage::option()->set("interpretation",
-                                              deep ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_B_W));
+  converted =
+      converted.extract_band(2, VImage::option()->set("n", photo.bands()))
+          .copy(VImage::option()->set("interpretation", deep ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_B_W));
   converted.remove(VIPS_META_ICC_NAME);
   return converted;
 }
