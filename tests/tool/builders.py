@@ -10,7 +10,7 @@ HEIC = gzip.decompress(base64.b64decode(
     "ahgUAaiJUzM/PS4OpFgZxUJigvoyzZEMQ8lFlQVACkl2QWJOcD6QqghDMjcwHcTrkPDH/+/vjBwMDPrADUKOHAyMP4/z9IATPDBBABRHK7mBwU"
     "gZLaToyMaDILFBpZp73y1FyXx8LCwwESghAOSkD17C6MB4s2KDkArRHJLC5IhVrpAMUCBZkVmSABZg4OoC4GscyCXFhYAT3M3MjUDPJkbkoiKK"
     "TENRjXCzc8NT4w/7/O4v8vftvY5WWuDfhqBwBHQ7k5gQEAAA=="))
-JXL = base64.b64decode("/wpDQCQIAgEAaABLGIsVANQXY4wX490FIgAQJAwAICCEPEIBFw==")
+JXL = base64.b64decode("/wpPQCQIAgEAaABLGIsVANQbY4wb4+4FIgAAJAC6gAQUPzp5FQ==")
 
 
 def png(width, height, bands, data, bits=8):

@@ -209,6 +209,8 @@ VImage Fitted(VImage photo, Format format, const WriteOptions& options, std::vec
   }
   if (Bits(photo) == 16 && format == Format::Avif)
     notes->push_back("AVIF holds 12 of the 16 bits; PNG or TIFF keep all");
+  if (format == Format::Tiff && !options.strip && photo.get_typeof(VIPS_META_EXIF_NAME) != 0)
+    notes->push_back("TIFF is written without the camera's EXIF fields; PNG, JPEG, WebP and AVIF keep them");
   if (HasAlpha(photo) && (format == Format::Jpeg || format == Format::Ppm)) {
     photo = WithoutAlpha(photo);
     notes->push_back("this format holds no alpha channel; PNG or TIFF keep it");
