@@ -137,7 +137,7 @@ class Choice {
     }
     // The middle of the tones, when the picture is neither a night nor a bright one on purpose: it has both ends.
     const int moved = looks->Percentile(0.5), low = looks->Percentile(0.1), high = looks->Percentile(0.9);
-    if (middle < 110 && high > 100 && moved > 12) {
+    if (middle < 110 && high > 110 && moved > 12) {
       // A deeper black shall not darken a picture that is rather dark, and a dark one becomes lighter.
       const double kept = std::max(1.0, std::log(moved / 255.0) / std::log(std::max(middle, 13) / 255.0));
       const double gamma = 1 + (kept - 1) * std::min((110 - middle) / 22.0, 1.0) +
