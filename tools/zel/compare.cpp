@@ -31,13 +31,14 @@ struct Place {
   int x, y;
 };
 
-// Where a part of this size differs most.
+// Where a part of this size differs most; the middle of equal pictures.
 Place Busiest(const VImage& a, const VImage& b, int width, int height) {
   const VImage d = (a - b).abs().bandmean().shrink(std::max(1.0, width / 4.0), std::max(1.0, height / 4.0));
   double ones[9] = {1, 1, 1, 1, 1, 1, 1, 1, 1};
   const VImage sums = d.conv(VImage::new_matrix(3, 3, ones, 9));
   int x = 0, y = 0;
-  sums.max(VImage::option()->set("x", &x)->set("y", &y));
+  if (sums.max(VImage::option()->set("x", &x)->set("y", &y)) == 0)
+    return {(a.width() - width) / 2, (a.height() - height) / 2};
   const auto centred = [](int at, int of, int part, int whole) {
     return std::clamp(static_cast<int>((at + 0.5) * whole / of) - part / 2, 0, whole - part);
   };
@@ -61,9 +62,8 @@ Place ParsePlace(const std::string& text, int width, int height, int partWidth, 
           std::clamp(static_cast<int>(y) - partHeight / 2, 0, height - partHeight)};
 }
 
-// The left half of one and the right half of the other.
-VImage Split(const VImage& a, const VImage& b) {
-  const int middle = a.width() / 2;
+// One up to a column, the other from there.
+VImage Split(const VImage& a, const VImage& b, int middle) {
   const VImage right = b.extract_area(middle, 0, b.width() - middle, b.height());
   const VImage line = right.extract_area(0, 0, std::min(2, right.width()), right.height()) * 0 + 255;
   return a.insert(right, middle, 0).insert(line.cast(VIPS_FORMAT_UCHAR), middle - 1, 0);
@@ -84,9 +84,9 @@ VImage Draw(const VImage& a, const VImage& b, const CompareArguments& arguments)
   const int width = left.width() / zoom;
   const int height = std::max(1, std::min(left.height(), std::max(64, left.width() * 5 / 8)) / zoom);
   std::vector<VImage> cells;
-  const auto add = [&](const VImage& one, const VImage& other, const char* what) {
+  const auto add = [&](const VImage& one, const VImage& other, int middle, const char* what) {
     if (arguments.split) {
-      cells.push_back(Captioned(Split(one, other), std::string("before | after") + what, ""));
+      cells.push_back(Captioned(Split(one, other, middle), std::string("before | after") + what, ""));
     } else {
       cells.push_back(Captioned(one, std::string("before") + what, ""));
       cells.push_back(Captioned(other, std::string("after") + what, ""));
@@ -94,10 +94,18 @@ VImage Draw(const VImage& a, const VImage& b, const CompareArguments& arguments)
   };
   const bool reduced = left.width() < wholeA.width();
   if (!reduced) {
-    add(left, right, "");
+    add(left, right, left.width() / 2, "");
   } else {
-    const Place part = arguments.at.empty() ? Busiest(wholeA, wholeB, width, height)
-                                            : ParsePlace(arguments.at, wholeA.width(), wholeA.height(), width, height);
+    Place part{(wholeA.width() - width) / 2, 0};
+    if (!arguments.at.empty()) {
+      part = ParsePlace(arguments.at, wholeA.width(), wholeA.height(), width, height);
+    } else if (arguments.split) {
+      // The line between before and after runs through the same place in the whole and in the part.
+      const auto strip = [&](const VImage& whole) { return whole.extract_area(part.x, 0, width, whole.height()); };
+      part.y = Busiest(strip(wholeA), strip(wholeB), width, height).y;
+    } else {
+      part = Busiest(wholeA, wholeB, width, height);
+    }
     const auto framed = [&](const VImage& small) {
       const double scale = double(small.width()) / wholeA.width();
       VImage drawn = InMemory(small);
@@ -108,14 +116,16 @@ VImage Draw(const VImage& a, const VImage& b, const CompareArguments& arguments)
       }
       return drawn;
     };
-    add(framed(left), framed(right), "");
+    add(framed(left), framed(right), (part.x + width / 2) * left.width() / wholeA.width(), "");
     const auto enlarged = [&](const VImage& whole) {
       return whole.extract_area(part.x, part.y, width, height).zoom(zoom, zoom);
     };
-    add(enlarged(wholeA), enlarged(wholeB), zoom == 1 ? ", the frame at 100 %" : ", the frame at 200 %");
+    add(enlarged(wholeA), enlarged(wholeB), width / 2 * zoom,
+        zoom == 1 ? ", the frame at 100 %" : ", the frame at 200 %");
   }
   // Of a split picture both histograms share the one column.
-  const VImage before = Captioned(Histogram(wholeA), "before", ""), after = Captioned(Histogram(wholeB), "after", "");
+  const std::vector<VImage> histograms = Histograms({wholeA, wholeB});
+  const VImage before = Captioned(histograms[0], "before", ""), after = Captioned(histograms[1], "after", "");
   if (arguments.split) {
     cells.push_back(Grid({before, after}, 2));
     return Grid(cells, 1);
@@ -135,7 +145,7 @@ int Compare(int argc, char** argv) {
   app.add_option("before", arguments.before, "the first photograph")->required()->type_name("A");
   app.add_option("after", arguments.after, "the second photograph")->required()->type_name("B");
   app.add_option("-o,--output", arguments.output, "the picture to write; left out: only numbers")->type_name("OUT");
-  app.add_flag("--split", arguments.split, "one picture, left half before, right half after");
+  app.add_flag("--split", arguments.split, "one picture, left of a line before, right of it after");
   app.add_option("--at", arguments.at, "middle of the part at full size, x,y in pixels or per cent; where most differs")
       ->type_name("X,Y");
   app.add_option("--width", arguments.size, "longer side of one picture; 800")

@@ -67,13 +67,26 @@ VImage Grid(const std::vector<VImage>& cells, int across) {
                     VImage::option()->set("extend", VIPS_EXTEND_BACKGROUND)->set("background", kPaper));
 }
 
-VImage Histogram(const VImage& picture) {
+std::vector<VImage> Histograms(const std::vector<VImage>& pictures) {
   constexpr int kHeight = 120;
-  const VImage counts = picture.hist_find();
-  // Clipped black and white would press down the rest.
-  const double most = std::max(1.0, counts.extract_area(1, 0, 254, 1).max());
-  const VImage bars = (counts * (kHeight / most)).cast(VIPS_FORMAT_UCHAR);
-  return bars.hist_plot().extract_area(0, 256 - kHeight, 256, kHeight);
+  const std::vector<double> nine(9, 1.0 / 9);
+  // Each channel darkens the paper, mostly in the other two colours.
+  const double inks[9] = {-0.04, -0.42, -0.42, -0.42, -0.04, -0.42, -0.42, -0.42, -0.04};
+  double most = 1;
+  std::vector<VImage> counts, plots;
+  for (const VImage& picture : pictures) {
+    counts.push_back(picture.hist_find());
+    // Clipped black and white, and the spikes that a table leaves, would press down the rest.
+    const VImage inner = counts.back().extract_area(1, 0, 254, 1);
+    most = std::max(most, inner.conv(VImage::new_matrix(9, 1, const_cast<double*>(nine.data()), 9)).max());
+  }
+  for (const VImage& count : counts) {
+    const VImage bars =
+        (count * (kHeight / most)).cast(VIPS_FORMAT_UCHAR).hist_plot().extract_area(0, 256 - kHeight, 256, kHeight);
+    plots.push_back(
+        (bars.recomb(VImage::new_matrix(3, 3, const_cast<double*>(inks), 9)) + 232).cast(VIPS_FORMAT_UCHAR));
+  }
+  return plots;
 }
 
 }  // namespace tool

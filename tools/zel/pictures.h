@@ -20,8 +20,8 @@ VImage Captioned(const VImage& picture, const std::string& name, const std::stri
 // Cells in rows of `across`, each row as high as its highest cell, with a margin.
 VImage Grid(const std::vector<VImage>& cells, int across);
 
-// Histogram of red, green and blue, 256 x 120.
-VImage Histogram(const VImage& picture);
+// Histograms of red, green and blue, 256 x 120 each, of one scale.
+std::vector<VImage> Histograms(const std::vector<VImage>& pictures);
 
 }  // namespace tool
 
