@@ -107,7 +107,7 @@ if [ "$mode" = --quick ]; then
   finish
 fi
 
-groups=(build tool test python fuzz packaging windows csharp gegl)
+groups=(build tool test shells python fuzz packaging windows csharp gegl)
 [ "$mode" != --all ] || groups+=(platforms gimp release python)
 scripts/install.sh "${groups[@]}" || exit 1
 

@@ -1,7 +1,8 @@
-// What there is to know about each operation, and nothing else.
+// What there is to know about each operation, and nothing else. In one file, since it is read and compared as one table.
 #include <algorithm>
 
 #include "operations.h"
+#include "retouch/denoise.h"
 
 namespace zel::chain {
 namespace {
@@ -385,7 +386,9 @@ std::vector<Operation> Detail() {
        kMeasures,
        {Strength("30", "0 keeps everything")},
        [](const Call& c) {
-         return ZelBasicToolFunc_DeNoise(c.source, c.destination, static_cast<uint32_t>(c.Int("strength")), nullptr);
+         // The exported function would be the same, but nobody could listen.
+         const auto strength = static_cast<uint32_t>(c.Int("strength"));
+         return Denoise(c.source, c.destination, strength, nullptr, c.listener) ? ZEL_OK : ZEL_REFUSED;
        },
        -1},
       {"vivid",

@@ -144,13 +144,14 @@ bool Measure(const std::vector<Settings>& steps, const ZelPixels& picture, const
   if (last > 0 && !CopyOf(picture, IsGrey(picture) && plan.grey ? 1 : 3, &work, &buffer, error)) return false;
   for (size_t i = 0; i < last; ++i) {
     error->step = static_cast<int32_t>(i);
-    if (!plan.Advance(static_cast<double>(i) / static_cast<double>(last), error)) return false;
+    const double share = 1 / static_cast<double>(last), from = share * static_cast<double>(i);
+    if (!plan.Advance(from, error)) return false;
     Step step = plan.steps[i];
     Decision& decision = measured->decisions[i];
     if (Measures(steps[i]) && !Decide(step, work, &decision, error)) return false;
     if (i + 1 == last) break;
     if (decision.kind != Decision::Kind::None) step.decision = &decision;
-    if (!RunAlone(step, work, error)) return false;
+    if (!RunAlone(step, work, error, &plan, from, share)) return false;
   }
   error->step = -1;
   for (size_t i = 0; i < steps.size(); ++i) {

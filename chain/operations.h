@@ -9,6 +9,10 @@
 
 #include "zel.h"
 
+namespace zel {
+struct Listener;
+}
+
 namespace zel::chain {
 
 enum class Kind { Integer, Real, Choice, Triple, RealTriple, Rect, Point };
@@ -80,6 +84,7 @@ struct Call {
   const Settings& settings;
   const ZelRect* rect;
   const ZelPoint* point;
+  const Listener* listener;  // null: nobody
 
   int32_t Int(const char* name) const { return settings.Int(name); }
   double Number(const char* name) const { return settings.Number(name); }

@@ -7,173 +7,6 @@ namespace zel::chain {
 
 namespace {
 
-// Pixels treated at a time where parts serve: enough that making an operation's tables anew costs little, 65,536
-// entries at 16 bits.
-constexpr int64_t kBandPixels8 = 1 << 20, kBandPixels16 = 1 << 22;
-
-bool IsLocal(const Step& step) {
-  if (step.decision != nullptr && step.decision->kind != Decision::Kind::None) return true;
-  return !Measures(*step.settings) && MarginOf(*step.settings) == 0;
-}
-
-// Samples around the point and all over the picture, to see whether a step did anything. It may read from one picture
-// and write to another.
-class Watch {
- public:
-  bool Start(const Work& before, const Work& after, const Placed& placed) {
-    work_ = before;
-    place_ = placed;
-    return buffer_.Allocate(Each([](const uint8_t*, size_t) {})) &&
-           (Each([this](const uint8_t* at, size_t offset) { std::memcpy(buffer_.data() + offset, at, Bytes()); }),
-            work_ = after, true);
-  }
-  bool SawChange() const {
-    bool changed = false;
-    Each([&](const uint8_t* at, size_t offset) { changed |= std::memcmp(buffer_.data() + offset, at, Bytes()) != 0; });
-    return changed;
-  }
-
- private:
-  size_t Bytes() const { return static_cast<size_t>(work_.channels) * work_.SampleBytes(); }
-
-  // Calls with every watched pixel and the bytes before it; returns the bytes of all.
-  template <class F>
-  size_t Each(const F& visit) const {
-    size_t offset = 0;
-    const auto field = [&](int32_t left, int32_t top, int32_t right, int32_t bottom, int32_t stepX, int32_t stepY) {
-      for (int32_t y = std::max(top, 0); y < std::min(bottom, work_.height); y += stepY) {
-        for (int32_t x = std::max(left, 0); x < std::min(right, work_.width); x += stepX) {
-          visit(work_.Row(y) + static_cast<size_t>(x) * Bytes(), offset);
-          offset += Bytes();
-        }
-      }
-    };
-    const ZelPoint& p = place_.point;
-    field(p.x - 8, p.y - 8, p.x + 9, p.y + 9, 1, 1);
-    const ZelRect all = place_.hasRect ? place_.rect : ZelRect{0, 0, work_.width, work_.height};
-    field(all.left, all.top, all.right, all.bottom, 1 + (all.right - all.left) / 64, 1 + (all.bottom - all.top) / 64);
-    return offset;
-  }
-
-  Work work_;
-  Placed place_;
-  Buffer buffer_;
-};
-
-int32_t RunLattice(const Step& step, const ImageDesc& record, const ZelRect* rect) {
-  const Settings& s = *step.settings;
-  return ZelTavoraFunc_Colorful_Apply3DLut(&record, &record, s.Int("style"), s.Int("strength"), rect,
-                                           step.decision->block.data());
-}
-
-// A step's rectangle in the part that starts at (left, top); empty when it lies elsewhere.
-ZelRect InPart(const ZelRect& rect, int32_t left, int32_t top, const Work& part) {
-  const auto cut = [](int64_t v, int32_t size) { return static_cast<int32_t>(std::clamp<int64_t>(v, 0, size)); };
-  return {cut(int64_t{rect.left} - left, part.width), cut(int64_t{rect.top} - top, part.height),
-          cut(int64_t{rect.right} - left, part.width), cut(int64_t{rect.bottom} - top, part.height)};
-}
-
-// The steps of a plan on one picture or part, one after another. 16-bit pictures get an 8-bit copy when the first step
-// needs one; what changed there is added when the next one works at 16 bits, and at the end.
-class Runner {
- public:
-  Runner(const Plan& plan, ZelReport* report, Error* error) : plan_(plan), report_(report), error_(error) {}
-
-  // Whether work.data may have changed; also after a failure.
-  bool changed() const { return changed_; }
-
-  // All steps on a part whose first pixel is (left, top) of the whole picture. `from` and `share` are for progress.
-  // When `first` is given, it holds the picture and the work is still empty: the first step writes from one to the
-  // other.
-  bool Run(const Work& work, int32_t left, int32_t top, double from, double share, const Work* first) {
-    work_ = work;
-    narrowed_ = false;
-    if (plan_.steps.empty() && !plan_.Advance(from, error_)) return false;
-    const double each = share / static_cast<double>(std::max<size_t>(plan_.steps.size(), 1));
-    for (size_t i = 0; i < plan_.steps.size(); ++i) {
-      if (!plan_.Advance(from + each * static_cast<double>(i), error_)) return false;
-      if (!RunStep(i, left, top, i == 0 ? first : nullptr)) return false;
-    }
-    Widen();
-    return true;
-  }
-
- private:
-  bool RunStep(size_t index, int32_t left, int32_t top, const Work* first) {
-    const Step& step = plan_.steps[index];
-    const Operation& operation = *step.settings->operation;
-    // Curves that stand for an operation run as deep as it does.
-    const bool difference = work_.bits == 16 && operation.depth == Depth::Difference;
-    if (!difference) Widen();
-    if (difference && !MakeNarrow()) return error_->Fail(ZEL_CHAIN_NO_MEMORY, "");
-    const Work& work = difference ? narrow_ : work_;
-
-    const bool hasRect = step.placed.hasRect;
-    const ZelRect rect = hasRect ? InPart(step.placed.rect, left, top, work) : ZelRect{};
-    if (hasRect && (rect.left >= rect.right || rect.top >= rect.bottom)) return true;
-    const ZelRect* const where = hasRect ? &rect : nullptr;
-    const ZelPoint point = {step.placed.point.x - left, step.placed.point.y - top};
-
-    Watch watch;
-    const bool watched = step.placed.hasPoint && report_ != nullptr;
-    if (watched && !watch.Start(first != nullptr ? *first : work, work, step.placed))
-      return error_->Fail(ZEL_CHAIN_NO_MEMORY, "");
-    const ImageDesc record = work.Record();
-    int32_t code = ZEL_OK;
-    if (step.decision != nullptr && step.decision->kind == Decision::Kind::Curves) {
-      MapCurves(step.decision->block, work, where);
-    } else if (step.decision != nullptr && step.decision->kind == Decision::Kind::Lattice) {
-      code = RunLattice(step, record, where);
-    } else {
-      const ImageDesc source = first != nullptr ? first->Record() : record;
-      code = operation.run({&source, &record, *step.settings, where, step.placed.hasPoint ? &point : nullptr});
-    }
-    if (code != ZEL_OK) return Refused(static_cast<int32_t>(index), code);
-    changed_ = changed_ || !difference;
-    if (watched && !watch.SawChange()) {
-      AddNote(report_, std::string(operation.name) + " changed nothing; does the pixel at " +
-                           step.settings->Given("at")->typed + " show what it is for?");
-    }
-    return true;
-  }
-
-  bool Refused(int32_t index, int32_t code) {
-    error_->step = index;
-    error_->call = code;
-    return error_->Fail(ZEL_REFUSED, std::string(plan_.steps[static_cast<size_t>(index)].settings->operation->name) +
-                                         " refused this picture of " + std::to_string(work_.width) + " x " +
-                                         std::to_string(work_.height) + " pixels with these settings (code " +
-                                         std::to_string(code) + ")");
-  }
-
-  bool MakeNarrow() {
-    if (narrowed_) return true;
-    if (narrow_.data == nullptr || narrow_.height < work_.height) {
-      narrow_ = work_;
-      narrow_.bits = 8;
-      narrow_.data = nullptr;
-      if (!narrow_.Allocate(&narrowBuffer_)) return false;
-    }
-    narrow_.height = work_.height;
-    Narrow(work_, narrow_);
-    return narrowed_ = true;
-  }
-
-  void Widen() {
-    if (!narrowed_) return;
-    narrowed_ = false;
-    changed_ = true;
-    AddDifference(narrow_, work_);
-  }
-
-  const Plan& plan_;
-  ZelReport* report_;
-  Error* error_;
-  Work work_, narrow_;
-  Buffer narrowBuffer_;
-  bool narrowed_ = false, changed_ = false;
-};
-
 // Names the operations that do not keep all 16 bits.
 void NoteDepth(const Plan& plan, ZelReport* report) {
   std::string names;
@@ -189,8 +22,7 @@ void NoteDepth(const Plan& plan, ZelReport* report) {
 }
 
 int32_t BandRows(const ZelPixels& pixels) {
-  const int64_t rows = (pixels.bits == 8 ? kBandPixels8 : kBandPixels16) / pixels.width;
-  return static_cast<int32_t>(std::clamp<int64_t>(rows, 1, pixels.height));
+  return PartRows(pixels.width, pixels.height, pixels.bits, 0);
 }
 
 // Whether source and destination have the same form without padding, which the library would copy along.
@@ -268,10 +100,6 @@ bool TreatAside(const Treatment& treatment, const ZelPixels& source, const ZelPi
 
 }  // namespace
 
-bool Plan::Advance(double done, Error* error) const {
-  return progress == nullptr || progress(user, done) == 0 || error->Fail(ZEL_CHAIN_CANCELLED, "cancelled");
-}
-
 bool MakePlan(const std::vector<Settings>& steps, const std::vector<Decision>* decisions, const ZelPixels& pixels,
               const ZelApplyOptions* options, Plan* plan, Error* error) {
   int32_t orientation = 1;
@@ -315,7 +143,7 @@ bool MakePlan(const std::vector<Settings>& steps, const std::vector<Decision>* d
     }
     plan->grey = plan->grey && operation.Has(kGrey);
     plan->blueFirst = plan->blueFirst || (operation.Has(kBlueFirst) && !kept);
-    plan->local = plan->local && IsLocal(step);
+    plan->local = plan->local && step.Margin() == 0;
     plan->differences = plan->differences || operation.depth == Depth::Difference;
     plan->steps.push_back(step);
   }
@@ -355,38 +183,14 @@ bool Run(const Plan& plan, const ZelPixels& source, const ZelPixels& destination
   return true;
 }
 
-bool RunAlone(const Step& step, const Work& work, Error* error) {
+bool RunAlone(const Step& step, const Work& work, Error* error, const Plan* host, double from, double share) {
   Plan plan;
   plan.steps.push_back(step);
-  return Runner(plan, nullptr, error).Run(work, 0, 0, 0, 1, nullptr);
-}
-
-void MapCurves(const std::vector<uint8_t>& curves, const Work& work, const ZelRect* rect) {
-  const ZelRect all = {0, 0, work.width, work.height};
-  const ZelRect& r = rect != nullptr ? *rect : all;
-  const auto channels = static_cast<size_t>(work.channels);
-  const size_t count = static_cast<size_t>(r.right - r.left) * channels;
-  const uint8_t* tables[3];
-  for (size_t k = 0; k < 3; ++k) tables[k] = curves.data() + 256 * (work.blueFirst ? 2 - k : k);
-  if (channels == 1) tables[0] = curves.data();
-  // Between entries i and i + 1, which stand at 257 i and 257 (i + 1), runs a straight line.
-  const auto between = [](const uint8_t* table, int32_t sample) {
-    const int32_t i = sample / 257;
-    const int32_t step = i == 255 ? 0 : table[i + 1] - table[i];
-    return static_cast<uint16_t>(257 * table[i] + step * (sample - 257 * i));
-  };
-  for (int32_t y = r.top; y < r.bottom; ++y) {
-    uint8_t* const row = work.Row(y) + static_cast<size_t>(r.left) * channels * work.SampleBytes();
-    for (size_t k = 0; k < channels; ++k) {
-      const uint8_t* const table = tables[k];
-      if (work.bits == 8) {
-        for (size_t i = k; i < count; i += channels) row[i] = table[row[i]];
-      } else {
-        auto* const samples = reinterpret_cast<uint16_t*>(row);
-        for (size_t i = k; i < count; i += channels) samples[i] = between(table, samples[i]);
-      }
-    }
+  if (host != nullptr) {
+    plan.progress = host->progress;
+    plan.user = host->user;
   }
+  return Runner(plan, nullptr, error).Run(work, 0, 0, from, share, nullptr);
 }
 
 }  // namespace zel::chain

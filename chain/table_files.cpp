@@ -172,6 +172,15 @@ bool FitsHald(const ZelTable& table) {
          table.domainMax == Row{1, 1, 1};
 }
 
+// One row of the picture, red first.
+bool MakeRow(const ZelPixels& picture, Work* row, Buffer* buffer, Error* error) {
+  row->width = picture.width;
+  row->height = 1;
+  row->bits = picture.bits;
+  row->blueFirst = false;
+  return row->Allocate(buffer) || error->Fail(ZEL_CHAIN_NO_MEMORY, "");
+}
+
 bool ReadHald(const ZelPixels& picture, ZelTable* table, Error* error) {
   const int32_t level = static_cast<int32_t>(std::lround(std::cbrt(picture.width)));
   table->lattice = true;
@@ -182,12 +191,8 @@ bool ReadHald(const ZelPixels& picture, ZelTable* table, Error* error) {
                        "is no HaldCLUT picture: those are square, 8, 27, 64, 125, 216, 343, 512... pixels wide");
   }
   Work row;
-  row.width = picture.width;
-  row.height = 1;
-  row.bits = picture.bits;
-  row.blueFirst = false;
   Buffer buffer;
-  if (!row.Allocate(&buffer)) return error->Fail(ZEL_CHAIN_NO_MEMORY, "");
+  if (!MakeRow(picture, &row, &buffer, error)) return false;
   for (int32_t y = 0; y < picture.height; ++y) {
     Unpack(picture, y, row);
     for (size_t i = 0; i < row.RowSamples(); i += 3) {
@@ -203,12 +208,8 @@ bool ReadHald(const ZelPixels& picture, ZelTable* table, Error* error) {
 
 bool WriteHald(const ZelTable& table, const ZelPixels& destination, Error* error) {
   Work row;
-  row.width = destination.width;
-  row.height = 1;
-  row.bits = destination.bits;
-  row.blueFirst = false;
   Buffer buffer;
-  if (!row.Allocate(&buffer)) return error->Fail(ZEL_CHAIN_NO_MEMORY, "");
+  if (!MakeRow(destination, &row, &buffer, error)) return false;
   size_t next = 0;
   for (int32_t y = 0; y < destination.height; ++y) {
     for (size_t i = 0; i < row.RowSamples(); i += 3, ++next) {

@@ -95,8 +95,11 @@ typedef struct ZelApplyOptions {
   int32_t orientation; /* EXIF, 1 to 8 [1]: how the stored picture is turned for showing. Points and rectangles count in
                           the picture as it is shown. */
   int32_t wholeWidth, wholeHeight, left, top; /* [the pixels are the whole picture] */
-  /* Called in the calling thread with the share done from 0 to 1: before every operation, between parts of about a
-   * million pixels where operations look at each pixel alone, and at the end; an answer other than 0 cancels. */
+  /* Called in the calling thread with the share done from 0 to 1; an answer other than 0 before 1 cancels. Before every
+   * operation and at the end; inside an operation that looks at no more than the pixels around (those whose margin is
+   * not -1) after each part of one to four million pixels; inside noise reduction about a hundred times at 24
+   * megapixels. Any other operation, one that measures the picture or works through a mask (skin, sky, foliage), can be
+   * cancelled only before it. Listening changes no byte. */
   int32_t(ZEL_CALL* progress)(void* user, double done);
   void* user;
 } ZelApplyOptions;

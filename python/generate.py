@@ -19,7 +19,8 @@ from __future__ import annotations
 
 from typing import Literal
 
-from ._core import Array, Order, Point, Progress, Rect, one
+from ._arrays import Array, Order, Progress
+from ._chains import Point, Rect, one
 
 __all__ = {names}
 '''

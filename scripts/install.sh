@@ -10,6 +10,7 @@ packages() {
     test) echo libgtest-dev clang clang-format python3 ffmpeg opencolorio-tools ;;
     windows) echo g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64 llvm-14 ;;
     csharp) echo mono-mcs mono-runtime libmono-corlib4.5-cil ;;
+    shells) echo zsh fish ;;
     fuzz) echo libclang-rt-14-dev ;;
     platforms) echo g++-12-multilib lld libc6-dev-arm64-cross libstdc++-12-dev-arm64-cross qemu-user emscripten nodejs valgrind ;;
     web) echo emscripten nodejs; command -v npm >/dev/null || echo npm ;;

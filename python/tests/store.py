@@ -1,17 +1,14 @@
-"""An S3-like object store on the loopback, in memory, that fails on purpose. For tests alone; ends by itself."""
+"""An S3-like object store on the loopback, in memory, that fails on purpose. For tests alone."""
 from __future__ import annotations
 
 import hashlib
 import random
 import threading
-import time
 import urllib.parse
 from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
 from xml.sax.saxutils import escape
 
 PAGE = 40  # keys in an answer to a listing
-LIFE = 300.0  # seconds
-MOST_BYTES = 1 << 30
 
 
 class Store:
@@ -22,20 +19,16 @@ class Store:
         self.uploads: dict[str, dict[int, bytes]] = {}
         self.failing = failing
         self.requests = self.failures = self.in_parts = 0
-        self.random, self.lock, self.end = random.Random(seed), threading.Lock(), time.monotonic() + LIFE
+        self.random, self.lock = random.Random(seed), threading.Lock()
         handler = type("Handler", (_Handler,), {"store": self})
         self.server = ThreadingHTTPServer(("127.0.0.1", 0), handler)
         self.url = f"http://127.0.0.1:{self.server.server_port}"
-        self._timer = threading.Timer(LIFE, self.server.shutdown)
-        self._timer.daemon = True
 
     def __enter__(self) -> Store:
         threading.Thread(target=self.server.serve_forever, daemon=True).start()
-        self._timer.start()
         return self
 
     def __exit__(self, *_: object) -> None:
-        self._timer.cancel()
         self.server.shutdown()
         self.server.server_close()
 
@@ -80,8 +73,6 @@ class _Handler(BaseHTTPRequestHandler):
         self.query = dict(urllib.parse.parse_qsl(url.query, keep_blank_values=True))
         self.key = urllib.parse.unquote(url.path).lstrip("/")
         self.body = b""
-        if "chunked" in self.headers.get("Transfer-Encoding", ""):
-            self.close_connection = True
         length = int(self.headers.get("Content-Length") or 0)
         if self.headers.get("Expect") == "100-continue":
             self.send_response_only(100)
@@ -146,8 +137,6 @@ class _Handler(BaseHTTPRequestHandler):
             return
         tag = '"' + hashlib.md5(self.body).hexdigest() + '"'
         with self.store.lock:
-            if sum(map(len, self.store.objects.values())) > MOST_BYTES:
-                return self.error(507, "InsufficientStorage")
             if "partNumber" in self.query:
                 parts = self.store.uploads.get(self.query["uploadId"])
                 if parts is None:

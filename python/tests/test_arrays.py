@@ -19,16 +19,14 @@ OPERATIONS = {operation["name"]: operation for operation in zel.operations()}
 
 
 def read_ppm(data):
-    kind, width, height, top = data.split(None, 4)[:4]
-    dtype = np.uint8 if int(top) < 256 else ">u2"
-    shape = (int(height), int(width), 3) if kind == b"P6" else (int(height), int(width))
-    count = int(np.prod(shape))
-    return np.frombuffer(data[-count * np.dtype(dtype).itemsize :], dtype).reshape(shape).astype(np.dtype(dtype).newbyteorder("="))
+    width, height, top = map(int, data.split(None, 4)[1:4])
+    dtype = np.dtype(np.uint8 if top < 256 else ">u2")
+    samples = np.frombuffer(data[-width * height * 3 * dtype.itemsize :], dtype)
+    return samples.reshape(height, width, 3).astype(dtype.newbyteorder("="))
 
 
 def write_ppm(array):
-    kind, top = ("P6" if array.ndim == 3 else "P5"), 255 if array.dtype == np.uint8 else 65535
-    head = f"{kind}\n{array.shape[1]} {array.shape[0]}\n{top}\n".encode()
+    head = f"P6 {array.shape[1]} {array.shape[0]} {np.iinfo(array.dtype).max}\n".encode()
     return head + array.astype(array.dtype.newbyteorder(">")).tobytes()
 
 
@@ -72,8 +70,6 @@ def test_every_operation_in_every_layout(name, picture, run):
         words = f"{name} {example}"
         expected = run(picture, words)
         before = picture.copy()
-        if picture.itemsize == 2 and OPERATIONS[name]["reach"] == "lattice":
-            expected = zel.apply(picture, words)  # finer than the tool, which takes 16 bits to 8 and back
         assert (zel.apply(picture, words) == expected).all(), words
         assert (picture == before).all()
         settings = {key.replace("-", "_"): value for key, value in (part.split("=") for part in example.split())}
@@ -106,7 +102,7 @@ def test_every_operation_in_every_layout(name, picture, run):
 def test_functions_are_those_of_table_and_tool(tool):
     listed = subprocess.run([tool, "ops"], capture_output=True, text=True, check=True).stdout
     assert re.findall(r"^  ([a-z-]+)  ", listed, re.M) == list(OPERATIONS)
-    spaces = {"1": np.zeros((4, 4, 3), np.uint8)}
+    black = np.zeros((4, 4, 3), np.uint8)
     for name, operation in OPERATIONS.items():
         function = getattr(zel, name.replace("-", "_"))
         signature = inspect.signature(function).parameters
@@ -119,10 +115,10 @@ def test_functions_are_those_of_table_and_tool(tool):
                 values = f"from {parameter['least']:g} to {parameter['most']:g}"
                 assert values in told and values in inspect.getdoc(function).replace("\n", " ").replace("    ", "")
                 required = {p["name"]: "1,1" for p in operation["parameters"] if p.get("required")}
-                function(spaces["1"], **required | {word: parameter["most"]})
+                function(black, **required | {word: parameter["most"]})
                 for wrong in (parameter["least"] - 1, parameter["most"] + 1):
                     with pytest.raises(zel.WrongText, match=f"{name}: {parameter['name']}={wrong:g}.* must be .*{values}"):
-                        function(spaces["1"], **required | {word: wrong})
+                        function(black, **required | {word: wrong})
             elif parameter["type"] == "choice":
                 for choice in parameter["choices"]:
                     zel.Chain(f"{name} {parameter['name']}={choice}")
@@ -152,15 +148,12 @@ def test_copies_are_made_where_needed_and_said(tool):
         (lambda a: zel.vivid(a, style="hard"), zel.WrongText, "vivid: style=hard must be one of plain, detail, gentle"),
         (lambda a: zel.apply(a, "vivd"), zel.WrongText, "did you mean vivid"),
         (lambda a: zel.apply(a, ("vivid", {"power": 2})), zel.WrongText, "power"),
-        (lambda a: zel.apply(a, {"operations": [{"name": "vivd"}]}), zel.WrongText, "vivd"),
         (lambda a: zel.apply(a, 7), TypeError, "a step is"),
         (lambda a: zel.sky_tone(a, at=(500, 3)), zel.Outside, "500,3 lies outside the picture of 96 x 64"),
         (lambda a: zel.vivid(a.astype(float)), zel.BadPixels, "float64"),
         (lambda a: zel.vivid(a.astype(">u2")), zel.BadPixels, "byte order"),
         (lambda a: zel.vivid(a[:0]), zel.BadPixels, "shape"),
-        (lambda a: zel.vivid(np.zeros((4, 4, 5), np.uint8)), zel.BadPixels, "shape"),
         (lambda a: zel.vivid(a, order="gbr"), ValueError, "one of 'rgb', 'bgr'"),
-        (lambda a: zel.vivid(a, out=a.astype(np.uint16)), zel.BadPixels, ""),
         (lambda a: zel.vivid(a, out=np.zeros((4, 4, 3), np.uint8)), zel.BadPixels, ""),
         (lambda a: zel.vivid(a, out=np.frombuffer(bytes(a.size), np.uint8).reshape(a.shape)), ValueError, "read-only"),
         (lambda a: zel.vivid(a, out=[1]), TypeError, "NumPy"),
@@ -218,24 +211,18 @@ def test_other_threads_run_meanwhile(tool):
 
 def test_measured_on_a_preview(tool):
     picture = sample(tool, 8, "600x400")
-    preview = np.ascontiguousarray(picture[::4, ::4])
     chain = zel.Chain("light-correct strength=60", "tone", "vivid strength=20")
     measured = zel.measure(picture, chain)
     assert measured.exact and measured.tiles and (measured.margin, chain.margin) == (1, -1)
     whole = zel.replay(measured, picture)
     assert (whole == zel.apply(picture, chain)).all()
-    tiled = np.empty_like(picture)
-    for top in range(0, 400, 100):  # strips with their margin
-        first, last = max(top - 1, 0), min(top + 101, 400)
-        part = zel.replay(measured, picture[first:last], whole=(600, 400), at=(0, first))
-        tiled[top : top + 100] = part[top - first : top - first + 100]
-    assert (tiled == whole).all()
-    near = zel.replay(zel.measure(preview, chain), picture)
+    strip = zel.replay(measured, picture[99:201], whole=(600, 400), at=(0, 99))  # with its margin
+    assert (strip[1:-1] == whole[100:200]).all()
+    near = zel.replay(zel.measure(np.ascontiguousarray(picture[::4, ::4]), chain), picture)
     assert np.abs(near.astype(int) - whole).mean() < 3
     assert zel.measure(picture, "tone").block(0).shape == (3, 256)
     assert zel.measure(picture, "colorful").block(0).shape == (16, 16, 16, 3)
-    assert zel.measure(picture, "vivid").block(0) is None
-    assert not zel.measure(picture, "denoise").tiles
+    assert zel.measure(picture, "vivid").block(0) is None and not zel.measure(picture, "denoise").tiles
 
 
 def test_tables(tool, tmp_path):

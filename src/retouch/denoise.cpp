@@ -36,7 +36,8 @@ class Pyramid {
  public:
   // Memory for planes of this padded size.
   bool Allocate(uint64_t width, uint64_t height, int32_t levels);
-  void Denoise(const Channel& channel, int32_t strength);
+  // False when the listener gave up, who is told shares from `from` on.
+  bool Denoise(const Channel& channel, int32_t strength, const Listener* listener, double from, double share);
 
  private:
   struct Level {
@@ -47,8 +48,9 @@ class Pyramid {
     DetailStore store;
   };
 
-  void Measure(int32_t level, ptrdiff_t columns);
-  void Rebuild(int32_t level, ptrdiff_t columns);
+  bool Measure(int32_t level, ptrdiff_t columns);
+  bool Rebuild(int32_t level, ptrdiff_t columns);
+  bool GoesOn(int32_t level) const;
 
   int32_t count_ = 0;
   Scratch<double> values_;
@@ -56,6 +58,8 @@ class Pyramid {
   Scratch<double> large_;
   Scratch<Level> levels_;  // of the one after the last there is only the layer, what remains
   WaveletStrip strip_;
+  const Listener* listener_ = nullptr;
+  double from_ = 0, share_ = 1;  // of the pass at hand
 };
 
 bool Pyramid::Allocate(uint64_t width, uint64_t height, int32_t levels) {
@@ -112,35 +116,48 @@ bool Pyramid::Allocate(uint64_t width, uint64_t height, int32_t levels) {
   return true;
 }
 
+// Whether the listener wants more after a strip. Those of the levels below belong to one of the first.
+bool Pyramid::GoesOn(int32_t level) const {
+  if (level > 0 || listener_ == nullptr) return true;
+  const double done = static_cast<double>(levels_[0].done) / static_cast<double>(levels_[1].layer.width);
+  return listener_->hear(listener_->user, from_ + share_ * done);
+}
+
 // Measures the strips for which `columns` columns of the layer suffice and, with what they give, the levels below.
-void Pyramid::Measure(int32_t level, ptrdiff_t columns) {
-  if (level == count_) return;
+bool Pyramid::Measure(int32_t level, ptrdiff_t columns) {
+  if (level == count_) return true;
   Level& here = levels_[level];
   const Layer& below = levels_[level + 1].layer;
   while (here.done < below.width) {
     const ptrdiff_t end = std::min(here.done + kStripPairs, below.width);
-    if (std::min(2 * (end + WaveletStrip::kReach), here.layer.width) > columns) return;
+    if (std::min(2 * (end + WaveletStrip::kReach), here.layer.width) > columns) return true;
     strip_.Measure(here.layer, here.done, below.plane, here.counts, here.store);
     here.done = end;
-    Measure(level + 1, end);
+    if (!Measure(level + 1, end) || !GoesOn(level)) return false;
   }
+  return true;
 }
 
 // Rebuilds strips until at least `columns` columns of the layer, or all, are done.
-void Pyramid::Rebuild(int32_t level, ptrdiff_t columns) {
-  if (level == count_) return;
+bool Pyramid::Rebuild(int32_t level, ptrdiff_t columns) {
+  if (level == count_) return true;
   Level& here = levels_[level];
   const Layer& below = levels_[level + 1].layer;
   while (2 * here.done < std::min(columns, here.layer.width)) {
     const ptrdiff_t end = std::min(here.done + kStripPairs, below.width);
-    Rebuild(level + 1, end + static_cast<ptrdiff_t>(kLiftMargin));
+    if (!Rebuild(level + 1, end + static_cast<ptrdiff_t>(kLiftMargin))) return false;
     strip_.Rebuild(here.layer, here.done, below.plane, here.curves, here.store);
     here.done = end;
+    if (!GoesOn(level)) return false;
   }
+  return true;
 }
 
-void Pyramid::Denoise(const Channel& channel, int32_t strength) {
+bool Pyramid::Denoise(const Channel& channel, int32_t strength, const Listener* listener, double from, double share) {
   levels_[0].layer.channel = channel;
+  listener_ = listener;
+  from_ = from;
+  share_ = share / 2;
   for (int32_t l = 0; l < count_; ++l) {
     const Layer& below = levels_[l + 1].layer;
     const DetailCounts none(static_cast<uint64_t>(below.width) * below.height);
@@ -149,13 +166,14 @@ void Pyramid::Denoise(const Channel& channel, int32_t strength) {
     levels_[l].store.taken = 0;
     levels_[l].store.complete = true;
   }
-  Measure(0, levels_[0].layer.width);
+  if (!Measure(0, levels_[0].layer.width)) return false;
+  from_ += share_;
   for (int32_t l = 0; l < count_; ++l) {
     BuildCurves(levels_[l].counts, strength >> l, levels_[l].curves);
     levels_[l].done = 0;
     levels_[l].store.taken = 0;
   }
-  Rebuild(0, levels_[0].layer.width);
+  return Rebuild(0, levels_[0].layer.width);
 }
 
 }  // namespace
@@ -177,13 +195,14 @@ int64_t PaddedSize(int32_t size, int32_t levels) {
   return (size + step - 1) / step * step;
 }
 
-bool DenoiseImage(const ImageDesc* source, const ImageDesc* destination, int32_t strength) {
+bool DenoiseImage(const ImageDesc* source, const ImageDesc* destination, int32_t strength, const Listener* listener) {
   return WithByteViews(source, destination, [&](const View<const uint8_t>& in, const View<uint8_t>& out) {
-    return WaveletDenoisePlanes(in, out, strength);
+    return WaveletDenoisePlanes(in, out, strength, listener);
   });
 }
 
-bool WaveletDenoisePlanes(const View<const uint8_t>& source, const View<uint8_t>& destination, int32_t strength) {
+bool WaveletDenoisePlanes(const View<const uint8_t>& source, const View<uint8_t>& destination, int32_t strength,
+                          const Listener* listener) {
   if (strength < 0) return false;
   const int32_t levels = DetailLevels(source.width, source.height, strength);
   const uint64_t width = PaddedSize(source.width, levels), height = PaddedSize(source.height, levels);
@@ -195,7 +214,7 @@ bool WaveletDenoisePlanes(const View<const uint8_t>& source, const View<uint8_t>
     const uint8_t lastByte = source.channels < 3 ? source.data[source.SampleCount() - 1] : uint8_t{0};
     const Channel channel = {source, destination, offset, lastByte};
     if (levels > 0) {
-      pyramid.Denoise(channel, strength);
+      if (!pyramid.Denoise(channel, strength, listener, static_cast<double>(offset) / 3, 1.0 / 3)) return false;
     } else {
       CopyPlane(channel);
     }
@@ -203,9 +222,10 @@ bool WaveletDenoisePlanes(const View<const uint8_t>& source, const View<uint8_t>
   return true;
 }
 
-bool Denoise(const ImageDesc* source, const ImageDesc* destination, uint32_t setting, const ZelRect* rect) {
+bool Denoise(const ImageDesc* source, const ImageDesc* destination, uint32_t setting, const ZelRect* rect,
+             const Listener* listener) {
   return setting == 0 ? CopySource(source, destination, rect)
-                      : DenoiseImage(source, destination, DenoiseStrength(setting));
+                      : DenoiseImage(source, destination, DenoiseStrength(setting), listener);
 }
 
 }  // namespace zel

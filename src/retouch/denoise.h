@@ -3,6 +3,7 @@
 #ifndef ZEL_RETOUCH_DENOISE_H_
 #define ZEL_RETOUCH_DENOISE_H_
 
+#include "core/listener.h"
 #include "core/view.h"
 
 namespace zel {
@@ -22,12 +23,15 @@ int64_t PaddedSize(int32_t size, int32_t levels);
 // the knee vanish. With fewer than three channels the three passes reach into the following pixels, each one reading
 // what `source` holds by then and writing over the one before; beyond the end of the memory its last byte is read and
 // nothing is written. In place works. False, with nothing written, when the images differ or cannot be processed, or
-// memory ran out.
-bool DenoiseImage(const ImageDesc* source, const ImageDesc* destination, int32_t strength);
-bool WaveletDenoisePlanes(const View<const uint8_t>& source, const View<uint8_t>& destination, int32_t strength);
+// memory ran out; false with a part of the result written when the listener gives up.
+bool DenoiseImage(const ImageDesc* source, const ImageDesc* destination, int32_t strength,
+                  const Listener* listener = nullptr);
+bool WaveletDenoisePlanes(const View<const uint8_t>& source, const View<uint8_t>& destination, int32_t strength,
+                          const Listener* listener = nullptr);
 
 // The same for a user's setting, of which 0 copies the source.
-bool Denoise(const ImageDesc* source, const ImageDesc* destination, uint32_t setting, const ZelRect* rect);
+bool Denoise(const ImageDesc* source, const ImageDesc* destination, uint32_t setting, const ZelRect* rect,
+             const Listener* listener = nullptr);
 
 }  // namespace zel
 

@@ -128,7 +128,9 @@ std::string OperationLine() {
   return Line(names);
 }
 
-// What comes after an option, by the word that stands for it in help; files where nothing is listed.
+constexpr char kFiles[] = "FILE", kNumber[] = "N";
+
+// What comes after an option: words, kFiles, or kNumber where there is nothing to offer.
 std::string ValueWords(const OptionText& option) {
   const std::string name = LongName(option);
   if (name == "--format") return "png jpg tif ppm webp avif";
@@ -136,7 +138,28 @@ std::string ValueWords(const OptionText& option) {
   if (name == "--working") return "srgb";
   if (name == "--bits") return "8 16";
   if (name == "--nodes") return "16 18 33 52 65 86";
-  return "";
+  for (const char* kind : {"FILE", "FOLDER", "OUT"}) {
+    if (option.value == kind) return kFiles;
+  }
+  return kNumber;
+}
+
+// Of all commands, those that take a value, one of each name.
+std::vector<OptionText> OptionsWithValue() {
+  std::vector<OptionText> all = EnhanceOptions(), kept;
+  for (const Command& command : Commands()) {
+    for (const OptionText& option : OptionsOf(command)) all.push_back(option);
+  }
+  for (const OptionText& option : all) {
+    const auto same = [&](const OptionText& other) { return LongName(other) == LongName(option); };
+    if (!option.value.empty() && std::none_of(kept.begin(), kept.end(), same)) kept.push_back(option);
+  }
+  return kept;
+}
+
+// As a shell's pattern.
+std::string BothNames(const OptionText& option) {
+  return (ShortName(option).empty() ? "" : ShortName(option) + "|") + LongName(option);
 }
 
 void PrintBash() {
@@ -155,17 +178,8 @@ void PrintBash() {
   for (const Command& command : Commands()) options(command.name, OptionsOf(command));
   options("*", EnhanceOptions());
   std::printf("  esac\n}\n_zel_values() {\n  case $1 in\n");
-  std::vector<OptionText> all = EnhanceOptions();
-  for (const Command& command : Commands()) {
-    for (const OptionText& option : OptionsOf(command)) all.push_back(option);
-  }
-  std::string said = " ";
-  for (const OptionText& option : all) {
-    const std::string name = LongName(option);
-    if (option.value.empty() || said.find(" " + name + " ") != std::string::npos) continue;
-    said += name + " ";
-    std::printf("    %s) echo '%s' ;;\n", ((ShortName(option).empty() ? "" : ShortName(option) + "|") + name).c_str(),
-                ValueWords(option).empty() ? "FILE" : ValueWords(option).c_str());
+  for (const OptionText& option : OptionsWithValue()) {
+    std::printf("    %s) echo '%s' ;;\n", BothNames(option).c_str(), ValueWords(option).c_str());
   }
   std::printf(R"zel(  esac
 }
@@ -194,10 +208,14 @@ _zel() {
   values=$(_zel_values "${words[count-1]}")
   if [[ $values == FILE ]]; then
     _zel_files "$word"
+  elif [[ $values == N ]]; then
+    :
   elif [[ -n $values ]]; then
     COMPREPLY=($(compgen -W "$values" -- "$word"))
   elif [[ $word == -* ]]; then
     COMPREPLY=($(compgen -W "$(_zel_options "${words[1]}")" -- "$word"))
+  elif [[ ${words[1]} == completion && $count -ge 2 ]]; then
+    COMPREPLY=($(compgen -W 'bash zsh fish' -- "$word"))
   elif [[ ${words[1]} == help && $count -ge 2 ]]; then
     COMPREPLY=($(compgen -W "$commands $operations" -- "$word"))
   elif [[ -n $last ]]; then
@@ -245,11 +263,10 @@ void PrintZsh() {
   for (const Command& command : Commands()) options(command.name, OptionsOf(command));
   options("*", EnhanceOptions());
   std::printf("  esac\n  case $words[CURRENT-1] in\n");
-  for (const OptionText& option : EnhanceOptions()) {
-    if (option.value.empty()) continue;
-    const std::string names = (ShortName(option).empty() ? "" : ShortName(option) + "|") + LongName(option);
+  for (const OptionText& option : OptionsWithValue()) {
     const std::string values = ValueWords(option);
-    std::printf("    %s) %s; return ;;\n", names.c_str(), values.empty() ? "_files" : ("compadd -- " + values).c_str());
+    const std::string offer = values == kNumber ? "" : values == kFiles ? "_files; " : "compadd -- " + values + "; ";
+    std::printf("    %s) %sreturn ;;\n", BothNames(option).c_str(), offer.c_str());
   }
   std::printf("  esac\n  local word last=\n  for word in ${words[2,CURRENT-1]}; do\n    case $word in\n");
   for (const Operation& o : Operations()) {
@@ -261,7 +278,9 @@ void PrintZsh() {
   done
   if [[ $PREFIX == -* ]]; then
     _describe option options
-  elif [[ $words[2] == help ]]; then
+  elif [[ $words[2] == completion && CURRENT -gt 2 ]]; then
+    compadd -- bash zsh fish
+  elif [[ $words[2] == help && CURRENT -gt 2 ]]; then
     _describe command commands
     _describe operation operations
   elif [[ -n $last ]]; then
@@ -293,17 +312,20 @@ void PrintFish() {
     std::printf("complete -c zel -n '%s' -l %s%s -d %s%s\n", condition.c_str(), LongName(text).substr(2).c_str(),
                 ShortName(text).empty() ? "" : (" -s " + ShortName(text).substr(1)).c_str(),
                 quoted(text.meaning).c_str(),
-                text.value.empty() ? ""
-                : values.empty()   ? " -r -F"
-                                   : (" -x -a " + quoted(values)).c_str());
+                text.value.empty()  ? ""
+                : values == kFiles  ? " -r -F"
+                : values == kNumber ? " -x"
+                                    : (" -x -a " + quoted(values)).c_str());
   };
   for (const Command& c : Commands()) {
     std::printf("complete -c zel -n __fish_use_subcommand -a %s -d %s\n", c.name, quoted(c.purpose).c_str());
     for (const OptionText& text : OptionsOf(c)) option(std::string("__fish_seen_subcommand_from ") + c.name, text);
   }
   for (const OptionText& text : EnhanceOptions()) option("not __fish_seen_subcommand_from " + commands, text);
+  std::printf("complete -c zel -n '__fish_seen_subcommand_from completion' -x -a 'bash zsh fish'\n");
   for (const Operation& o : Operations()) {
-    std::printf("complete -c zel -a %s -d %s\n", o.name.c_str(), quoted(o.purpose).c_str());
+    std::printf("complete -c zel -n 'not __fish_seen_subcommand_from completion' -a %s -d %s\n", o.name.c_str(),
+                quoted(o.purpose).c_str());
     for (const Parameter& p : o.parameters) {
       std::vector<std::string> words;
       for (const std::string& choice : p.choices) words.push_back(p.name + "=" + choice);

@@ -7,28 +7,20 @@
 One function for each operation, with its settings as arguments; zel.operations() is the table of them all.
 """
 
-from ._core import (
+from ._arrays import (
     BadPixels,
-    BakeError,
     Cancelled,
-    Chain,
     CopyWarning,
     Error,
-    Measured,
     NeedsColour,
     NoTable,
     OutOfMemory,
     Outside,
     Refused,
-    Table,
     WrongText,
-    apply,
-    auto,
-    bake,
-    measure,
-    operations,
-    replay,
 )
+from ._chains import Chain, apply, auto, operations
+from ._kept import BakeError, Measured, Table, bake, measure, replay
 from ._operations import *  # noqa: F403
 
 __all__ = [

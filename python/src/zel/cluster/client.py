@@ -3,6 +3,7 @@ from __future__ import annotations
 
 import contextlib
 import functools
+import importlib.util
 import itertools
 import json
 import os
@@ -316,4 +317,12 @@ def connect(scheduler: str = "", workers: int = 0, dashboard: str = ":0") -> Ite
         yield client
 
 
-__all__ = ["CHUNK", "Folder", "Plan", "Summary", "UsageError", "check", "connect", "plan", "run"]
+def pages(client: distributed.Client, own: bool) -> str:
+    """Where Dask shows the run: its dashboard, or plain tables where a cluster of our own finds no Bokeh."""
+    link = str(client.dashboard_link)
+    if own and importlib.util.find_spec("bokeh") is None:
+        return link.replace("/status", "/info/main/workers.html")
+    return link
+
+
+__all__ = ["CHUNK", "Folder", "Plan", "Summary", "UsageError", "check", "connect", "pages", "plan", "run"]

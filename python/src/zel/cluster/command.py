@@ -94,7 +94,7 @@ def _plan(a: argparse.Namespace, job: Job) -> int:
 def _run(a: argparse.Namespace, job: Job) -> int:
     with runner.connect(a.scheduler, a.workers, a.dashboard) as client:
         if sys.stderr.isatty():
-            print(f"Dask's pages: {client.dashboard_link}", file=sys.stderr)
+            print(f"Dask's pages: {runner.pages(client, own=not a.scheduler)}", file=sys.stderr)
         summary = runner.run(job, client, chunk=a.chunk)
     if a.json:
         print(json.dumps(dataclasses.asdict(summary)))
