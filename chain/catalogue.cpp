@@ -1,4 +1,5 @@
-// What there is to know about each operation, and nothing else. In one file, since it is read and compared as one table.
+// What there is to know about each operation, and nothing else. In one file, since it is read and compared as one
+// table.
 #include <algorithm>
 
 #include "operations.h"
@@ -386,8 +387,9 @@ std::vector<Operation> Detail() {
        kMeasures,
        {Strength("30", "0 keeps everything")},
        [](const Call& c) {
-         // The exported function would be the same, but nobody could listen.
          const auto strength = static_cast<uint32_t>(c.Int("strength"));
+         if (c.listener == nullptr) return ZelBasicToolFunc_DeNoise(c.source, c.destination, strength, nullptr);
+         // What that function does, but it knows no listener.
          return Denoise(c.source, c.destination, strength, nullptr, c.listener) ? ZEL_OK : ZEL_REFUSED;
        },
        -1},

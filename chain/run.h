@@ -32,7 +32,8 @@ bool Treat(const Treatment& treatment, const ZelPixels& source, const ZelPixels&
 // Runs the plan from source to destination, as ZelChain_Apply says.
 bool Run(const Plan& plan, const ZelPixels& source, const ZelPixels& destination, ZelReport* report, Error* error);
 
-// Runs one step in place on a picture in whole. `host`, when given, hears how far it is from `from` to `from` + `share`.
+// Runs one step in place on a picture in whole. `host`, when given, hears how far it is from `from` to `from` +
+// `share`.
 bool RunAlone(const Step& step, const Work& work, Error* error, const Plan* host = nullptr, double from = 0,
               double share = 1);
 
