@@ -23,6 +23,8 @@
  * from the start of the pixel memory, row ends included, whatever the two records say: source and destination
  * must have the same layout there. The stride counts samples, so a 16-bit image gets only the upper half of
  * its rows that way: a host that keeps separate buffers at 16 bits passes the full rectangle.
+ *
+ * All functions stand in this one file, in the order of their ordinals, so that a host needs and reads no other.
  */
 #ifndef ZEL_H_
 #define ZEL_H_

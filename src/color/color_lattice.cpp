@@ -85,7 +85,7 @@ bool ApplyColorLatticeToImage(const ImageDesc* source, const ImageDesc* destinat
   if (lattice == nullptr || (latticeBits != 8 && latticeBits != 16)) return false;
   return WithViews(source, destination, [&](const auto& in, const auto& out) {
     if (latticeBits == 16) return in.channels == 3;
-    return ApplyColorLattice(in, out, ClampedRegion(rect, in), static_cast<const uint8_t*>(lattice));
+    return ApplyColorLattice(in, out, ClampedRegion(rect, in.Whole()), static_cast<const uint8_t*>(lattice));
   });
 }
 

@@ -83,7 +83,7 @@ bool EstimateColorfulLattice(const View<const T>& image, const ZelRect* rect, ui
     squaredChroma = LargestSquaredChroma(image, kFullChroma * kFullChroma);
   } else {
     SampledCopy<T> copy;
-    if (!PointSample(image, ClampedRegion(rect, image), kMeasuredExtent, &copy)) return false;
+    if (!PointSample(image, ClampedRegion(rect, image.Whole()), kMeasuredExtent, &copy)) return false;
     squaredChroma = LargestSquaredChroma(View<const T>(copy.view), kFullChroma * kFullChroma);
   }
   const double chroma = std::sqrt(squaredChroma);
@@ -120,7 +120,7 @@ bool ApplyColorful(const ImageDesc* source, const ImageDesc* destination, const 
   if (style == ColorfulStyle::kPlain) return ApplyColorLatticeToImage(source, destination, rect, lattice, 8);
   if (lattice == nullptr) return false;
   return WithByteViews(source, destination, [&](const View<const uint8_t>& in, const View<uint8_t>& out) {
-    if (in.channels == 3) ApplyMasked(in, out, ClampedRegion(rect, in), strength, lattice);
+    if (in.channels == 3) ApplyMasked(in, out, ClampedRegion(rect, in.Whole()), strength, lattice);
     return in.channels == 3;
   });
 }

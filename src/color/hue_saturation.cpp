@@ -75,7 +75,7 @@ bool HueSaturationSamples(const Source<T>& source, const View<T>& destination, c
 bool ApplyHueSaturation(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t hue,
                         int32_t saturation, bool throughLattice) {
   return WithViews(source, destination, [&](const auto& in, const auto& out) {
-    return HueSaturationSamples(in, out, ClampedRegion(rect, in), hue, saturation, throughLattice);
+    return HueSaturationSamples(in, out, ClampedRegion(rect, in.Whole()), hue, saturation, throughLattice);
   });
 }
 

@@ -93,7 +93,7 @@ bool HueSaturationRangesSamples(const Source<T>& source, const View<T>& destinat
 bool ApplyHueSaturationRanges(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect,
                               const RangeSettings& settings, bool throughLattice) {
   return WithViews(source, destination, [&](const auto& in, const auto& out) {
-    return HueSaturationRangesSamples(in, out, ClampedRegion(rect, in), settings, throughLattice);
+    return HueSaturationRangesSamples(in, out, ClampedRegion(rect, in.Whole()), settings, throughLattice);
   });
 }
 

@@ -21,8 +21,8 @@ void AdjustRangesPixel(const uint8_t in[3], uint8_t out[3], const RangeSettings&
 void AdjustLatticeRanges(uint8_t* lattice, const RangeSettings& settings);
 
 // The rectangle (reordered and cut), through a lattice (8 and 16 bits), as the exports do, or pixel by pixel (8 bits),
-// for programs that want the exact colours and have the time. Three channels; in
-// place works. False, with nothing written, on images that differ or cannot be processed.
+// for programs that want the exact colours and have the time. Three channels; in place works. False, with nothing
+// written, on images that differ or cannot be processed.
 bool ApplyHueSaturationRanges(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect,
                               const RangeSettings& settings, bool throughLattice);
 template <class T>

@@ -6,7 +6,7 @@ bool BuildHueWeightMask(const ImageDesc* source, const ImageDesc* mask, const Ze
   return WithImageAndMask(source, mask, [&](const auto& image, const auto& weights) {
     uint16_t byHue[360];
     MakeHueWeights<std::remove_pointer_t<decltype(weights.data)>>(ceiling, byHue);
-    return FillHueMask(image, weights, ClampedRegion(rect, image), byHue);
+    return FillHueMask(image, weights, ClampedRegion(rect, image.Whole()), byHue);
   });
 }
 

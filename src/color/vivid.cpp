@@ -24,13 +24,21 @@ void Widen(int64_t a, int64_t b, int32_t size, int32_t* from, int32_t* to) {
   *to = static_cast<int32_t>(std::min<int64_t>(std::max<int64_t>(std::max(a - kRing, b + kRing), 0), size));
 }
 
-Region WorkingArea(const ZelRect* rect, const View<const uint8_t>& image) {
-  Region area = image.Whole();
-  if (rect != nullptr) {
-    Widen(rect->left, rect->right, image.width, &area.left, &area.right);
-    Widen(rect->top, rect->bottom, image.height, &area.top, &area.bottom);
-  }
-  return area;
+// What the rectangle means to each step.
+struct Areas {
+  Region seen;      // widened by the ring: where detail is looked for
+  Region measured;  // of the mask, for its stretch
+  Region softened;  // of the mask, with the corners in order
+  Region mixed;     // as given
+};
+
+Areas AreasOf(const ZelRect* rect, const Region& whole) {
+  if (rect == nullptr) return {whole, whole, whole, whole};
+  Region seen;
+  Widen(rect->left, rect->right, whole.right, &seen.left, &seen.right);
+  Widen(rect->top, rect->bottom, whole.bottom, &seen.top, &seen.bottom);
+  const ZelRect widened{seen.left, seen.top, seen.right, seen.bottom};
+  return {seen, MeasuredRegion(&widened, whole), ClampedRegion(rect, whole), GivenRegion(rect, whole)};
 }
 
 // Fills the mask where the ring around a pixel lies inside the image; outside the working area the luma counts as 0.
@@ -63,10 +71,8 @@ bool MakeDetailMask(const View<const uint8_t>& image, const Region& area, const 
 }
 
 // The table that stretches the mask between its darkest and brightest hundredth and weakens it.
-bool MakeMaskTable(const View<const uint8_t>& mask, const Region& area, int32_t amount, uint8_t* table) {
+bool MakeMaskTable(const View<const uint8_t>& mask, const Region& measured, int32_t amount, uint8_t* table) {
   float histogram[kBins];
-  const ZelRect rect{area.left, area.top, area.right, area.bottom};
-  const Region measured = MeasuredRegion(&rect, mask.width, mask.height);
   if (ComputeHistogram(mask, measured, histogram, true, {false, 500, 500}) == 0) return false;
   int32_t high, low;
   if (!HistogramPercentiles(histogram, true, 0, 1, &high, &low, 0.99, 0.01)) return false;
@@ -77,22 +83,21 @@ bool MakeMaskTable(const View<const uint8_t>& mask, const Region& area, int32_t 
   return true;
 }
 
-bool BlendDetail(const View<const uint8_t>& source, const View<uint8_t>& destination, const ZelRect* rect,
+bool BlendDetail(const View<const uint8_t>& source, const View<uint8_t>& destination, const Areas& areas,
                  int32_t amount) {
   if (source.channels != 3) return false;
-  const Region area = WorkingArea(rect, source), blended = GivenRegion(rect, source);
   Scratch<uint8_t> weights;
   if (!weights.AllocateZeroed(static_cast<size_t>(source.width) * static_cast<size_t>(source.height))) return false;
   const View<uint8_t> mask = PackedView(weights.data(), source.width, source.height, 1);
-  if (!MakeDetailMask(source, area, mask)) return false;
-  if (!GaussianBlurRaw(mask, mask, ClampedRegion(rect, mask), amount < 100 ? 1.0 : amount * 0.01)) return false;
+  if (!MakeDetailMask(source, areas.seen, mask)) return false;
+  if (!GaussianBlurRaw(mask, mask, areas.softened, amount < 100 ? 1.0 : amount * 0.01)) return false;
   uint8_t table[256];
-  if (!MakeMaskTable(mask, area, amount, table)) return false;
+  if (!MakeMaskTable(mask, areas.measured, amount, table)) return false;
 
   int32_t kernel[9];
   MakeSharpenKernel(100, kernel);
   ConvolvedRows sharpened;
-  const Region touched = Grown(area, 1, source.width, source.height);
+  const Region &mixed = areas.mixed, touched = Grown(areas.seen, 1, source.Whole());
   if (touched.IsEmpty()) return true;
   if (!sharpened.Start(source, touched, kernel, kSharpenDivisor)) return false;
   // In place the source row is still needed when its sharpened form is ready.
@@ -101,15 +106,14 @@ bool BlendDetail(const View<const uint8_t>& source, const View<uint8_t>& destina
 
   const RowBlend mix(kMix, 3);
   const LutKernels& lut = ActiveKernels().lut;
-  const size_t width = static_cast<size_t>(std::max(blended.Width(), 0));
+  const size_t width = static_cast<size_t>(std::max(mixed.Width(), 0));
   for (int32_t y = touched.top; y < touched.bottom; ++y) {
     uint8_t* const effect = line ? line.data() : destination.At(0, y);
     sharpened.Next(effect + source.Offset(touched.left, 0));
-    if (blended.IsEmpty() || y < blended.top || y >= blended.bottom) continue;
-    uint8_t* const row = mask.At(blended.left, y);
+    if (mixed.IsEmpty() || y < mixed.top || y >= mixed.bottom) continue;
+    uint8_t* const row = mask.At(mixed.left, y);
     lut.MapBytes(row, row, width, table);
-    mix.Row(effect + source.Offset(blended.left, 0), source.At(blended.left, y), row, destination.At(blended.left, y),
-            width);
+    mix.Row(effect + source.Offset(mixed.left, 0), source.At(mixed.left, y), row, destination.At(mixed.left, y), width);
   }
   return true;
 }
@@ -129,7 +133,7 @@ bool Enhanced(const ImageDesc* source, const ImageDesc* destination, const ZelRe
 
 bool VividDetailBlend(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t amount) {
   return WithByteViews(source, destination, [&](const View<const uint8_t>& in, const View<uint8_t>& out) {
-    return BlendDetail(in, out, rect, amount);
+    return BlendDetail(in, out, AreasOf(rect, in.Whole()), amount);
   });
 }
 

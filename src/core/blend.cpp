@@ -40,7 +40,7 @@ bool MaskBlend(const ImageDesc* effect, const ImageDesc* base, const ImageDesc* 
   if (mode != kMix && mode != kScreen && mode != kMultiply) return true;
   const auto view = [](const ImageDesc* image) { return ViewOf<uint8_t>(*image); };
   BlendThroughMask(view(effect), view(base), view(output), view(mask), static_cast<BlendMode>(mode),
-                   GivenRegion(rect, effect->width, effect->height));
+                   GivenRegion(rect, view(effect).Whole()));
   return true;
 }
 
@@ -57,7 +57,7 @@ void BlendThroughMask(const View<const uint8_t>& effect, const View<const uint8_
 bool StrengthBlend(const ImageDesc* effect, const ImageDesc* base, const ImageDesc* output, int32_t mode,
                    int32_t strength, const ZelRect* rect) {
   if (!IsUsable(effect) || !Fits(effect, base) || !Fits(effect, output) || BitsOf(effect->format) > 8) return false;
-  const Region region = GivenRegion(rect, effect->width, effect->height);
+  const Region region = GivenRegion(rect, {0, 0, effect->width, effect->height});
   if (region.IsEmpty()) return true;
   const BlendKernels& kernels = ActiveKernels().blend;
   const int32_t channels = ChannelsOf(effect->format);

@@ -127,7 +127,7 @@ bool ApplyChannelLut(const ImageDesc* source, const ImageDesc* destination, cons
   const int32_t bits = BitsOf(source->format);
   if (bits != 8 && bits != 16) return source->width > 0 && source->height > 0;  // no table fits: nothing to do
   return WithViews(source, destination, [&](const auto& in, const auto& out) {
-    return ApplyChannelLutRaw(in, out, ClampedRegion(rect, in), curves);
+    return ApplyChannelLutRaw(in, out, ClampedRegion(rect, in.Whole()), curves);
   });
 }
 

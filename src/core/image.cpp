@@ -95,27 +95,28 @@ void CopyImageHeader(ImageDesc* destination, const ImageDesc& source) {
   destination->data = data;
 }
 
-Region ClampedRegion(const ZelRect* rect, int32_t width, int32_t height) {
-  if (rect == nullptr) return {0, 0, width, height};
-  return {Clamp(std::min(rect->left, rect->right), 0, width), Clamp(std::min(rect->top, rect->bottom), 0, height),
-          Clamp(std::max(rect->left, rect->right), 0, width), Clamp(std::max(rect->top, rect->bottom), 0, height)};
+Region ClampedRegion(const ZelRect* rect, const Region& whole) {
+  if (rect == nullptr) return whole;
+  const ZelRect ordered = {std::min(rect->left, rect->right), std::min(rect->top, rect->bottom),
+                           std::max(rect->left, rect->right), std::max(rect->top, rect->bottom)};
+  return GivenRegion(&ordered, whole);
 }
 
-Region GivenRegion(const ZelRect* rect, int32_t width, int32_t height) {
-  if (rect == nullptr) return {0, 0, width, height};
-  return {Clamp(rect->left, 0, width), Clamp(rect->top, 0, height), Clamp(rect->right, 0, width),
-          Clamp(rect->bottom, 0, height)};
+Region GivenRegion(const ZelRect* rect, const Region& whole) {
+  if (rect == nullptr) return whole;
+  return {Clamp(rect->left, whole.left, whole.right), Clamp(rect->top, whole.top, whole.bottom),
+          Clamp(rect->right, whole.left, whole.right), Clamp(rect->bottom, whole.top, whole.bottom)};
 }
 
-Region Grown(const Region& region, int32_t margin, int32_t width, int32_t height) {
-  return {std::max(region.left - margin, 0), std::max(region.top - margin, 0), std::min(region.right + margin, width),
-          std::min(region.bottom + margin, height)};
+Region Grown(const Region& region, int32_t margin, const Region& whole) {
+  return {std::max(region.left - margin, whole.left), std::max(region.top - margin, whole.top),
+          std::min(region.right + margin, whole.right), std::min(region.bottom + margin, whole.bottom)};
 }
 
 void CopyImageRect(const ImageDesc& destination, const ImageDesc& source, const ZelRect* rect) {
   if (!SameImageGeometry(source, destination) || !IsUsable(&source) || !IsUsable(&destination)) return;
   const Geometry geometry = GeometryOf(source);
-  const Region region = ClampedRegion(rect, geometry.width, geometry.height);
+  const Region region = ClampedRegion(rect, {0, 0, geometry.width, geometry.height});
   if (region.IsEmpty() || source.data == destination.data) return;
   const size_t sampleBytes = geometry.bits / 8;
   const size_t rowSamples = static_cast<size_t>(region.Width()) * geometry.channels;

@@ -60,14 +60,14 @@ bool SameImageLayout(const ImageDesc* a, const ImageDesc* b);
 // Width, height, format and stride; the data pointer stays. No export comes here either.
 void CopyImageHeader(ImageDesc* destination, const ImageDesc& source);
 
-// The rectangle reordered and cut to the image; the whole image for null. May be empty.
-Region ClampedRegion(const ZelRect* rect, int32_t width, int32_t height);
+// The rectangle reordered and cut to the whole image; all of it for null. May be empty.
+Region ClampedRegion(const ZelRect* rect, const Region& whole);
 
-// The rectangle as given, never reordered, cut to the image. A reversed one is empty.
-Region GivenRegion(const ZelRect* rect, int32_t width, int32_t height);
+// The rectangle as given, never reordered, cut to the whole image. A reversed one is empty.
+Region GivenRegion(const ZelRect* rect, const Region& whole);
 
-// The region widened by `margin` on every side, cut to the image.
-Region Grown(const Region& region, int32_t margin, int32_t width, int32_t height);
+// The region widened by `margin` on every side, cut to the whole image.
+Region Grown(const Region& region, int32_t margin, const Region& whole);
 
 // Copies the rectangle's pixels. Nothing happens when the images differ in geometry. Both sides are addressed with the
 // source's stride, so the destination must have the same; rows beyond a smaller destination are left out.

@@ -60,16 +60,6 @@ View<T> ViewOf(const ImageDesc& image) {
           ChannelsOf(image.format),         image.stride, IsBlueFirst(image.format)};
 }
 
-// The rectangle reordered and cut to the image, or as given and cut to it: a reversed one is empty then.
-template <class T>
-Region ClampedRegion(const ZelRect* rect, const View<T>& view) {
-  return ClampedRegion(rect, view.width, view.height);
-}
-template <class T>
-Region GivenRegion(const ZelRect* rect, const View<T>& view) {
-  return GivenRegion(rect, view.width, view.height);
-}
-
 // The result of work(view) at the record's depth; false for a record that cannot be used.
 template <class Work>
 bool WithView(const ImageDesc* image, const Work& work) {

@@ -67,7 +67,7 @@ bool MakeBlurWeights(double sigma, BlurWeights* weights) {
 
 bool GaussianBlur(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, double sigma) {
   return WithViews(source, destination, [&](const auto& in, const auto& out) {
-    return GaussianBlurRaw(in, out, ClampedRegion(rect, in), sigma);
+    return GaussianBlurRaw(in, out, ClampedRegion(rect, in.Whole()), sigma);
   });
 }
 

@@ -34,7 +34,7 @@ auto PushRowOf(const UnsharpKernels& kernels, const uint16_t*) {
 template <class T>
 bool Process(const Source<T>& source, const View<T>& destination, const ZelRect* rect, const Push& push, double sigma) {
   if (source.channels != 1 && source.channels != 3) return false;
-  const Region region = ClampedRegion(rect, source);
+  const Region region = ClampedRegion(rect, source.Whole());
   BlurWeights weights;
   if (!MakeBlurWeights(sigma, &weights)) {  // nothing differs from its blurred value
     if (rect == nullptr) {

@@ -7,6 +7,7 @@
 #include "core/channel_lut.h"
 #include "core/reduce.h"
 #include "core/work_time.h"
+#include "tone/histogram.h"
 
 namespace zel {
 
@@ -18,12 +19,8 @@ struct Histogram {
 
   // The first level at which more than the share of the samples is reached, from below.
   int32_t Percentile(double share) const {
-    double sum = 0.0;
-    for (int32_t level = 0; level < 255; ++level) {
-      sum += bins[level];
-      if (sum > share * count) return level;
-    }
-    return 255;
+    const auto pixels = [this](int32_t level) { return bins[level]; };
+    return std::min(PercentileWalk(pixels).To(share * count), 255);
   }
 };
 
@@ -204,7 +201,7 @@ bool RecoverAgedPhoto(const ImageDesc* source, const ImageDesc* destination, int
     Count(copy.view, histograms);
     uint8_t block[3 * kLutEntries8];
     BuildTables(copy.view, histograms, std::min(std::max(strength, 0), 100), block);
-    return ApplyChannelLutRaw(in, out, ClampedRegion(rect, in), Curves<uint8_t>{block, in.channels});
+    return ApplyChannelLutRaw(in, out, ClampedRegion(rect, in.Whole()), Curves<uint8_t>{block, in.channels});
   });
 }
 

@@ -96,7 +96,7 @@ bool SkinClearCorrect(const ImageDesc* source, const ImageDesc* destination, con
   return WithViews(source, destination, [&](const auto& in, const auto& out) {
     if (in.channels != 1 && in.channels != 3) return false;
     if constexpr (sizeof(*in.data) == 1) {
-      const Region region = GivenRegion(rect, in);
+      const Region region = GivenRegion(rect, in.Whole());
       Mask mask;
       if (mask.BuildSkin(in, region, point, 255, 1.5) && SkinClearBlend(in, out, region, mask.weights(), k))
         return true;

@@ -108,10 +108,10 @@ bool SkinToneCorrect(const ImageDesc* source, const ImageDesc* destination, cons
                      const Rgb& skin, const Rgb& target) {
   return WithViews(source, destination, [&](const auto& in, const auto& out) {
     if constexpr (sizeof(*in.data) == 1) {
-      return MixGains(in, out, GivenRegion(rect, in), point, skin, target);
+      return MixGains(in, out, GivenRegion(rect, in.Whole()), point, skin, target);
     } else {
       // The blend stops at 8 bits, after a separate destination has got the corrected samples.
-      if (in.data != out.data) SkinToneShift(in, out, ClampedRegion(rect, in), skin, target, 255, 100);
+      if (in.data != out.data) SkinToneShift(in, out, ClampedRegion(rect, in.Whole()), skin, target, 255, 100);
       return false;
     }
   });

@@ -41,16 +41,16 @@ bool SkinTone(const ImageDesc* source, const ImageDesc* destination, const ZelPo
 bool SkinToneCorrect(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, const ZelPoint* point,
                      const Rgb& skin, const Rgb& target);
 
-// The gains alone, over the region. `maximum` is the scale of the two colours: 255 or 65535.
-// Those of the other scale are brought to the image's: divided by 257, or multiplied by 257, of which the low 16 bits
-// count. A strength other than 100 averages table and identity, times that many fiftieths. Three channels; in place
-// works. False, with nothing written, for anything else and without memory.
+// The gains alone, over the region. `maximum` is the scale of the two colours: 255 or 65535. Those of the other scale
+// are brought to the image's: divided by 257, or multiplied by 257, of which the low 16 bits count. A strength other
+// than 100 averages table and identity, times that many fiftieths. Three channels; in place works. False, with nothing
+// written, for anything else and without memory.
 template <class T>
 bool SkinToneShift(const Source<T>& source, const View<T>& output, const Region& region, const Rgb& skin,
                    const Rgb& target, int32_t maximum, int32_t strength);
 
-// Fills a table with i * target / skin, rounded and limited; all `target` for a skin of 0. The
-// last entry of an 8-bit table does not follow the strength.
+// Fills a table with i * target / skin, rounded and limited; all `target` for a skin of 0. The last entry of an 8-bit
+// table does not follow the strength.
 template <class T>
 void BuildSkinGainLut(T* table, int32_t skin, int32_t target, int32_t strength);
 

@@ -5,6 +5,7 @@
 
 #include "color/linear_light.h"
 #include "core/scratch.h"
+#include "tone/histogram.h"
 
 namespace zel {
 
@@ -145,11 +146,9 @@ void Prepare(Picture* picture) {
     picture->logarithm[i] = static_cast<int32_t>(std::floor(Logarithm(light) * (16 * kPerUnit) + 0.5));
   }
   for (int32_t k = 0; k < 3; ++k) {
-    int32_t level = 255;
-    for (int64_t sum = 0; level > 0; --level) {
-      sum += histogram[k][level];
-      if (static_cast<double>(sum) > picture->Count() / 200.0) break;
-    }
+    const auto samples = [&](int32_t level) { return histogram[k][level]; };
+    const double above = std::floor(picture->Count() / 200.0);
+    const int32_t level = PercentileWalk(samples).To(picture->Count() - above - 1.0);
     picture->high[k] = std::max(LightOfLevel(level / 255.0), 1e-3);
     for (int32_t i = 0; i < 256; ++i) {
       picture->brightness[k][i] =

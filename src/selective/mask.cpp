@@ -5,16 +5,16 @@
 
 namespace zel {
 
-bool Mask::Allocate(int32_t width, int32_t height) {
-  if (!memory_.AllocateZeroed(static_cast<size_t>(width) * static_cast<size_t>(height))) return false;
-  weights_ = PackedView(memory_.data(), width, height, 1);
+bool Mask::Allocate(const Region& whole, const Region& region) {
+  if (!memory_.AllocateZeroed(static_cast<size_t>(whole.Width()) * static_cast<size_t>(whole.Height()))) return false;
+  weights_ = PackedView(memory_.data(), whole.Width(), whole.Height(), 1);
+  region_ = region;
   return true;
 }
 
 bool Mask::BuildFromHues(const View<const uint8_t>& image, const Region& region, ColourRegion hues, int32_t tolerance,
                          int32_t maximum) {
-  return Allocate(image.width, image.height) &&
-         BuildRegionHueMaskRaw(image, weights_, region, hues, tolerance, maximum);
+  return Allocate(image.Whole(), region) && BuildRegionHueMaskRaw(image, weights_, region_, hues, tolerance, maximum);
 }
 
 bool Mask::BuildSkin(const View<const uint8_t>& image, const Region& region, const ZelPoint* point, int32_t maximum,
@@ -25,17 +25,17 @@ bool Mask::BuildSkin(const View<const uint8_t>& image, const Region& region, con
   } else {
     uint16_t byHue[360];
     MakeHueWeights<uint8_t>(maximum, byHue);
-    if (!Allocate(image.width, image.height) || !FillHueMask(image, weights_, region, byHue)) return false;
+    if (!Allocate(image.Whole(), region) || !FillHueMask(image, weights_, region_, byHue)) return false;
   }
-  return Blur(region, sigma);
+  return Blur(sigma);
 }
 
-bool Mask::Blur(const Region& region, double sigma) {
-  return sigma == 0.0 || GaussianBlurRaw(weights_, weights_, region, sigma);
+bool Mask::Blur(double sigma) {
+  return sigma == 0.0 || GaussianBlurRaw(weights_, weights_, region_, sigma);
 }
 
-void Mask::Screen(const View<const uint8_t>& image, const View<uint8_t>& output, const Region& region) const {
-  BlendThroughMask(image, image, output, weights_, kScreen, region);
+void Mask::Screen(const View<const uint8_t>& image, const View<uint8_t>& output) const {
+  BlendThroughMask(image, image, output, weights_, kScreen, region_);
 }
 
 }  // namespace zel

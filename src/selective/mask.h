@@ -18,8 +18,8 @@ class Mask {
   template <class T>
   bool BuildFromPoint(const View<const T>& image, const Region& region, const ZelPoint& point, int32_t maximum,
                       const PickTolerance& tolerance) {
-    return Allocate(image.width, image.height) &&
-           BuildPickedColourMaskRaw(image, weights_, region, point, maximum, tolerance);
+    return Allocate(image.Whole(), region) &&
+           BuildPickedColourMaskRaw(image, weights_, region_, point, maximum, tolerance);
   }
 
   // The same for the hues that are typical of foliage, sky or skin.
@@ -31,19 +31,20 @@ class Mask {
                  double sigma);
 
   // By `sigma` pixels, or not at all for 0. False without memory.
-  bool Blur(const Region& region, double sigma);
+  bool Blur(double sigma);
 
   // Screens the image with itself, which lifts shadows and mid-tones, where the weights are.
-  void Screen(const View<const uint8_t>& image, const View<uint8_t>& output, const Region& region) const;
+  void Screen(const View<const uint8_t>& image, const View<uint8_t>& output) const;
 
   const View<uint8_t>& weights() const { return weights_; }
   const uint8_t* At(int32_t x, int32_t y) const { return weights_.At(x, y); }
 
  private:
-  bool Allocate(int32_t width, int32_t height);
+  bool Allocate(const Region& whole, const Region& region);
 
   Scratch<uint8_t> memory_;
   View<uint8_t> weights_;
+  Region region_;
 };
 
 }  // namespace zel

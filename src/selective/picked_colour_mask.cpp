@@ -15,7 +15,7 @@ namespace {
 
 // Mean of the pixel and those of its eight neighbours that lie inside the image.
 Rgb MeanColourAround(const View<const uint8_t>& image, const ZelPoint& point) {
-  const Region region = Grown({point.x, point.y, point.x + 1, point.y + 1}, 1, image.width, image.height);
+  const Region region = Grown({point.x, point.y, point.x + 1, point.y + 1}, 1, image.Whole());
   Rgb sum{0, 0, 0};
   for (int32_t y = region.top; y < region.bottom; ++y) {
     for (int32_t x = region.left; x < region.right; ++x) {
@@ -84,7 +84,7 @@ bool BuildFromRecords(const ImageDesc* source, const ImageDesc* mask, const ZelR
                       int32_t maximum, const PickTolerance& tolerance) {
   return WithImageAndMask(source, mask, [&](const auto& image, const auto& weights) {
     return sizeof(*image.data) == sizeof(*weights.data) &&
-           BuildPickedColourMaskRaw(image, weights, ClampedRegion(rect, image), point, maximum, tolerance);
+           BuildPickedColourMaskRaw(image, weights, ClampedRegion(rect, image.Whole()), point, maximum, tolerance);
   });
 }
 

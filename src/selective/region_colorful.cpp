@@ -100,7 +100,7 @@ bool Enhance(const ImageDesc* source, const ImageDesc* destination, int32_t amou
   return WithByteViews(source, destination, [&](const View<const uint8_t>& in, const View<uint8_t>& out) {
     Mask mask;
     if (in.channels != 3 || !buildMask(in, &mask)) return false;
-    const Region region = GivenRegion(rect, in);
+    const Region region = GivenRegion(rect, in.Whole());
     if (region.IsEmpty()) return true;
     uint32_t histogram[101];
     MeasureSaturation(in, mask.weights(), Threshold(amount), histogram);

@@ -32,7 +32,7 @@ void FillWeights(int64_t centre, int64_t tolerance, int64_t maximum, uint16_t we
 bool BuildRegionHueMask(const ImageDesc* source, const ImageDesc* mask, const ZelRect* rect, ColourRegion region,
                         int32_t tolerance, int32_t maximum) {
   return WithImageAndMask(source, mask, [&](const auto& image, const auto& weights) {
-    return BuildRegionHueMaskRaw(image, weights, ClampedRegion(rect, image), region, tolerance, maximum);
+    return BuildRegionHueMaskRaw(image, weights, ClampedRegion(rect, image.Whole()), region, tolerance, maximum);
   });
 }
 

@@ -16,7 +16,7 @@ bool SeededToneEnhance(const ImageDesc* source, const ImageDesc* destination, co
                        const ZelRect* rect) {
   if (amount == 0) return CopySource(source, destination, rect);
   return WithViews(source, destination, [&](const auto& in, const auto& out) {
-    return ToneEnhanceInRegion(in, out, GivenRegion(rect, in), point, amount, 3.0);
+    return ToneEnhanceInRegion(in, out, GivenRegion(rect, in.Whole()), point, amount, 3.0);
   });
 }
 
@@ -34,8 +34,8 @@ bool ToneEnhanceInRegion(const Source<T>& source, const View<T>& destination, co
   Mask mask;
   if (!mask.BuildFromPoint(source, region, point, MaskCeiling(amount), kFixedPickTolerance)) return false;
   if constexpr (sizeof(T) == 1) {  // neither mask nor blend go beyond 8 bits
-    if (!mask.Blur(region, sigma)) return false;
-    mask.Screen(source, destination, region);
+    if (!mask.Blur(sigma)) return false;
+    mask.Screen(source, destination);
   }
   return true;
 }

@@ -68,7 +68,7 @@ int32_t TemperatureOfLevel(int32_t level) {
 
 bool ColorTemperature(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, int32_t temperature) {
   return WithViews(source, destination, [&](const auto& in, const auto& out) {
-    return ColorTemperatureRaw(in, out, ClampedRegion(rect, in), temperature);
+    return ColorTemperatureRaw(in, out, ClampedRegion(rect, in.Whole()), temperature);
   });
 }
 

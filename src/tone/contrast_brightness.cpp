@@ -39,7 +39,7 @@ void MakeContrastBrightnessLut(Curves<T> curves, const int32_t* contrast, const 
 bool ContrastBrightness(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect,
                         const int32_t* contrast, const int32_t* brightness) {
   return WithViews(source, destination, [&](const auto& in, const auto& out) {
-    return ContrastBrightnessRaw(in, out, ClampedRegion(rect, in), contrast, brightness);
+    return ContrastBrightnessRaw(in, out, ClampedRegion(rect, in.Whole()), contrast, brightness);
   });
 }
 

@@ -223,14 +223,21 @@ template <class B>
 bool AutoToneCurve(const ImageDesc* source, const ZelRect* rect, double exponent, int32_t strength, int32_t core,
                    Curves<B> curves) {
   if (curves.block == nullptr || curves.tables < 1 || curves.tables > 3) return false;
-  const bool done = IsUsable(source) && BitsOf(source->format) == 8 * static_cast<int32_t>(sizeof(B)) && [&] {
-    const View<const B> image = ViewOf<const B>(*source);
-    SampledCopy<B> copy;
-    return PointSample(image, ClampedRegion(rect, image), kLimit, &copy) &&
-           CurveOf(core, copy.view, exponent, strength, curves);
-  }();
-  if (!done) FillIdentity(curves);
-  return done;
+  if (!IsUsable(source) || BitsOf(source->format) != 8 * static_cast<int32_t>(sizeof(B))) {
+    FillIdentity(curves);
+    return false;
+  }
+  const View<const B> image = ViewOf<const B>(*source);
+  return AutoToneCurveRaw(image, ClampedRegion(rect, image.Whole()), exponent, strength, core, curves);
+}
+
+template <class T>
+bool AutoToneCurveRaw(const View<const T>& image, const Region& region, double exponent, int32_t strength, int32_t core,
+                      Curves<T> curves) {
+  SampledCopy<T> copy;
+  if (PointSample(image, region, kLimit, &copy) && CurveOf(core, copy.view, exponent, strength, curves)) return true;
+  FillIdentity(curves);
+  return false;
 }
 
 template <class T>
@@ -249,6 +256,7 @@ bool EqualizeToneCurve(const View<const T>& image, const Region& region, double 
 
 template bool AutoToneCurve(const ImageDesc*, const ZelRect*, double, int32_t, int32_t, Curves<uint8_t>);
 template bool AutoToneCurve(const ImageDesc*, const ZelRect*, double, int32_t, int32_t, Curves<uint16_t>);
+template bool AutoToneCurveRaw(const View<const uint8_t>&, const Region&, double, int32_t, int32_t, Curves<uint8_t>);
 template int32_t ClassifyExposure(const View<const uint8_t>&);
 template int32_t ClassifyExposure(const View<const uint16_t>&);
 template bool EqualizeToneCurve(const View<const uint8_t>&, const Region&, double, int32_t, int32_t, Curves<uint8_t>);

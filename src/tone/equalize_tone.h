@@ -22,6 +22,9 @@ enum ToneCore : int32_t {
 template <class B>
 bool AutoToneCurve(const ImageDesc* source, const ZelRect* rect, double exponent, int32_t strength, int32_t core,
                    Curves<B> curves);
+template <class T>
+bool AutoToneCurveRaw(const View<const T>& image, const Region& region, double exponent, int32_t strength, int32_t core,
+                      Curves<T> curves);
 
 // kToneDark when in more than half of the channels most samples lie in the darkest quarter of the range, kToneLight
 // when in more than half of the channels hardly any do, else kToneNormal. -1 when the image cannot be measured.

@@ -40,7 +40,7 @@ bool MakeGammaLut(Curves<T> curves, const float* gamma) {
 
 bool GammaCorrect(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect, const float* gamma) {
   return WithViews(source, destination, [&](const auto& in, const auto& out) {
-    return GammaCorrectRaw(in, out, ClampedRegion(rect, in), gamma);
+    return GammaCorrectRaw(in, out, ClampedRegion(rect, in.Whole()), gamma);
   });
 }
 

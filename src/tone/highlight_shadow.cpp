@@ -18,7 +18,7 @@ int32_t OnScale(int32_t point, int32_t last, int32_t max) {
 bool HighlightShadow(const ImageDesc* source, const ImageDesc* destination, const ZelRect* rect,
                      const int32_t* highlight, const int32_t* shadow, int32_t max) {
   return WithViews(source, destination, [&](const auto& in, const auto& out) {
-    return HighlightShadowRaw(in, out, ClampedRegion(rect, in), highlight, shadow, max);
+    return HighlightShadowRaw(in, out, ClampedRegion(rect, in.Whole()), highlight, shadow, max);
   });
 }
 

@@ -12,10 +12,6 @@ struct Grid {
   int32_t left, top, columns, rows, columnStep, rowStep;
 };
 
-int32_t Clamp(int32_t value, int32_t high) {
-  return std::min(std::max(value, 0), high);
-}
-
 // Of at least 1 that leaves about `target` of the extent.
 int32_t Step(int32_t extent, int32_t target) {
   return target > 1 ? extent / target + (extent % target != 0 ? 1 : 0) : 1;
@@ -85,14 +81,11 @@ void Count(const View<const T>& image, const Grid& grid, const AppliedCurves* th
 // The indices of one channel by the walk over its cumulative shares.
 void FindPercentiles(const float* bins, double perBin, double highFraction, double lowFraction, int32_t* high,
                      int32_t* low) {
-  int32_t found[2] = {0, 255};
-  int32_t thresholds = 0;
-  double sum = 0.0;
-  for (int32_t i = 0; i < kBins && thresholds < 2; ++i) {
-    sum += static_cast<float>(bins[i] / perBin);
-    if (sum > (thresholds == 0 ? lowFraction : highFraction)) found[thresholds++] = i;
-  }
-  if (thresholds == 1) found[1] = found[0];
+  const auto share = [&](int32_t i) { return static_cast<float>(bins[i] / perBin); };
+  PercentileWalk walk(share);
+  int32_t found[2] = {walk.To(lowFraction), walk.To(highFraction)};
+  if (found[0] == kBins) found[0] = 0, found[1] = kBins - 1;
+  if (found[1] == kBins) found[1] = found[0];
   if (found[0] >= found[1]) {
     if (found[1] != 0) {
       found[0] = found[1] - 1;
@@ -119,11 +112,10 @@ bool ClearHistogram(float* block, int32_t channels) {
   return true;
 }
 
-Region MeasuredRegion(const ZelRect* rect, int32_t width, int32_t height) {
-  if (rect == nullptr) return {0, 0, width, height};
-  return {Clamp(std::min(rect->left, rect->right), width - 1), Clamp(std::min(rect->top, rect->bottom), height - 1),
-          Clamp(std::max(rect->left, rect->right), width - 1) + 1,
-          Clamp(std::max(rect->top, rect->bottom), height - 1) + 1};
+Region MeasuredRegion(const ZelRect* rect, const Region& whole) {
+  if (rect == nullptr) return whole;
+  const Region first = ClampedRegion(rect, {0, 0, whole.right - 1, whole.bottom - 1});
+  return {first.left, first.top, first.right + 1, first.bottom + 1};
 }
 
 template <class T>

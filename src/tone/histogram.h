@@ -28,7 +28,7 @@ struct Sampling {
 
 // The pixels that a rectangle measures: here its right column and bottom row are included; corners in any order, cut to
 // the image, the whole image for null. Never empty.
-Region MeasuredRegion(const ZelRect* rect, int32_t width, int32_t height);
+Region MeasuredRegion(const ZelRect* rect, const Region& whole);
 
 // Counts the samples of a region that is not empty in one table per channel, red first. With `normalise` every bin is
 // divided by the number of pixels visited, which is the result. 0 when the image has not 1 or 3 channels or there is no
@@ -36,6 +36,27 @@ Region MeasuredRegion(const ZelRect* rect, int32_t width, int32_t height);
 template <class T>
 int32_t ComputeHistogram(const View<const T>& image, const Region& region, float* block, bool normalise,
                          const Sampling& sampling);
+
+// Walks up a histogram of kBins bins, shareOf(i) in bin i.
+template <class ShareOf>
+class PercentileWalk {
+ public:
+  explicit PercentileWalk(const ShareOf& shareOf) : shareOf_(shareOf) {}
+
+  // The next bin at which all bins so far hold more than `limit`; kBins when there is none.
+  int32_t To(double limit) {
+    while (bin_ < kBins) {
+      sum_ += shareOf_(bin_++);
+      if (sum_ > limit) return bin_ - 1;
+    }
+    return kBins;
+  }
+
+ private:
+  const ShareOf& shareOf_;
+  int32_t bin_ = 0;
+  double sum_ = 0.0;
+};
 
 // Per channel, the first bins at which the cumulative share exceeds the low and then the high fraction; the high index
 // is always above the low one. Fractions outside [0, 1) and [0, 1] count as 0.01 and 0.99. `high` and `low` may be

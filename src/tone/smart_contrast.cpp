@@ -59,15 +59,18 @@ bool SmartContrastCurve(const View<const T>& image, const Region& measured, int3
 }
 
 template <class B>
-bool SmartContrastLut(const ImageDesc* source, const ZelRect* rect, int32_t level, Curves<B> curves,
-                      const AppliedCurves* through) {
+bool SmartContrastLut(const ImageDesc* source, const ZelRect* rect, int32_t level, Curves<B> curves) {
   return WithView(source, [&](const auto& image) {
-    return SmartContrastCurve(image, MeasuredRegion(rect, image.width, image.height), level, curves, through);
+    return SmartContrastCurve(image, MeasuredRegion(rect, image.Whole()), level, curves);
   });
 }
 
-template bool SmartContrastLut(const ImageDesc*, const ZelRect*, int32_t, Curves<uint8_t>, const AppliedCurves*);
-template bool SmartContrastLut(const ImageDesc*, const ZelRect*, int32_t, Curves<uint16_t>, const AppliedCurves*);
+template bool SmartContrastCurve(const View<const uint8_t>&, const Region&, int32_t, Curves<uint8_t>,
+                                 const AppliedCurves*);
+template bool SmartContrastCurve(const View<const uint16_t>&, const Region&, int32_t, Curves<uint8_t>,
+                                 const AppliedCurves*);
+template bool SmartContrastLut(const ImageDesc*, const ZelRect*, int32_t, Curves<uint8_t>);
+template bool SmartContrastLut(const ImageDesc*, const ZelRect*, int32_t, Curves<uint16_t>);
 
 bool SmartContrastTables(const ImageDesc* source, int32_t strength, const ZelRect* rect, uint8_t* block) {
   const Curves<uint8_t> curves{block, 3};

@@ -11,8 +11,7 @@ namespace zel {
 // the points of a 16-bit block are scaled to its range. False when the image cannot be measured or the block is null;
 // the block may then hold the identity. `through` measures the image as if those curves had been applied to it.
 template <class B>
-bool SmartContrastLut(const ImageDesc* source, const ZelRect* rect, int32_t level, Curves<B> curves,
-                      const AppliedCurves* through = nullptr);
+bool SmartContrastLut(const ImageDesc* source, const ZelRect* rect, int32_t level, Curves<B> curves);
 template <class T, class B>
 bool SmartContrastCurve(const View<const T>& image, const Region& measured, int32_t level, Curves<B> curves,
                         const AppliedCurves* through = nullptr);

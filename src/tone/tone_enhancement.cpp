@@ -26,26 +26,31 @@ bool ChainGamma(double gamma, Curves<uint8_t> curves) {
   return MakeGammaLut(second, gammas) && ComposeChannelLut(curves, second);
 }
 
-bool AutoCurve(const ImageDesc* source, const ZelRect* rect, int32_t core, Curves<uint8_t> curves) {
-  return AutoToneCurve(source, rect, 0.5, 100, core, curves);
+// The picture and what the rectangle means in it: to a curve, and to a histogram, which includes the right column and
+// the bottom row.
+template <class T>
+struct Measured {
+  View<const T> image;
+  Region curve, histogram;
+};
+
+bool AutoCurve(const Measured<uint8_t>& source, int32_t core, Curves<uint8_t> curves) {
+  return AutoToneCurveRaw(source.image, source.curve, 0.5, 100, core, curves);
 }
 
-bool Brightness(const ImageDesc* source, const ZelRect* rect, const AppliedCurves* through, double* mean) {
+bool Brightness(const Measured<uint8_t>& source, const AppliedCurves* through, double* mean) {
   float red, green, blue;
-  const bool done = WithView(source, [&](const auto& image) {
-    return ChannelMeans(image, MeasuredRegion(rect, image.width, image.height), &red, &green, &blue, false, through);
-  });
-  if (done) *mean = (static_cast<double>(red) + green + blue) * 0.33333334;
-  return done;
+  if (!ChannelMeans(source.image, source.histogram, &red, &green, &blue, false, through)) return false;
+  *mean = (static_cast<double>(red) + green + blue) * 0.33333334;
+  return true;
 }
 
 // Style 1: a curve for light pictures. Where it brightened the picture all the same, a gamma takes that back.
-bool LightStyle(const ImageDesc* source, const ZelRect* rect, Curves<uint8_t> curves) {
+bool LightStyle(const Measured<uint8_t>& source, Curves<uint8_t> curves) {
   double before, after;
-  if (!Brightness(source, rect, nullptr, &before) || !AutoCurve(source, rect, kToneLight, curves)) return false;
-  // The histogram includes the rectangle's right column and bottom row, the curve does not.
-  const AppliedCurves applied{curves, ClampedRegion(rect, source->width, source->height)};
-  if (!Brightness(source, rect, &applied, &after)) return false;
+  if (!Brightness(source, nullptr, &before) || !AutoCurve(source, kToneLight, curves)) return false;
+  const AppliedCurves applied{curves, source.curve};
+  if (!Brightness(source, &applied, &after)) return false;
   if (after <= before) return true;
   if (before == 0.0) {
     FillIdentity(curves);
@@ -67,55 +72,51 @@ int32_t BlendPercent(int32_t flag, int32_t style, int32_t strength) {
   return static_cast<int32_t>(s <= 75 ? 2 * s - 50 : 100);
 }
 
-bool EqualizingCurve(const ImageDesc* source, int32_t flag, int32_t style, const ZelRect* rect,
-                     Curves<uint8_t> curves) {
+bool EqualizingCurve(const Measured<uint8_t>& source, int32_t flag, int32_t style, Curves<uint8_t> curves) {
   switch (style) {
     case 0:
-      return AutoCurve(source, rect, flag == 1 ? kToneMiddle : kToneChosen, curves);
+      return AutoCurve(source, flag == 1 ? kToneMiddle : kToneChosen, curves);
     case 1:
-      return LightStyle(source, rect, curves);
+      return LightStyle(source, curves);
     case 2:
-      return AutoCurve(source, rect, kToneNormal, curves);
+      return AutoCurve(source, kToneNormal, curves);
     case 3:
-      return AutoCurve(source, rect, kToneMiddle, curves);
+      return AutoCurve(source, kToneMiddle, curves);
     case 5:
-      return AutoCurve(source, rect, kToneDark, curves);
+      return AutoCurve(source, kToneDark, curves);
     default:
       return false;
   }
 }
 
-bool EqualizingStyle(const ImageDesc* source, int32_t flag, int32_t style, int32_t strength, const ZelRect* rect,
+bool EqualizingStyle(const Measured<uint8_t>& source, int32_t flag, int32_t style, int32_t strength,
                      Curves<uint8_t> curves) {
+  if (!EqualizingCurve(source, flag, style, curves)) return false;
   uint8_t identity[kBlockBytes];
   FillIdentity(Curves<uint8_t>{identity, 3});
-  if (strength == 0) {
-    FillIdentity(curves);
-    return true;
-  }
-  if (!EqualizingCurve(source, flag, style, rect, curves)) return false;
   const int32_t percent = BlendPercent(flag, style, strength);
   if (percent != 100) PullTowards(curves.block, identity, kBlockBytes, percent);
   return style != 1 || strength < 76 || ChainGamma(1.75 - 0.01 * strength, curves);
 }
 
+// The other styles need 8 bits.
+bool EqualizingStyle(const Measured<uint16_t>&, int32_t, int32_t, int32_t, Curves<uint8_t>) {
+  return false;
+}
+
 // Levels by the whole picture's percentiles, one pair for all channels, then a gamma.
-bool LevelsAndGamma(const ImageDesc* source, double gamma, Curves<uint8_t> curves) {
+template <class T>
+bool LevelsAndGamma(const View<const T>& image, double gamma, Curves<uint8_t> curves) {
   float histogram[3 * kBins];
   int32_t high[3], low[3];
-  const bool measured = WithView(source, [&](const auto& image) {
-    return image.channels == 3 && ComputeHistogram(image, image.Whole(), histogram, true, {false, 500, 500}) != 0;
-  });
-  if (!measured || !HistogramPercentiles(histogram, true, 0, 3, high, low, 0.99, 0.01)) return false;
+  if (image.channels != 3 || ComputeHistogram(image, image.Whole(), histogram, true, {false, 500, 500}) == 0)
+    return false;
+  if (!HistogramPercentiles(histogram, true, 0, 3, high, low, 0.99, 0.01)) return false;
   const int32_t white = std::max({high[0], high[1], high[2]});
   // Red decides unless it is above both others; not the smallest of the three.
   const int32_t black = std::min(low[0], std::max(low[1], low[2]));
   const int32_t whites[3] = {white, white, white}, blacks[3] = {black, black, black};
   return MakeLevelsLut(curves, whites, blacks) && ChainGamma(gamma, curves);
-}
-
-bool LevelsGammaStyle(const ImageDesc* source, int32_t strength, Curves<uint8_t> curves) {
-  return LevelsAndGamma(source, strength <= 50 ? 0.8 + 0.008 * strength : 0.4 + 0.016 * strength, curves);
 }
 
 struct Chain {
@@ -131,15 +132,26 @@ Chain ChainOf(int64_t s) {
   return {3.5, s - 10};
 }
 
-bool ContrastStyle(const ImageDesc* source, int32_t strength, const ZelRect* rect, Curves<uint8_t> curves) {
+template <class T>
+bool ContrastStyle(const Measured<T>& source, int32_t strength, Curves<uint8_t> curves) {
   const Chain chain = ChainOf(strength);
-  if (!LevelsAndGamma(source, chain.gamma, curves)) return false;
+  if (!LevelsAndGamma(source.image, chain.gamma, curves)) return false;
   // The contrast is that of the picture as the curve so far has made it, the whole of it.
-  const AppliedCurves applied{curves, {0, 0, source->width, source->height}};
+  const AppliedCurves applied{curves, source.image.Whole()};
   const int32_t level = SmartContrastLevel(static_cast<int32_t>(chain.contrast));
   uint8_t block[kBlockBytes];
   const Curves<uint8_t> second{block, 3};
-  return SmartContrastLut(source, rect, level, second, &applied) && ComposeChannelLut(curves, second);
+  return SmartContrastCurve(source.image, source.histogram, level, second, &applied) &&
+         ComposeChannelLut(curves, second);
+}
+
+template <class T>
+bool CurveOfStyle(const View<const T>& image, const ZelRect* rect, int32_t flag, int32_t style, int32_t strength,
+                  Curves<uint8_t> curves) {
+  const Measured<T> source = {image, ClampedRegion(rect, image.Whole()), MeasuredRegion(rect, image.Whole())};
+  if (style == 6) return ContrastStyle(source, strength, curves);
+  if (style != 4) return EqualizingStyle(source, flag, style, strength, curves);
+  return LevelsAndGamma(image, strength <= 50 ? 0.8 + 0.008 * strength : 0.4 + 0.016 * strength, curves);
 }
 
 }  // namespace
@@ -147,10 +159,11 @@ bool ContrastStyle(const ImageDesc* source, int32_t strength, const ZelRect* rec
 bool ToneEnhancementLut(const ImageDesc* source, int32_t flag, int32_t style, int32_t strength, const ZelRect* rect,
                         uint8_t* block) {
   const Curves<uint8_t> curves{block, 3};
-  const bool success = style == 6   ? ContrastStyle(source, strength, rect, curves)
-                       : style == 4 ? LevelsGammaStyle(source, strength, curves)
-                                    : EqualizingStyle(source, flag, style, strength, rect, curves);
-  if (!success) FillIdentity(curves);
+  const bool isIdentity = strength == 0 && style != 4 && style != 6;
+  const bool success = isIdentity || WithView(source, [&](const auto& image) {
+                         return CurveOfStyle(image, rect, flag, style, strength, curves);
+                       });
+  if (isIdentity || !success) FillIdentity(curves);
   return success;
 }
 

@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <string>
 #include <vector>
 
+#include "driver/exports.h"
 #include "zel_chain.h"
 
 namespace {
@@ -19,24 +21,24 @@ double Now() {
 }
 
 struct Case {
+  const char* operation;
   const char* words;
-  int32_t (*plain)(const ImageDesc*, const ImageDesc*);
+  zel::test::Settings settings;  // the same for the plain call
 };
 
 const Case kCases[] = {
-    {"contrast contrast=20",
-     [](const ImageDesc* a, const ImageDesc* b) { return ZelBasicToolFunc_ContrastBrightness(a, b, 20, 0, nullptr); }},
-    {"hue-saturation saturation=20",
-     [](const ImageDesc* a, const ImageDesc* b) { return ZelBasicToolFunc_HueSaturation(a, b, 0, 20, nullptr); }},
-    {"smart-contrast",
-     [](const ImageDesc* a, const ImageDesc* b) { return ZelTavoraFunc_SmartContrast(a, b, 0, 50, nullptr); }},
-    {"sharpen", [](const ImageDesc* a, const ImageDesc* b) { return ZelBasicToolFunc_Sharpen(a, b, 40, nullptr); }},
-    {"sky-colorful amount=50 at=50%,50%",
-     [](const ImageDesc* a, const ImageDesc* b) {
-       const ZelPoint point = {a->width / 2, a->height / 2};
-       return ZelBasicToolFunc_SkyColorful(a, b, &point, 50, nullptr, 0);
-     }},
+    {"contrast", "contrast=20", {{20}}},
+    {"hue-saturation", "saturation=20", {{0, 20}}},
+    {"smart-contrast", "strength=50", {{0, 50}}},
+    {"sharpen", "amount=40", {{40}}},
+    {"sky-colorful", "amount=50 at=50%,50%", {{50}}},
 };
+
+const zel::test::Export& PlainCall(const char* operation) {
+  const auto& exports = zel::test::Exports();
+  return *std::find_if(exports.begin(), exports.end(),
+                       [&](const zel::test::Export& e) { return std::strcmp(e.named.operation, operation) == 0; });
+}
 
 bool IsCheap(const Case& c, int width, int height, bool inPlace) {
   std::vector<uint8_t> source(static_cast<size_t>(width) * static_cast<size_t>(height) * 3), destination(source.size());
@@ -47,14 +49,17 @@ bool IsCheap(const Case& c, int width, int height, bool inPlace) {
   const ImageDesc into = {width, height, ZEL_FORMAT_BGR24, width * 3, to};
   const ZelPixels in = {source.data(), 0, width, height, 3, 8, 1}, out = {to, 0, width, height, 3, 8, 1};
   ZelReport report;
-  ZelChain* const chain = ZelChain_ParseLine(c.words, std::strlen(c.words), &report);
+  const std::string line = std::string(c.operation) + " " + c.words;
+  ZelChain* const chain = ZelChain_ParseLine(line.data(), line.size(), &report);
+  const auto& plainCall = PlainCall(c.operation).call;
+  const ZelPoint middleOf = {width / 2, height / 2};
   double plain = 1e9, chained = 1e9;
   bool cheap = false;
   const int least = width > 1 ? 25 : 2000, most = 20 * least;
   for (int i = 0; i < least || (!cheap && i < most); ++i) {
     source = kept;
     const double start = Now();
-    c.plain(&from, &into);
+    plainCall({&from, &into, nullptr, &middleOf, c.settings.numbers.data(), c.settings.reals.data()});
     const double middle = Now();
     source = kept;
     const double again = Now();
@@ -64,7 +69,7 @@ bool IsCheap(const Case& c, int width, int height, bool inPlace) {
     cheap = chained <= plain * 1.03 + 20e-6;
   }
   ZelChain_Free(chain);
-  std::printf("%-36s %4d x %4d %s: %9.1f us plain, %9.1f us as a chain%s\n", c.words, width, height,
+  std::printf("%-34s %4d x %4d %s: %9.1f us plain, %9.1f us as a chain%s\n", line.c_str(), width, height,
               inPlace ? "in place " : "elsewhere", plain * 1e6, chained * 1e6, cheap ? "" : "  TOO MUCH");
   return cheap;
 }

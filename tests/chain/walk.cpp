@@ -5,15 +5,15 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
 #include <map>
 
 #include "chain/text.h"
-#include "driver/picture.h"
+#include "driver/exports.h"
+#include "scene.h"
 #include "zel_chain.h"
 
+using namespace zel::test;
 using zel::chain::Json;
-using zel::test::Hash;
 
 namespace {
 
@@ -24,17 +24,9 @@ void Expect(bool holds, const std::string& what) {
   if (++faults <= 20) std::printf("FAILED: %s\n", what.c_str());
 }
 
-constexpr int kWidth = 61, kHeight = 41;
-
-// Samples in 16 bits with any number of channels: the form in which results are compared.
-struct Plane {
-  int channels = 3;
-  std::vector<int> samples;  // red first, alpha last
-};
-
-struct Arguments {
+struct Words {
   std::map<std::string, std::string> typed;
-  const Json* operation;
+  const Json* operation = nullptr;
   ZelRect rect{};
   ZelPoint point{};
 
@@ -62,96 +54,44 @@ struct Arguments {
   const ZelPoint* Point() const { return typed.count("at") ? &point : nullptr; }
 };
 
-using Plain = std::function<int32_t(const ImageDesc*, const Arguments&)>;
-
-// What each name means, written down a second time.
-const std::map<std::string, Plain>& PlainCalls() {
-  using I = const ImageDesc*;
-  using A = const Arguments&;
-  static const auto ranges = [](I i, A a) {
-    const char* const names[] = {"", "red-", "yellow-", "green-", "cyan-", "blue-", "magenta-"};
-    int32_t hues[7], saturations[7];
-    for (int k = 0; k < 7; ++k) {
-      hues[k] = a.Int(std::string(names[k]) + "hue");
-      saturations[k] = a.Int(std::string(names[k]) + "saturation");
+// The plain call of an operation with what its words mean, in place.
+int32_t CallPlain(const Export& function, const ImageDesc* image, const Words& words) {
+  // Sliders that are left out stay where the skin is.
+  std::map<std::string, int32_t> skin;
+  if (std::strcmp(function.named.operation, "skin-tone") == 0) {
+    ZelTavoraFunc_GetSkinToneInitialPercentages(image, 0, words.Point(), &skin["lightness"], &skin["blue"],
+                                                &skin["red"]);
+  }
+  Settings settings;
+  for (size_t i = 0; i < function.named.numbers.size(); ++i) {
+    for (const std::string& part : zel::chain::Split(function.named.numbers[i], '+')) {
+      const bool isNumber = part.find_first_not_of("0123456789") == std::string::npos;
+      settings.numbers[i] += isNumber                                       ? std::atoi(part.c_str())
+                             : skin.count(part) && !words.typed.count(part) ? skin[part]
+                                                                            : words.Int(part);
     }
-    return ZelBasicToolFunc_HueSaturationPro(i, i, hues, saturations, a.Rect());
-  };
-  static const auto skinTone = [](I i, A a) {
-    int32_t v[3];
-    ZelTavoraFunc_GetSkinToneInitialPercentages(i, 0, a.Point(), &v[0], &v[1], &v[2]);
-    const char* const names[] = {"lightness", "blue", "red"};
-    for (int k = 0; k < 3; ++k) v[k] = a.typed.count(names[k]) ? a.Int(names[k]) : v[k];
-    return ZelTavoraFunc_SkinTone(i, i, 1, a.Point(), v[0], v[1], v[2], a.Rect());
-  };
-  static const auto region = [](auto function) {
-    return [function](I i, A a) { return function(i, i, a.Point(), a.Int("amount"), a.Rect(), 0); };
-  };
-  static const std::map<std::string, Plain> calls = {
-      {"contrast",
-       [](I i, A a) {
-         return ZelBasicToolFunc_ContrastBrightness(i, i, a.Int("contrast"), a.Int("brightness"), a.Rect());
-       }},
-      {"smart-contrast", [](I i, A a) { return ZelTavoraFunc_SmartContrast(i, i, 0, a.Int("strength"), a.Rect()); }},
-      {"tone",
-       [](I i, A a) {
-         return ZelTavoraFunc_ToneEnhancement(i, i, a.Int("gentle"), a.Int("style"), a.Int("strength"), a.Rect());
-       }},
-      {"gamma",
-       [](I i, A a) {
-         const float g = static_cast<float>(a["gamma"]), all[] = {g, g, g};
-         return ZelBasicToolFunc_Gamma(i, i, all, a.Rect());
-       }},
-      {"levels",
-       [](I i, A a) {
-         const int32_t h = a.Int("highlight"), s = a.Int("shadow"), high[] = {h, h, h}, low[] = {s, s, s};
-         return ZelBasicToolFunc_HighlightShadow(i, i, high, low, a.Rect());
-       }},
-      {"aged-photo",
-       [](I i, A a) { return ZelTavoraFunc_AgedPhotoRecovered(i, i, a.Int("gentle"), a.Int("strength"), a.Rect()); }},
-      {"temperature", [](I i, A a) { return ZelBasicToolFunc_ColorTemperature(i, i, a.Int("temperature"), a.Rect()); }},
-      {"temperature-level",
-       [](I i, A a) { return ZelTavoraFunc_ColorTemperature(i, i, 0, a.Int("level"), a.Rect(), 0); }},
-      {"hue-saturation",
-       [](I i, A a) { return ZelBasicToolFunc_HueSaturation(i, i, a.Int("hue"), a.Int("saturation"), a.Rect()); }},
-      {"hue-saturation-ranges", ranges},
-      {"colorful", [](I i, A a) { return ZelTavoraFunc_Colorful(i, i, a.Int("style"), a.Int("strength"), a.Rect()); }},
-      {"color-cast", [](I i, A a) { return ZelTavoraFunc_ColorCast(i, i, 0, a.Int("strength"), a.Rect()); }},
-      {"color-correct",
-       [](I i, A a) { return ZelBasicToolFunc_ColorCorrect(i, i, a.Int("color"), a.Int("strength")); }},
-      {"cast-manual", [](I i, A a) { return ZelBasicToolFunc_ColorCastManual(i, i, a.Int("strength"), a.Rect()); }},
-      {"light-correct", [](I i, A a) { return ZelBasicToolFunc_LightCorrect(i, i, a.Int("strength")); }},
-      {"foliage-colorful", region(ZelBasicToolFunc_FoliageColorful)},
-      {"foliage-tone", region(ZelBasicToolFunc_FoliageTone)},
-      {"sky-colorful", region(ZelBasicToolFunc_SkyColorful)},
-      {"sky-tone", region(ZelBasicToolFunc_SkyTone)},
-      {"skin-colorful", region(ZelBasicToolFunc_SkinColorful)},
-      {"skin-flash",
-       [](I i, A a) {
-         return ZelTavoraFunc_SkinFlash(i, i, 1 + a.Int("gentle"), a.Point(), a.Int("strength"), a.Rect(), 0);
-       }},
-      {"skin-clear",
-       [](I i, A a) {
-         return ZelTavoraFunc_SkinClear(i, i, 1 + a.Int("gentle"), a.Point(), a.Int("level"), a.Rect());
-       }},
-      {"skin-tone", skinTone},
-      {"denoise",
-       [](I i, A a) { return ZelBasicToolFunc_DeNoise(i, i, static_cast<uint32_t>(a.Int("strength")), nullptr); }},
-      {"vivid", [](I i, A a) { return ZelTavoraFunc_Vivid(i, i, a.Int("style"), a.Int("strength"), a.Rect()); }},
-      {"sharpen", [](I i, A a) { return ZelBasicToolFunc_Sharpen(i, i, a.Int("amount"), a.Rect()); }},
-      {"blur", [](I i, A a) { return ZelBasicToolFunc_GaussianBlur(i, i, static_cast<float>(a["radius"]), a.Rect()); }},
-      {"unsharp",
-       [](I i, A a) {
-         return ZelBasicToolFunc_UnsharpMask(i, i, a.Int("amount"), static_cast<float>(a["radius"]),
-                                             static_cast<uint32_t>(a.Int("threshold")), a.Rect());
-       }},
-  };
+  }
+  if (*function.named.real != 0) settings.reals.fill(static_cast<float>(words[function.named.real]));
+  return function.call({image, image, words.Rect(), words.Point(), settings.numbers.data(), settings.reals.data()});
+}
+
+std::map<std::string, const Export*> PlainCalls() {
+  std::map<std::string, const Export*> calls;
+  for (const Export& function : Exports()) {
+    if (*function.named.operation != 0) calls[function.named.operation] = &function;
+  }
   return calls;
 }
 
+struct Example {
+  std::string name, words, depth;
+  bool grey = false;
+  Words arguments;
+  const Export* plain = nullptr;
+};
+
 // One plain call on tight samples, blue first; 16 bits as the table's depth says.
-bool Expected(const Plain& call, const Arguments& arguments, const std::string& depth, int bits, int channels,
-              std::vector<int>* samples) {
+bool Expected(const Example& e, int bits, int channels, std::vector<int>* samples) {
   const auto run = [&](int atBits, std::vector<int>* s) {
     std::vector<uint8_t> bytes(s->size() * static_cast<size_t>(atBits / 8));
     const auto at = [&](size_t i) { return bytes.data() + i * static_cast<size_t>(atBits / 8); };
@@ -162,7 +102,7 @@ bool Expected(const Plain& call, const Arguments& arguments, const std::string& 
     const FormatCode format = channels == 1 ? (atBits == 8 ? ZEL_FORMAT_GREY8 : ZEL_FORMAT_GREY16)
                                             : (atBits == 8 ? ZEL_FORMAT_BGR24 : ZEL_FORMAT_BGR48);
     const ImageDesc image = {kWidth, kHeight, format, kWidth * channels, bytes.data()};
-    if (call(&image, arguments) != ZEL_OK) return false;
+    if (CallPlain(*e.plain, &image, e.arguments) != ZEL_OK) return false;
     for (size_t i = 0; i < s->size(); ++i) {
       uint16_t value = 0;
       std::memcpy(&value, at(i), static_cast<size_t>(atBits / 8));
@@ -170,7 +110,7 @@ bool Expected(const Plain& call, const Arguments& arguments, const std::string& 
     }
     return true;
   };
-  if (bits == 8 || depth != "difference") return run(bits, samples);
+  if (bits == 8 || e.depth != "difference") return run(bits, samples);
   std::vector<int> narrow, changed;
   for (int v : *samples) narrow.push_back((v + 128) / 257);
   changed = narrow;
@@ -181,110 +121,7 @@ bool Expected(const Plain& call, const Arguments& arguments, const std::string& 
   return true;
 }
 
-// Pixels in memory of their own, with padding between the rows and none behind the last.
-class Memory {
- public:
-  Memory(int channels, int bits, bool blueFirst, int pitchKind) {
-    const int row = kWidth * channels * bits / 8;
-    // Odd at 16 bits too: rows of hosts may lie anywhere.
-    const int pitch = pitchKind == 0 ? row : row + 5;
-    bytes_.assign(static_cast<size_t>((kHeight - 1) * pitch + row), 0xA5);
-    pixels_ = {bytes_.data(), pitch, kWidth, kHeight, channels, bits, blueFirst};
-    if (pitchKind == 2) {
-      pixels_.data = bytes_.data() + (kHeight - 1) * pitch;
-      pixels_.rowBytes = -pitch;
-    }
-  }
-  const ZelPixels* pixels() const { return &pixels_; }
-  const std::vector<uint8_t>& bytes() const { return bytes_; }
-
-  void Fill(const Plane& plane) {
-    Each([&](uint8_t* at, size_t i) {
-      const uint16_t value = static_cast<uint16_t>(plane.samples[i]);
-      std::memcpy(at, &value, static_cast<size_t>(pixels_.bits / 8));
-    });
-  }
-  bool Holds(const Plane& plane) {
-    bool equal = true;
-    Each([&](uint8_t* at, size_t i) {
-      uint16_t value = 0;
-      std::memcpy(&value, at, static_cast<size_t>(pixels_.bits / 8));
-      equal &= value == plane.samples[i];
-    });
-    return equal;
-  }
-  bool PaddingIntact() const {
-    const int row = kWidth * pixels_.channels * pixels_.bits / 8;
-    const size_t pitch = static_cast<size_t>(std::abs(pixels_.rowBytes));
-    for (size_t y = 0; y + 1 < kHeight; ++y) {
-      for (size_t i = static_cast<size_t>(row); i < pitch; ++i) {
-        if (bytes_[y * pitch + i] != 0xA5) return false;
-      }
-    }
-    return true;
-  }
-
- private:
-  template <class F>
-  void Each(const F& visit) {
-    const int channels = pixels_.channels;
-    for (int y = 0; y < kHeight; ++y) {
-      for (int x = 0; x < kWidth; ++x) {
-        for (int k = 0; k < channels; ++k) {
-          const int place = channels >= 3 && pixels_.blueFirst && k < 3 ? 2 - k : k;
-          visit(static_cast<uint8_t*>(pixels_.data) + y * pixels_.rowBytes + (x * channels + place) * pixels_.bits / 8,
-                static_cast<size_t>((y * kWidth + x) * channels + k));
-        }
-      }
-    }
-  }
-
-  std::vector<uint8_t> bytes_;
-  ZelPixels pixels_{};
-};
-
-// Skin, foliage and sky in the corner, ramps and noise, a cast over all.
-Plane Scene(int channels, int bits) {
-  zel::test::Layout layout;
-  layout.width = kWidth;
-  layout.height = kHeight;
-  layout.bits = bits;
-  layout.blueFirst = false;
-  const zel::test::Picture picture(layout, 1);
-  Plane plane{channels, {}};
-  for (uint32_t i = 0; i < kWidth * kHeight; ++i) {
-    for (uint32_t k = 0; k < static_cast<uint32_t>(channels); ++k) {
-      uint16_t value = 0;
-      const bool alpha = channels % 2 == 0 && k + 1 == static_cast<uint32_t>(channels);
-      std::memcpy(&value, picture.desc()->data + (3 * i + (channels < 3 ? 1 : k % 3)) * static_cast<uint32_t>(bits / 8),
-                  static_cast<size_t>(bits / 8));
-      plane.samples.push_back(alpha ? static_cast<int>(Hash(i, 7, 7) & (bits == 8 ? 0xFFu : 0xFFFFu)) : value);
-    }
-  }
-  return plane;
-}
-
-// The plane with another number of channels; grey comes from the middle one.
-Plane Converted(const Plane& from, int channels, int top, const Plane* alpha) {
-  Plane to{channels, {}};
-  const size_t in = static_cast<size_t>(from.channels);
-  for (size_t i = 0; i < kWidth * kHeight; ++i) {
-    const int* const p = &from.samples[i * in];
-    for (int k = 0; k < (channels < 3 ? 1 : 3); ++k) to.samples.push_back(in < 3 ? p[0] : channels < 3 ? p[1] : p[k]);
-    if (channels % 2 != 0) continue;
-    const bool has = alpha->channels % 2 == 0;
-    to.samples.push_back(has ? alpha->samples[(i + 1) * static_cast<size_t>(alpha->channels) - 1] : top);
-  }
-  return to;
-}
-
-struct Example {
-  std::string name, words, depth;
-  bool grey;
-  Arguments arguments;
-};
-
-void SetPlaces(Arguments* arguments) {
+void SetPlaces(Words* arguments) {
   const auto read = [&](const char* name, int32_t* to, int count) {
     if (!arguments->typed.count(name)) return;
     std::string text = arguments->typed[name];
@@ -303,8 +140,11 @@ void SetPlaces(Arguments* arguments) {
 
 std::vector<Example> Examples(const Json& table) {
   std::vector<Example> examples;
+  const std::map<std::string, const Export*> plain = PlainCalls();
   for (const Json& operation : table.Find("operations")->items) {
     const std::string name = operation.Find("name")->text;
+    Expect(plain.count(name) == 1, name + " is not in tests/driver/exports.cpp");
+    if (plain.count(name) == 0) continue;
     bool hasRect = false;
     for (const Json& p : operation.Find("parameters")->items) hasRect |= p.Find("name")->text == "rect";
     std::vector<std::string> settings;
@@ -319,7 +159,12 @@ std::vector<Example> Examples(const Json& table) {
     if (name == "colorful") settings.push_back("style=skin strength=60");
     if (name == "colorful" || name == "contrast") settings.push_back(name == "contrast" ? "" : "strength=0");
     for (const std::string& text : settings) {
-      Example e{name, name + " " + text, operation.Find("depth")->text, operation.Find("grey")->text == "true", {}};
+      Example e;
+      e.name = name;
+      e.words = name + " " + text;
+      e.depth = operation.Find("depth")->text;
+      e.grey = operation.Find("grey")->text == "true";
+      e.plain = plain.at(name);
       e.arguments.operation = &operation;
       for (const std::string& word : zel::chain::Split(text, ' ')) {
         const size_t equals = word.find('=');
@@ -346,8 +191,7 @@ void CheckLayouts(const Example& e, const ZelChain* chain) {
         }
       };
       turn();
-      Expect(Expected(PlainCalls().at(e.name), e.arguments, e.depth, bits, width, &colour.samples),
-             e.words + ": the plain call refuses");
+      Expect(Expected(e, bits, width, &colour.samples), e.words + ": the plain call refuses");
       turn();
       bool grey = true;
       for (size_t i = 0; width == 3 && i < colour.samples.size(); i += 3) {
@@ -484,7 +328,12 @@ int main() {
     std::printf("the table: %s\n", error.text.c_str());
     return 1;
   }
-  Expect(table.Find("operations")->items.size() == PlainCalls().size(), "operations that this test does not know");
+  for (const auto& plain : PlainCalls()) {
+    const auto& operations = table.Find("operations")->items;
+    Expect(std::any_of(operations.begin(), operations.end(),
+                       [&](const Json& o) { return o.Find("name")->text == plain.first; }),
+           plain.first + " is not in chain/catalogue.cpp");
+  }
   for (const Example& e : Examples(table)) {
     ZelReport report;
     ZelChain* const chain = ZelChain_ParseLine(e.words.data(), e.words.size(), &report);

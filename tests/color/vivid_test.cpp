@@ -39,14 +39,14 @@ TestImage Reference(const TestImage& source, const TestImage& before, const ZelR
     }
   }
   const View<uint8_t> plane = PackedView(mask.data(), width, height, 1);
-  GaussianBlurRaw(plane, plane, ClampedRegion(&rect, plane), amount < 100 ? 1.0 : amount * 0.01);
+  GaussianBlurRaw(plane, plane, ClampedRegion(&rect, plane.Whole()), amount < 100 ? 1.0 : amount * 0.01);
   float histogram[256];
   int32_t high[3], low[3];
-  ComputeHistogram(View<const uint8_t>(plane), MeasuredRegion(&area, width, height), histogram, true,
+  ComputeHistogram(View<const uint8_t>(plane), MeasuredRegion(&area, plane.Whole()), histogram, true,
                    {false, 500, 500});
   HistogramPercentiles(histogram, true, 0, 1, high, low, 0.99, 0.01);
   high[1] = high[2] = low[1] = low[2] = 0;
-  HighlightShadowRaw(plane, plane, ClampedRegion(&area, plane), high, low, 255);
+  HighlightShadowRaw(plane, plane, ClampedRegion(&area, plane.Whole()), high, low, 255);
   const float factor = static_cast<float>(amount * 0.01);
 
   TestImage result(before);

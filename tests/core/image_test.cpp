@@ -50,11 +50,11 @@ TEST(ImageRecord, RecordsThatCannotDescribeMemoryAreNotUsable) {
 
 TEST(ImageRecord, RegionsAreReorderedOrTakenAsGivenAndCut) {
   const ZelRect reversed = {9, 7, 2, -3};
-  const Region cut = ClampedRegion(&reversed, 8, 6);
+  const Region cut = ClampedRegion(&reversed, {0, 0, 8, 6});
   EXPECT_TRUE(cut.left == 2 && cut.top == 0 && cut.right == 8 && cut.bottom == 6);
-  EXPECT_TRUE(GivenRegion(&reversed, 8, 6).IsEmpty());
+  EXPECT_TRUE(GivenRegion(&reversed, {0, 0, 8, 6}).IsEmpty());
   const ZelRect outside = {100, 0, 200, 6};
-  EXPECT_TRUE(ClampedRegion(&outside, 8, 6).IsEmpty());
+  EXPECT_TRUE(ClampedRegion(&outside, {0, 0, 8, 6}).IsEmpty());
 }
 
 TEST(CopyImageRect, AddressesBothSidesWithTheSourcesStride) {
@@ -90,8 +90,8 @@ TEST(PointSample, TakesEveryNthPixelFromTheRectanglesOwnCorner) {
     EXPECT_TRUE(WithView(source.desc(), [&](const auto& image) {
       SampledCopy<std::remove_const_t<std::remove_reference_t<decltype(*image.data)>>> copy;
       EXPECT_FALSE(PointSample(image, outside, 30, &copy));
-      EXPECT_TRUE(PointSample(image, ClampedRegion(&rect, image), 30, &copy));
-      EXPECT_TRUE(PointSample(image, ClampedRegion(&rect, image), 30, &bytes));
+      EXPECT_TRUE(PointSample(image, ClampedRegion(&rect, image.Whole()), 30, &copy));
+      EXPECT_TRUE(PointSample(image, ClampedRegion(&rect, image.Whole()), 30, &bytes));
       EXPECT_TRUE(copy.view.width == 23 && copy.view.height == 8 && copy.view.stride == 69);
       for (int i = 0; i < 23 * 8 * 3; ++i) {
         const int sample = source.Get(4 + 4 * (i / 3 % 23), 3 + 4 * (i / 69), i % 3);

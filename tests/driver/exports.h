@@ -63,6 +63,15 @@ struct Timed {
   int area = -1;
 };
 
+// The operation of libzel_chain that a function is, and which of its parameters each of the numbers takes: a word, a
+// number, or both added; "" is 0. All reals take the one that is named. Written down here a second time, so that the
+// table of the operations can be held against it.
+struct Named {
+  const char* operation = "";
+  std::vector<const char*> numbers;
+  const char* real = "";
+};
+
 struct Export {
   const char* name;
   std::function<int32_t(const Arguments&)> call;
@@ -70,6 +79,7 @@ struct Export {
   Laws laws;
   MemoryBound memory;
   std::vector<Timed> timed;
+  Named named = {};
   int traits = 0;
 };
 

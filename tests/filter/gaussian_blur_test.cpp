@@ -78,7 +78,7 @@ TEST(GaussianBlur, EqualsADirectSumOverEveryPixel) {
         TestImage result(source);
         ASSERT_EQ(ZelBasicToolFunc_GaussianBlur(result.desc(), result.desc(), static_cast<float>(sigma), &rect),
                   ZEL_OK);
-        const Region region = ClampedRegion(&rect, shape.width, shape.height);
+        const Region region = ClampedRegion(&rect, {0, 0, shape.width, shape.height});
         for (int y = region.top; y < region.bottom; ++y) {
           for (int x = region.left + y % 3; x < region.right; x += 3) {
             for (int k = 0; k < shape.channels; ++k) {
@@ -102,11 +102,16 @@ TEST(GaussianKernel, NoDecisionLiesNearItsBoundary) {
       g[d] = e < 230.0 ? (0.39894228 / sigma) / std::exp(e) : 0.0;
       total += d == 0 ? g[0] : 2.0 * g[d];
     }
+    const Weights kernel = Kernel(sigma);
+    const int reach = static_cast<int>(kernel.size()) / 2;
     double tail = total + g[0];
-    for (int d = 0; d <= 60 && tail / total >= 0.005; ++d) {
+    for (int d = 0; d <= reach; ++d) {
       const double weight = g[d] * 1024.0 / total + 0.5;
       tail -= 2.0 * g[d];
       least = std::min({least, std::fabs(weight - std::nearbyint(weight)), std::fabs(tail / total - 0.005)});
+      ASSERT_EQ(kernel[reach + d], static_cast<int>(weight)) << sigma << " at " << d;
+      const bool isLast = tail / total < 0.005 || weight < 4.0 || d == 60;
+      ASSERT_EQ(isLast, d == reach) << sigma << " at " << d;
     }
   }
   EXPECT_GT(least, 1e-9);

@@ -52,7 +52,8 @@ TEST(Convolve3x3, EqualsADirectSumOverEveryPixel) {
         const TestImage source(shape);
         TestImage result(source);  // in place, so that rows must be kept
         ASSERT_TRUE(Convolve3x3(result.desc(), result.desc(), &rect, c.kernel, c.divisor));
-        const Region region = Grown(ClampedRegion(&rect, shape.width, shape.height), 1, shape.width, shape.height);
+        const Region region =
+            Grown(ClampedRegion(&rect, {0, 0, shape.width, shape.height}), 1, {0, 0, shape.width, shape.height});
         for (int y = 0; y < shape.height; ++y) {
           for (int x = 0; x < shape.width; ++x) {
             const bool inside = x >= region.left && x < region.right && y >= region.top && y < region.bottom;

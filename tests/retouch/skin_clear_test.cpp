@@ -21,7 +21,7 @@ TEST(SkinClear, EqualsItsStepsDoneOneByOne) {
   for (const int32_t k : {1, 6, 40, 120}) {
     for (const ZelRect* rect : {static_cast<const ZelRect*>(nullptr), &part}) {
       TestImage blurred(lifted), smooth(source), fused(source), softened(lifted), soft(lifted);
-      const Region region = GivenRegion(rect, source.view());
+      const Region region = GivenRegion(rect, source.view().Whole());
       ASSERT_TRUE(GaussianBlur(lifted.desc(), blurred.desc(), rect, k * 0.1));
       ASSERT_TRUE(StrengthBlend(blurred.desc(), lifted.desc(), smooth.desc(), kMix, 50, rect));
       ASSERT_TRUE(SkinClearSmooth(source.view(), fused.view(), region, k));

@@ -78,7 +78,7 @@ TEST(SkinTone, MixesTheGainsThroughTheMask) {
   const TestImage source({301, 47, 3, 8, true, 3});
   const ZelRect part{5, 6, 290, 40};
   const ZelPoint point{44, 31};
-  const Region region = ClampedRegion(&part, source.view());
+  const Region region = ClampedRegion(&part, source.view().Whole());
   for (const ZelPoint* seed : {static_cast<const ZelPoint*>(nullptr), &point}) {
     TestImage shifted(source), expected(source.shape(), 2);
     Rgb skin = kTypicalSkin;
@@ -98,8 +98,8 @@ TEST(SkinTone, SixteenBitsGetTheGainsWithoutAMask) {
   const Rgb target = ComplementTarget({60, 70, 20});
   // Sampled values are multiplied by 257 like the target, beyond 16 bits.
   const auto wrapped = [&](int k) { return source.Colour(4, 4, k) * 257 & 0xFFFF; };
-  ASSERT_TRUE(SkinToneShift(source.view<uint16_t>(), expected.view<uint16_t>(), ClampedRegion(&rect, source.view()),
-                            {wrapped(0), wrapped(1), wrapped(2)},
+  ASSERT_TRUE(SkinToneShift(source.view<uint16_t>(), expected.view<uint16_t>(),
+                            ClampedRegion(&rect, source.view().Whole()), {wrapped(0), wrapped(1), wrapped(2)},
                             {target.red * 257, target.green * 257, target.blue * 257}, 65535, 100));
   EXPECT_EQ(After(ZelTavoraFunc_SkinTone, source, 1, &point, 60, 70, 20, &rect), expected);
   const TestImage before(source);

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Includes run one way between folders, and only the exports know result codes. Usage: rooms.sh SOURCE_DIR
+# Includes run one way between folders, only the exports know result codes, and what they call has a test of its name.
+# Usage: rooms.sh SOURCE_DIR
 set -euo pipefail
 cd "$1"
 shopt -s nullglob globstar
@@ -14,7 +15,11 @@ src/retouch
 src/exports
 chain
 tools'
-awk -v order="$order" '
+bad=0
+for name in $(sed -nE 's/^#include "([a-z]+\/[a-z_]+)\.h"/\1/p' src/exports/*.cpp | grep -v '^exports/' | sort -u); do
+  [ -f "tests/${name}_test.cpp" ] || { echo "tests/${name}_test.cpp is missing"; bad=1; }
+done
+awk -v order="$order" -v bad=$bad '
   BEGIN {
     lines = split(order, line, "\n")
     for (i = 1; i <= lines; ++i) {

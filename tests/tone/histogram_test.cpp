@@ -14,7 +14,7 @@ namespace zel::test {
 namespace {
 
 int32_t Count(const TestImage& image, const ZelRect* rect, const Sampling& sampling, float* block) {
-  const Region region = MeasuredRegion(rect, image.shape().width, image.shape().height);
+  const Region region = MeasuredRegion(rect, {0, 0, image.shape().width, image.shape().height});
   int32_t count = 0;
   WithView(image.desc(), [&](const auto& view) {
     count = ComputeHistogram(view, region, block, false, sampling);
@@ -66,7 +66,7 @@ TEST(Histogram, LooksThroughCurvesAsIfTheyHadBeenApplied) {
     const TestImage image(shape);
     TestImage applied(image);
     ASSERT_TRUE(ApplyChannelLut(image.desc(), applied.desc(), &rect, Curves<uint8_t>{curves, 3}));
-    const AppliedCurves through{{curves, 3}, ClampedRegion(&rect, shape.width, shape.height)};
+    const AppliedCurves through{{curves, 3}, ClampedRegion(&rect, {0, 0, shape.width, shape.height})};
     float expected[3 * kBins], seen[3 * kBins];
     EXPECT_EQ(Count(applied, &rect, {false, 20, 20}, expected), Count(image, &rect, {false, 20, 20, &through}, seen));
     EXPECT_EQ(std::memcmp(expected, seen, shape.channels * kBins * sizeof(float)), 0) << NameOf(shape);

@@ -1,4 +1,6 @@
-"""The bytes of every operation at its three examples, against those that were written down: examples_test.py --rewrite."""
+"""The defaults of every operation and its bytes at its three examples, against those that were written down.
+
+examples_test.py --rewrite writes them down."""
 import hashlib
 import json
 import os
@@ -17,12 +19,14 @@ class Examples(ToolTest):
         grey = samples(self.read("in8.ppm"))[1::3]
         self.write("grey.pgm", b"P5 240 160 255\n" + bytes(grey))
         for operation in json.loads(self.zel("ops", "--json")[0])["operations"]:
+            defaults = [f"{p['name']}={p.get('default', '')}" for p in operation["parameters"]]
+            yield " ".join([operation["name"], operation["depth"], *defaults]) + "\n"
             for example in operation["examples"]:
                 digests = [hashlib.sha256(self.zel(name, "-o", "-", "--format", "ppm", operation["name"], *example.split())[0])
                            .hexdigest()[:16] for name in ("in8.ppm", "in16.ppm", "grey.pgm")]
                 yield " ".join([operation["name"], *example.split(), *digests]) + "\n"
 
-    def test_every_example_gives_the_bytes_that_it_gave(self):
+    def test_every_operation_has_its_defaults_and_every_example_its_bytes(self):
         lines = list(self.lines())
         if rewrite:
             with open(STORED, "w", encoding="ascii") as file:
