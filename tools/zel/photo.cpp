@@ -34,10 +34,17 @@ bool IsCarried(const std::string& name) {
   return name.rfind("exif-ifd", 0) == 0 || name.rfind("png-comment-", 0) == 0;
 }
 
+// What is kept gets memory of its own: some loaders lend theirs only until they are closed.
 void DropOtherFields(const VImage& image) {
   char** names = vips_image_get_fields(image.get_image());
   for (char** name = names; *name; ++name) {
-    if (!IsCarried(*name)) vips_image_remove(image.get_image(), *name);
+    if (!IsCarried(*name)) {
+      vips_image_remove(image.get_image(), *name);
+    } else if (image.get_typeof(*name) == VIPS_TYPE_BLOB) {
+      size_t size = 0;
+      const void* bytes = image.get_blob(*name, &size);
+      vips_image_set_blob_copy(image.get_image(), *name, bytes, size);
+    }
   }
   g_strfreev(names);
 }
@@ -185,16 +192,16 @@ VImage Decode(const vips::VSource& source, const std::string& path, const ReadOp
   } else if (options.toSrgb) {
     image = InSrgb(image);
   }
-  image = InMemory(image);
-  DropOtherFields(image);
+  VImage photo = InMemory(image);
+  DropOtherFields(photo);
   if (jpeg.quality > 0) {
-    image.set(kQualityField, jpeg.quality);
-    image.set(kSubsamplingField, jpeg.halved ? "4:2:0" : "4:4:4");
+    photo.set(kQualityField, jpeg.quality);
+    photo.set(kSubsamplingField, jpeg.halved ? "4:2:0" : "4:4:4");
   }
   if (!jpeg.comments.empty()) {
-    vips_image_set_blob_copy(image.get_image(), kCommentField, jpeg.comments.data(), jpeg.comments.size());
+    vips_image_set_blob_copy(photo.get_image(), kCommentField, jpeg.comments.data(), jpeg.comments.size());
   }
-  return image;
+  return photo;
 }
 
 // What the format holds of the photograph.
