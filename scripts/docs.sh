@@ -34,13 +34,6 @@ described() {
     *) echo "$1|" ;;
   esac
 }
-# show FILE NAME WORDS...: what the words make of the photograph, beside it; prints what was chosen and why.
-show() {
-  local file=$1 name=$2
-  shift 2
-  "$zel" "$file" -o "$pages/gallery/after.png" --overwrite -v "$@" 2>&1 | sed -nE 's/^zel: .*auto chose (.*)/\1/p; s/^zel:   (.*)/\1/p'
-  "$zel" compare "$file" "$pages/gallery/after.png" -o "$pages/gallery/$name.jpg" --width 480 >/dev/null
-}
 [ ${#photos[@]} -gt 0 ] || photos=(../shared/photos/*.{png,jpg})
 "$zel" sample "$pages/gallery/drawn.png"
 printf '# Gallery\n\nPhotographs before and after `auto`, with what was chosen and why.\n' >"$pages/gallery.md"
@@ -48,7 +41,10 @@ for photo in "${photos[@]}" "$pages/gallery/drawn.png"; do
   [ -r "$photo" ] || continue
   name=$(basename "${photo%.*}")
   IFS='|' read -r title origin <<<"$(described "$name")"
-  mapfile -t chosen < <(show "$photo" "$name" auto)
+  # What was chosen, then why.
+  mapfile -t chosen < <("$zel" "$photo" -o "$pages/gallery/after.png" --overwrite -v auto 2>&1 |
+    sed -nE 's/^zel: .*auto chose (.*)/\1/p; s/^zel:   (.*)/\1/p')
+  "$zel" compare "$photo" "$pages/gallery/after.png" -o "$pages/gallery/$name.jpg" --width 480 >/dev/null
   {
     printf '\n## %s\n\n%s`%s`\n\n' "$title" "${origin:+Origin: $origin. }Chosen: " "${chosen[0]}"
     [ ${#chosen[@]} = 1 ] || printf -- '- %s\n' "${chosen[@]:1}"

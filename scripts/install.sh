@@ -23,7 +23,7 @@ packages() {
     gimp) echo gimp libgimp2.0-dev xvfb xdotool imagemagick openbox ;;
     release) echo debhelper dpkg-dev libgimp2.0-dev lintian mmdebstrap zip ;;
     tools) echo libvips-tools imagemagick gegl openimageio-tools time ;;
-    docs) echo mkdocs mkdocs-material man-db chromium nodejs npm python3 ;;
+    docs) echo mkdocs mkdocs-material man-db chromium nodejs python3; command -v npm >/dev/null || echo npm ;;
     *) return 1 ;;
   esac
 }
