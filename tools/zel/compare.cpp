@@ -33,12 +33,13 @@ struct Place {
 
 // Where a part of this size differs most; the middle of equal pictures.
 Place Busiest(const VImage& a, const VImage& b, int width, int height) {
-  const VImage d = (a - b).abs().bandmean().shrink(std::max(1.0, width / 4.0), std::max(1.0, height / 4.0));
+  const VImage d =
+      (a - b).abs().cast(VIPS_FORMAT_FLOAT).bandmean().shrink(std::max(1.0, width / 4.0), std::max(1.0, height / 4.0));
   double ones[9] = {1, 1, 1, 1, 1, 1, 1, 1, 1};
   const VImage sums = d.conv(VImage::new_matrix(3, 3, ones, 9));
   int x = 0, y = 0;
-  if (sums.max(VImage::option()->set("x", &x)->set("y", &y)) == 0)
-    return {(a.width() - width) / 2, (a.height() - height) / 2};
+  const double most = sums.max(VImage::option()->set("x", &x)->set("y", &y));
+  if (most <= 0) return {(a.width() - width) / 2, (a.height() - height) / 2};
   const auto centred = [](int at, int of, int part, int whole) {
     return std::clamp(static_cast<int>((at + 0.5) * whole / of) - part / 2, 0, whole - part);
   };
