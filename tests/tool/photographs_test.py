@@ -238,6 +238,23 @@ class Looking(ToolTest):
         self.assertIn("auto chose", self.zel("s.png", "-o", "b.png", "-v", "auto")[1])
         self.refuses(2, "auto has no parameter level", "s.png", "-o", "c.png", "auto", "level=3")
 
+    def test_auto_mends_what_is_wrong_and_leaves_the_rest(self):
+        def auto(source, result):
+            line = json.loads(self.zel(source, "-o", result, "--overwrite", "--json", "auto")[0])
+            return {word for word in line["chosen"]["operations"].split() if "=" not in word}
+        self.zel("sample", "0.png", "--size", "480x320")
+        changes = []
+        for i in range(3):
+            chosen = auto(f"{i}.png", f"{i + 1}.png")
+            changes.append(float(self.zel("compare", f"{i}.png", f"{i + 1}.png")[0].decode().split("mean difference ")[1].split(",")[0]))
+        self.assertTrue(changes[0] > 2 * changes[1] > 2 * changes[2], changes)  # what is better needs less
+        self.assertLessEqual(chosen, {"light-correct", "levels"})
+        for damage, cure in ((["contrast", "contrast=-45"], "levels"), (["gamma", "gamma=0.55"], "gamma"),
+                             (["hue-saturation", "saturation=-60"], "hue-saturation"), (["blur", "radius=1.2"], "unsharp"),
+                             (["temperature", "temperature=-50"], "light-correct")):
+            self.zel("2.png", "-o", "bad.png", "--overwrite", *damage)
+            self.assertIn(cure, auto("bad.png", "good.png"), damage)
+
 
 class Words(ToolTest):
     def test_what_people_type_is_understood_or_explained(self):

@@ -270,9 +270,12 @@ vips::VOption* SaveOptions(const VImage& photo, Format format, const WriteOption
 
 void StartImages(const char* program) {
   if (VIPS_INIT(program)) throw Failure("the image library does not start: " + VipsMessage());
-  g_log_set_handler(
-      "VIPS", static_cast<GLogLevelFlags>(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_INFO),
-      [](const gchar*, GLogLevelFlags, const gchar*, gpointer) {}, nullptr);
+  // What libraries mutter about a damaged file is no message for people.
+  g_log_set_default_handler(
+      [](const gchar* domain, GLogLevelFlags level, const gchar* text, gpointer) {
+        if (level & (G_LOG_LEVEL_ERROR | G_LOG_LEVEL_CRITICAL)) g_log_default_handler(domain, level, text, nullptr);
+      },
+      nullptr);
   BlockOtherLoaders();
   vips_cache_set_max(0);
   vips_concurrency_set(1);
