@@ -63,7 +63,7 @@ check() {
 web() {
   local log=build/log/web.log done=0 result test
   ZEL=$PWD/build/release/zel scripts/page.sh >"$log" 2>&1 || { note 1 "web: build" "$log"; return; }
-  scripts/install.sh browsers >>"$log" 2>&1 || echo "no browsers" >>"$log"
+  scripts/install.sh browsers docs >>"$log" 2>&1 || echo "no browsers" >>"$log"
   ZEL=$PWD/build/release/zel node --test --test-reporter=tap --test-concurrency=1 web/test/*.test.js >"$log" 2>&1
   while read -r result test; do
     note "$result" "web: $test" "$log"

@@ -79,7 +79,7 @@ npm install --silent --no-save --prefix build/npm iframe-worker >/dev/null
 { cat build/npm/node_modules/iframe-worker/shim/index.js; echo; printf 'var __search = {index: Promise.resolve('
   cat build/site/search/search_index.json; echo ')}'; } >build/site/search/offline.js
 # What scrolls must be reachable by keyboard, and a dialog needs a name.
-find build/site -name '*.html' -exec sed -i -e 's/<pre><code/& tabindex="0"/g' \
+find build/site -name '*.html' -exec sed -i \
   -e 's/class="md-search" data-md-component="search"/& aria-label="Search"/' \
   -e 's/class="md-search__scrollwrap"/& tabindex="0"/' {} +
 echo "Open build/site/index.html"

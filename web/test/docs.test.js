@@ -17,7 +17,7 @@ test('the documentation works from a folder', { skip: missing && `${missing} is 
   const browser = await launch('chromium');
   t.after(() => browser.close());
   for (const [width, scheme] of /** @type {[number, string][]} */ ([[1280, 'light'], [390, 'dark']])) {
-    const page = await browser.newPage();
+    const page = await (await browser.createBrowserContext()).newPage();
     await page.setViewport({ width, height: 800 });
     await page.emulateMediaFeatures([{ name: 'prefers-color-scheme', value: scheme }]);
     /** @type {string[]} */
