@@ -7,99 +7,11 @@
 #include "core/channel_lut.h"
 #include "core/reduce.h"
 #include "core/work_time.h"
-#include "tone/histogram.h"
+#include "retouch/age_estimate.h"
 
 namespace zel {
 
 namespace {
-
-struct Histogram {
-  int32_t bins[256] = {};
-  int32_t count = 0;
-
-  // The first level at which more than the share of the samples is reached, from below.
-  int32_t Percentile(double share) const {
-    const auto pixels = [this](int32_t level) { return bins[level]; };
-    return std::min(PercentileWalk(pixels).To(share * count), 255);
-  }
-};
-
-// What a channel shows of black and white, in levels.
-struct Levels {
-  double black, white;
-};
-
-// Of packed rows, in the order red, green, blue.
-void Count(const View<const uint8_t>& image, Histogram* histograms) {
-  const uint8_t* sample = image.data;
-  const int32_t pixels = image.width * image.height;
-  for (int32_t i = 0; i < pixels; ++i) {
-    for (int32_t k = 0; k < image.channels; ++k) ++histograms[k].bins[*sample++];
-  }
-  for (int32_t k = 0; k < image.channels; ++k) histograms[k].count = pixels;
-  if (image.channels == 3 && image.blueFirst) std::swap(histograms[0], histograms[2]);
-}
-
-constexpr double kDarkest = 0.0005;    // share of the samples that may be darker than black,
-constexpr double kBrightest = 0.0003;  // and brighter than white: few, for small highlights are what paper yellows
-constexpr double kBlack = 8.0;         // the black of a photograph that has not aged
-constexpr double kFewestTones = 40.0;
-
-// From 0 at `from` to 1 at `to`.
-double Ramp(double value, double from, double to) {
-  return std::min(std::max((value - from) / (to - from), 0.0), 1.0);
-}
-
-// Dyes fade one by one: a channel's black may be lifted by this much over both others. Below `from` it is the subject,
-// and so it is far above: shadows are often reddish, and nothing photographed is as green or blue as a faded dye.
-struct DyeLift {
-  double from, whole, most;
-};
-constexpr DyeLift kDyeLift[3] = {{12.0, 28.0, 70.0}, {3.0, 12.0, 55.0}, {4.0, 14.0, 45.0}};
-
-// What of the measured ends is age. A veil lifts the black of all channels, one up to 1.3 times as far as another, and
-// takes up to 0.6 of it from white, with half of it more where it is coloured. A picture without anything dark
-// (from 105 to 155) does not show what was black. Yellowed paper takes most from blue and least from red; it is
-// believed when the channels are apart by more than most lamps bring them, and then for three fifths.
-void KeepWhatIsAge(Levels* levels, int32_t channels) {
-  double least = 255.0, brightest = 0.0;
-  for (int32_t k = 0; k < channels; ++k) {
-    least = std::min(least, levels[k].black);
-    brightest = std::max(brightest, levels[k].white);
-  }
-  const double dark = 1.0 - Ramp(least, 105.0, 155.0);
-  const double veiled = brightest - least < kFewestTones ? 0.0 : Ramp(least, 12.0, 24.0) * dark;
-  Levels kept[3];
-  double mostVeil = 0.0;
-  for (int32_t k = 0; k < channels; ++k) {
-    const double black = std::max(levels[k].black, kBlack);
-    const double veil = (std::max(std::min(black, 1.3 * least), kBlack) - kBlack) * veiled;
-    double dye = 0.0;
-    if (channels == 3) {
-      const double over = levels[k].black - std::max(levels[(k + 1) % 3].black, levels[(k + 2) % 3].black);
-      const DyeLift& lift = kDyeLift[k];
-      dye = Ramp(over, lift.from, lift.whole) * (1.0 - Ramp(over, lift.most, 1.6 * lift.most)) * dark;
-    }
-    kept[k].black = kBlack + std::max(veil, (black - kBlack) * dye);
-    mostVeil = std::max(mostVeil, veil);
-  }
-  const bool yellowed =
-      channels == 3 && levels[0].white >= levels[1].white - 3.0 && levels[1].white >= levels[2].white - 3.0;
-  for (int32_t k = 0; k < channels; ++k) {
-    const double lost = 255.0 - levels[k].white, apart = brightest - levels[k].white;
-    const double veil = 0.6 * least * veiled + 0.5 * mostVeil;
-    const double paper = yellowed ? 0.6 * apart * Ramp(apart, 35.0, 60.0) * (1.0 - Ramp(apart, 75.0, 130.0)) : 0.0;
-    kept[k].white = std::max(255.0 - std::min(std::max(veil, paper), lost), kept[k].black + kFewestTones);
-    levels[k] = kept[k];
-  }
-}
-
-bool Unaged(const Levels* levels, int32_t channels) {
-  for (int32_t k = 0; k < channels; ++k) {
-    if (levels[k].black > kBlack + 0.5 || levels[k].white < 254.5) return false;
-  }
-  return true;
-}
 
 // The two ways in which age lifts black, taken back, as levels: a faded dye has lost density everywhere (a power of
 // light), a veil has added the same light everywhere (a difference). Both lead black and white to the same place.
@@ -111,13 +23,17 @@ struct Fading {
   }
 };
 
-void FillCurves(const Levels* levels, int32_t channels, Fading* curves) {
+void FillCurves(const Age& age, int32_t channels, Fading* curves) {
   const double target = LightOfLevel(kBlack / 255.0);
   for (int32_t k = 0; k < channels; ++k) {
-    const double black = LightOfLevel(levels[k].black / 255.0), white = LightOfLevel(levels[k].white / 255.0);
+    const double black = LightOfLevel(age.black[k] / 255.0), white = LightOfLevel(age.white[k] / 255.0);
     const double power = Logarithm(target) / Logarithm(black / white);
     for (int32_t i = 0; i < 256; ++i) {
-      const double light = LightOfLevel(i / 255.0), share = std::min(light / white, 1.0);
+      double light = LightOfLevel(i / 255.0);
+      if (age.power[k] > 1.0 && light > 0.0 && light < age.paper[k]) {
+        light = age.paper[k] * Exponential(Logarithm(light / age.paper[k]) * age.power[k]);
+      }
+      const double share = std::min(light / white, 1.0);
       const double dense = share > 0.0 ? Exponential(Logarithm(share) * power) : 0.0;
       const double clear =
           light <= black ? target * light / black : target + (light - black) / (white - black) * (1.0 - target);
@@ -171,23 +87,19 @@ void FillTable(const Fading& curves, int32_t channel, double veiled, double shar
   }
 }
 
-// Three tables, or one, in the order of the samples' names: red, green, blue.
-void BuildTables(const View<const uint8_t>& image, const Histogram* histograms, int32_t strength, uint8_t* block) {
+// Three tables, or one, in the order of the samples' names: red, green, blue. False when memory ran out.
+bool BuildTables(const View<const uint8_t>& image, int32_t strength, uint8_t* block) {
   const int32_t channels = image.channels;
   FillIdentity(Curves<uint8_t>{block, channels});
-  Levels levels[3];
-  for (int32_t k = 0; k < channels; ++k) {
-    // One level outside what is kept, so that a flat area at the end is not clipped as a whole.
-    levels[k].black = std::max(histograms[k].Percentile(kDarkest) - 1, 0);
-    levels[k].white = std::min(histograms[k].Percentile(1.0 - kBrightest) + 1, 255);
-  }
-  KeepWhatIsAge(levels, channels);
-  if (Unaged(levels, channels)) return;
+  Age age;
+  if (!EstimateAge(image, &age)) return false;
+  if (!age.any) return true;
   Fading curves;
-  FillCurves(levels, channels, &curves);
+  FillCurves(age, channels, &curves);
   const double veiled = channels == 3 ? VeiledShare(image, curves) : 0.5;
-  const double share = std::min(strength / 50.0, 0.5 + strength / 100.0);
+  const double share = std::min(strength / 50.0, 0.7 + strength * 0.006);
   for (int32_t k = 0; k < channels; ++k) FillTable(curves, k, veiled, share, block + k * kLutEntries8);
+  return true;
 }
 
 }  // namespace
@@ -197,10 +109,8 @@ bool RecoverAgedPhoto(const ImageDesc* source, const ImageDesc* destination, int
     if (in.channels != 1 && in.channels != 3) return false;
     SampledCopy<uint8_t> copy;
     if (!PointSample(in, in.Whole(), kMeasuredExtent, &copy)) return false;
-    Histogram histograms[3];
-    Count(copy.view, histograms);
     uint8_t block[3 * kLutEntries8];
-    BuildTables(copy.view, histograms, std::min(std::max(strength, 0), 100), block);
+    if (!BuildTables(copy.view, std::min(std::max(strength, 0), 100), block)) return false;
     return ApplyChannelLutRaw(in, out, ClampedRegion(rect, in.Whole()), Curves<uint8_t>{block, in.channels});
   });
 }

@@ -6,13 +6,13 @@
 
 namespace zel {
 
-// Measures a reduced copy of the whole image and applies one curve per channel to the rectangle: each channel's own
-// black and white come back, as density where a dye has faded and as light where a veil lies over the picture. Channels
-// stay as far apart as age could not have brought them, and a picture that shows no age stays as it is, byte for byte.
-// docs/aged-photo.md has the reasons and the measurements.
+// Measures a reduced copy of the whole image and applies one curve per channel to the rectangle: the contrast of each
+// faded dye comes back first, then black and white, as density where dyes have faded and as light where a veil lies
+// over the picture. A picture that shows no age stays as it is, byte for byte. docs/aged-photo.md has the reasons and
+// the measurements.
 //
 // `strength` counts from 0 to 100 (cut to it): up to 50 it leads to the measured curve, from there on the middle tones
-// go up to half as far beyond it and the ends stay. 1 and 3 channels, 8 and 16 bits (by an 8-bit curve). False, with
+// go up to a third as far beyond it and the ends stay. 1 and 3 channels, 8 and 16 bits (by an 8-bit curve). False, with
 // nothing written, when the images differ or cannot be processed, or memory ran out.
 bool RecoverAgedPhoto(const ImageDesc* source, const ImageDesc* destination, int32_t strength, const ZelRect* rect);
 

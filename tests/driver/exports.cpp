@@ -155,7 +155,7 @@ const std::vector<Export>& Exports() {
       {FUNCTION(ZelTavoraFunc_AgedPhotoRecovered),
        modes,
        all,
-       tables,
+       votes,
        {{"aged-photo", true, {{0, 60}}}},
        {"aged-photo", {"gentle", "strength"}}},
       {FUNCTION(ZelTavoraFunc_ColorTemperature),

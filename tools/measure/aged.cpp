@@ -1,6 +1,6 @@
 // How well ZelTavoraFunc_AgedPhotoRecovered restores pictures that were aged by known recipes, beside a plain stretch
 // of each channel between its percentiles (auto levels).
-//   zel_measure_aged [--fold 0|1] [--save FOLDER] PHOTOGRAPH-OR-FOLDER...
+//   zel_measure_aged [--fold tune|held-back] [--save FOLDER] PHOTOGRAPH-OR-FOLDER...
 #include <vips/vips.h>
 #include <algorithm>
 #include <cmath>
@@ -23,6 +23,8 @@ struct Recipe {
 double Density(double light, double lost) {
   return std::pow(light, 1.0 - lost);
 }
+
+constexpr double kDensest = 0.0008;  // a print reflects that much of the light at the least
 
 const Recipe kRecipes[] = {
     {"cyan dye faded",
@@ -56,11 +58,26 @@ const Recipe kRecipes[] = {
        return l * std::pow(10.0, -d[k] * a);
      }},
     {"flat", [](int, double l, double a) { return Density(l, 0.4 * a) * std::pow(10.0, -0.08 * a); }},
-    {"levels pressed, yellowed", [](int k, double l, double a) {
+    {"levels pressed, yellowed",
+     [](int k, double l, double a) {
        const double i = Level(l), veil[3] = {255.0, 220.0, 160.0};
        double v = i + a * (60.0 + i * 140.0 / 255.0 - i);
        if (k == 2) v += a * (20.0 - i * 50.0 / 255.0);
        return Linear(v + 0.12 * a * (veil[k] - v));
+     }},
+    {"two dyes faded, black at 3.1",
+     [](int k, double l, double a) {
+       const double lost[3] = {0.35, 0.05, 0.45};
+       return Density(std::max(l, kDensest), lost[k] * a);
+     }},
+    {"light added",
+     [](int k, double l, double a) {
+       const double added[3] = {0.12, 0.09, 0.05};
+       return std::min(l + added[k] * a, 1.0);
+     }},
+    {"dyes faded, paper yellowed", [](int k, double l, double a) {
+       const double lost[3] = {0.3, 0.15, 0.1}, d[3] = {0.02, 0.06, 0.15};
+       return Density(std::max(l, kDensest), lost[k] * a) * std::pow(10.0, -d[k] * a);
      }}};
 
 Photograph Aged(const Photograph& photograph, const Recipe& recipe, double amount) {
@@ -112,11 +129,11 @@ int main(int count, char** arguments) {
   constexpr int kColumns = 6;
   const int strengths[] = {25, 50, 75, 100};
   std::printf(
-      "Mean CIEDE2000 against the unaged picture, %zu pictures\n\n"
+      "Mean CIEDE2000 against the unaged picture, %zu pictures, fold %s\n\n"
       "| aged by | amount | as aged | auto levels | strength 25 | strength 50 | strength 75 | strength 100 |\n"
       "|---|---|---|---|---|---|---|---|\n",
-      pictures.size());
-  std::vector<std::pair<double, std::string>> worst;
+      pictures.size(), NameOf(options.fold));
+  std::vector<std::pair<double, std::string>> worst, changed;
   double all[kColumns] = {}, rows = 0.0;
   const auto line = [&](const char* name, double amount, const double* sums, double divisor) {
     std::printf("| %s | %.1f |", name, amount);
@@ -133,7 +150,11 @@ int main(int count, char** arguments) {
         const double error = MeanDeltaE(after, picture);
         sums[2 + s] += error;
         if (strengths[s] != 50) continue;
-        worst.push_back({error, picture.name + ", " + (amount > 0.0 ? recipe.name : "not aged")});
+        if (amount > 0.0) {
+          worst.push_back({error, picture.name + ", " + recipe.name});
+        } else {
+          changed.push_back({error, picture.name});
+        }
         if (options.folder.empty()) continue;
         const std::string path = options.folder + "/" + picture.name + " " + recipe.name;
         SavePng(aged, path + " aged.png");
@@ -154,10 +175,14 @@ int main(int count, char** arguments) {
   double unaged[kColumns] = {};
   measure(kRecipes[0], 0.0, unaged);
   line("not aged", 0.0, unaged, n);
-  std::sort(worst.rbegin(), worst.rend());
-  std::printf("\nWorst at 50:");
-  for (size_t i = 0; i < std::min<size_t>(worst.size(), 8); ++i) {
-    std::printf(" %s (%.1f)%s", worst[i].second.c_str(), worst[i].first, i < 7 ? ";" : "\n");
-  }
+  const auto name = [](const char* title, std::vector<std::pair<double, std::string>>* list) {
+    std::sort(list->rbegin(), list->rend());
+    std::printf("\n%s:", title);
+    for (size_t i = 0; i < std::min<size_t>(list->size(), 8); ++i) {
+      std::printf(" %s (%.1f)%s", (*list)[i].second.c_str(), (*list)[i].first, i < 7 ? ";" : "\n");
+    }
+  };
+  name("Worst at 50", &worst);
+  name("Not aged, most changed at 50", &changed);
   return 0;
 }

@@ -1,6 +1,6 @@
 // How well ZelBasicToolFunc_LightCorrect finds the light: photographs and drawn scenes under 26 lights on the line of
 // black bodies and off it, beside four simple methods.
-//   zel_measure_light [--fold 0|1] [--clip] [--save FOLDER] PHOTOGRAPH-OR-FOLDER...
+//   zel_measure_light [--fold tune|held-back] [--clip] [--save FOLDER] PHOTOGRAPH-OR-FOLDER...
 #include <vips/vips.h>
 #include <algorithm>
 #include <cmath>
@@ -205,7 +205,8 @@ int main(int count, char** arguments) {
       }
     }
   }
-  std::printf("Mean angle in degrees between the light and its estimate, %zu pictures\n\n| lights |", pictures.size());
+  std::printf("Mean angle in degrees between the light and its estimate, %zu pictures, fold %s\n\n| lights |",
+              pictures.size(), NameOf(options.fold));
   for (const Method& method : kMethods) std::printf(" %s |", method.name);
   std::printf("\n|---|");
   for (size_t m = 0; m < kMethodCount; ++m) std::printf("---|");

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
+#include <cstdlib>
 #include <filesystem>
 
 namespace zel::measure {
@@ -193,13 +193,24 @@ Photograph Drawn(const Scene& scene) {
 
 Options OptionsOf(int count, char** arguments) {
   Options options;
+  const auto wrong = [&](const char* text) {
+    std::fprintf(stderr, "%s: %s\nusage: %s [--fold tune|held-back] [--clip] [--save FOLDER] PHOTOGRAPH-OR-FOLDER...\n",
+                 arguments[0], text, arguments[0]);
+    std::exit(2);
+  };
   for (int i = 1; i < count; ++i) {
-    if (std::strcmp(arguments[i], "--clip") == 0) {
+    const std::string argument = arguments[i];
+    if (argument == "--clip") {
       options.clip = true;
-    } else if (std::strcmp(arguments[i], "--fold") == 0 && i + 1 < count) {
-      options.fold = arguments[++i][0] == '0' ? 0 : 1;
-    } else if (std::strcmp(arguments[i], "--save") == 0 && i + 1 < count) {
+    } else if (argument == "--fold") {
+      const std::string fold = i + 1 < count ? arguments[++i] : "";
+      if (fold != NameOf(Fold::kTune) && fold != NameOf(Fold::kHeldBack)) wrong("which fold?");
+      options.fold = fold == NameOf(Fold::kTune) ? Fold::kTune : Fold::kHeldBack;
+    } else if (argument == "--save") {
+      if (i + 1 == count) wrong("save where?");
       options.folder = arguments[++i];
+    } else if (argument.rfind("--", 0) == 0) {
+      wrong(arguments[i]);
     } else {
       options.paths.push_back(arguments[i]);
     }
@@ -207,10 +218,14 @@ Options OptionsOf(int count, char** arguments) {
   return options;
 }
 
-int FoldOf(const std::string& name) {
+const char* NameOf(Fold fold) {
+  return fold == Fold::kTune ? "tune" : "held-back";
+}
+
+Fold FoldOf(const std::string& name) {
   uint32_t hash = 2166136261u;
   for (const char c : name) hash = (hash ^ static_cast<uint8_t>(c)) * 16777619u;
-  return static_cast<int>(hash >> 13 & 1);
+  return (hash >> 13 & 1) == 0 ? Fold::kTune : Fold::kHeldBack;
 }
 
 std::vector<Photograph> PicturesOf(const Options& options) {
@@ -220,7 +235,7 @@ std::vector<Photograph> PicturesOf(const Options& options) {
   }
   for (const Scene& scene : Scenes()) pictures.push_back(Drawn(scene));
   for (Photograph& picture : pictures) {
-    if (options.fold < 0 || FoldOf(picture.name) == options.fold) chosen.push_back(std::move(picture));
+    if (FoldOf(picture.name) == options.fold) chosen.push_back(std::move(picture));
   }
   return chosen;
 }

@@ -25,19 +25,24 @@ struct Photograph {
   void SetLevel(size_t pixel, int colour, double level);  // rounds and cuts to 0..255
 };
 
-// Constants are chosen on fold 0 alone and judged on fold 1; a photograph's name decides its fold. What the programs
-// take from their command line: photographs or folders, and --fold, --clip, --save FOLDER.
+// Constants are chosen on the pictures of one fold alone and judged on those of the other; a picture's name decides its
+// fold, and no run sees both.
+enum class Fold { kTune, kHeldBack };
+Fold FoldOf(const std::string& name);
+
+// What the programs take from their command line: photographs or folders, and --fold tune|held-back (held-back when it
+// is not given), --clip, --save FOLDER. Anything else that begins with two dashes ends the program with a message.
 struct Options {
-  int fold = -1;  // both
+  Fold fold = Fold::kHeldBack;
   bool clip = false;
   std::string folder;
   std::vector<char*> paths;
 };
 Options OptionsOf(int count, char** arguments);
-int FoldOf(const std::string& name);
+const char* NameOf(Fold fold);
 
 // The photographs of the options' fold, and scenes drawn by code: a table of patches, fog, a sunset, a red room, a
-// forest, snow.
+// forest, snow, a night.
 std::vector<Photograph> PicturesOf(const Options& options);
 
 // The readable pictures among the arguments; a folder gives all of its own. Others are named on standard error.
