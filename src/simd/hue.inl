@@ -72,8 +72,8 @@ static void WeighHuesOfBytes(const uint8_t* in, uint8_t* out, size_t pixels, con
   const size_t red = blueFirst ? 2 : 0, blue = 2 - red;
   size_t p = 0;
 #if defined(ZEL_TWINS)
-  for (; p + kPixelsRead <= pixels; p += kMidPixels) {
-    const Mid v = LoadPixels(in + 3 * p);
+  for (; p + kMidPixels <= pixels; p += kMidPixels) {
+    const Mid v = LoadPixels(in + 3 * p, pixels - p);
     StoreHueWeights(out + p, WeighedHues(SamplesOfPixels(v, red), SamplesOfPixels(v, 1), SamplesOfPixels(v, blue), 255),
                     weights);
   }
@@ -121,8 +121,8 @@ static void WeighHuesOfWords(const uint16_t* in, uint8_t* out, size_t pixels, co
 static void SaturationsOfBytes(const uint8_t* in, uint8_t* out, size_t pixels) {
   size_t p = 0;
 #if defined(ZEL_TWINS)
-  for (; p + kPixelsRead <= pixels; p += kMidPixels) {
-    const Mid v = LoadPixels(in + 3 * p);
+  for (; p + kMidPixels <= pixels; p += kMidPixels) {
+    const Mid v = LoadPixels(in + 3 * p, pixels - p);
     const Mid a = SamplesOfPixels(v, 0), b = SamplesOfPixels(v, 1), c = SamplesOfPixels(v, 2);
     const Mid high = ZEL_MID(max_epi32)(ZEL_MID(max_epi32)(a, b), c),
               low = ZEL_MID(min_epi32)(ZEL_MID(min_epi32)(a, b), c);

@@ -168,8 +168,8 @@ static void MapCells(const uint8_t* in, uint8_t* out, size_t pixels, const uint8
   const Mid gather = blueFirst ? ZEL_PICKS(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1)
                                : ZEL_PICKS(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
   const Mid firstByte = ZEL_MID(set1_epi32)(255);
-  for (; p + kPixelsRead <= pixels; p += kMidPixels) {
-    const Mid v = ZEL_MID(shuffle_epi8)(LoadPixels(in + 3 * p), spread);
+  for (; p + kMidPixels <= pixels; p += kMidPixels) {
+    const Mid v = ZEL_MID(shuffle_epi8)(LoadPixels(in + 3 * p, pixels - p), spread);
     const Mid index = Seventeenths(v);
     const Mid fractions = ZEL_MID(sub_epi8)(v, ZEL_MID_BITS(or)(index, ZEL_MID(slli_epi16)(index, 4)));
     alignas(32) uint32_t at[kMidPixels];

@@ -165,14 +165,17 @@ static inline Mid LoadHalves(const void* lower, const void* upper) {
 #define ZEL_PICKS(...) ZEL_MID(setr_epi8)(__VA_ARGS__)
 #endif
 
-// Four pixels of three bytes in the first twelve of every sixteen. Four bytes behind the last pixel are read: two more
-// pixels must follow.
-enum : size_t { kPixelsRead = kMidPixels + 2 };
-static inline Mid LoadPixels(const uint8_t* in) {
+// Four pixels of three bytes in the first twelve of every sixteen, from where at least that many pixels are left. Four
+// bytes behind them are read along unless the row ends there.
+static inline Mid LoadPixels(const uint8_t* in, size_t left) {
 #if defined(__AVX2__)
-  return LoadHalves(in, in + 12);
+  if (left >= kMidPixels + 2) return LoadHalves(in, in + 12);
+  return _mm256_inserti128_si256(_mm256_castsi128_si256(LoadHalf(in)), _mm_srli_si128(LoadHalf(in + 8), 4), 1);
 #else
-  return LoadMid(in);
+  if (left >= kMidPixels + 2) return LoadMid(in);
+  uint8_t row[kMidBytes] = {};
+  __builtin_memcpy(row, in, 3 * kMidPixels);
+  return LoadMid(row);
 #endif
 }
 

@@ -33,8 +33,8 @@ static void WeighPixels(const uint8_t* in, uint8_t* out, size_t pixels, size_t s
     const Mid firstShares = ZEL_PICKS(4, 0, 4, 0, 4, 0, 4, 0, 12, 8, 12, 8, 12, 8, 12, 8);
     const Mid secondShares = ZEL_PICKS(5, -1, 1, -1, 5, -1, 1, -1, 13, -1, 9, -1, 13, -1, 9, -1);
     const Mid thirdShares = ZEL_PICKS(6, -1, 6, -1, 2, -1, 2, -1, 14, -1, 14, -1, 10, -1, 10, -1);
-    for (; p + kPixelsRead <= pixels; p += kMidPixels) {
-      const Mid v = ZEL_MID(shuffle_epi8)(LoadPixels(in + 3 * p), spread);
+    for (; p + kMidPixels <= pixels; p += kMidPixels) {
+      const Mid v = ZEL_MID(shuffle_epi8)(LoadPixels(in + 3 * p, pixels - p), spread);
       const Mid level = Seventeenths(v);
       const Mid fraction = ZEL_MID(sub_epi8)(v, ZEL_MID_BITS(or)(level, ZEL_MID(slli_epi16)(level, 4)));
       const Mid rest = ZEL_MID(sub_epi8)(ZEL_MID(set1_epi8)(17), fraction);
