@@ -17,31 +17,35 @@ constexpr int32_t kMaxBlockRows = 16;
 // above and below it included; any part of it can then be summed along the columns. Only a ring of such rows is kept.
 //
 //   while (const int32_t ready = rows.NextBlock())
-//     for (every tile of columns) for (i = 0 .. ready - 1) rows.Sum(i, first, count, out);
+//     for (every tile of columns) for (i = 0, 2 .. ready - 1) rows.Sum(i, first, count, out, next);
 //
-// The source rows of a block are not read again by later blocks, so the source may be overwritten with the results.
+// Two rows summed at once take less than two sums of one. The source rows of a block are not read again by later
+// blocks, so the source may be overwritten with the results.
 template <class T>
 class BlurredRows {
  public:
-  // Changes a copy of a source row before it is blurred: the pixels from column `left` on, those around the region that
-  // the blur looks at included.
-  class RowChange {
+  // What is blurred in place of the source's own rows.
+  class Rows {
    public:
-    virtual void Change(int32_t y, int32_t left, T* samples, int32_t pixels) const = 0;
+    // Writes pixels of row y from column `left` on; those around the region that the blur looks at are asked for too.
+    virtual void Fill(int32_t y, int32_t left, T* samples, int32_t pixels) const = 0;
 
    protected:
-    ~RowChange() = default;
+    ~Rows() = default;
   };
 
-  // The region is not empty and lies inside the image; `change` may be null. False without memory.
+  // The region is not empty and lies inside the image; `changed` may be null. False without memory.
   bool Start(const View<const T>& source, const Region& region, const BlurWeights& weights,
-             const RowChange* change = nullptr);
+             const Rows* changed = nullptr);
 
   // Goes on to the next rows and returns how many they are, 0 at the end.
   int32_t NextBlock();
 
-  // Blurred samples first to first + count - 1 of the region's part of row i of the block.
-  void Sum(int32_t i, size_t first, size_t count, T* out) const { sum_(rows_ + i, first, weights_, out, count); }
+  // Blurred samples first to first + count - 1 of the region's part of row i of the block, and of row i + 1 unless
+  // `next` is null.
+  void Sum(int32_t i, size_t first, size_t count, T* out, T* next = nullptr) const {
+    sum_(rows_ + i, first, weights_, out, next, count);
+  }
 
   size_t RowSamples() const { return rowSamples_; }
   // Where the region's part of row i of the block starts in the image.
@@ -53,9 +57,10 @@ class BlurredRows {
   void FilterPart(int32_t y, int32_t left, int32_t right, T* out);
 
   View<const T> source_;
-  const RowChange* change_ = nullptr;
-  // The kernel of the depth.
-  void (*sum_)(const T* const* rows, size_t first, const BlurWeights& weights, T* out, size_t count) = nullptr;
+  const Rows* changed_ = nullptr;
+  // The kernels of the depth.
+  void (*sum_)(const T* const* rows, size_t first, const BlurWeights& weights, T* out, T* next, size_t count) = nullptr;
+  void (*sumAlong_)(const T* in, size_t step, const BlurWeights& weights, T* out, size_t count) = nullptr;
   Region region_;
   BlurWeights weights_;
   size_t rowSamples_ = 0, stride_ = 0;  // of a row, and from one row in the ring to the next
@@ -63,9 +68,8 @@ class BlurredRows {
   int32_t ringRows_ = 0, filteredEnd_ = 0;
   Scratch<T> ring_;  // rows blurred along themselves, row y in slot y % ringRows_
   T* rowsStart_ = nullptr;
-  Scratch<T> line_;                                   // a part of a source row with its surroundings
-  const T* shifted_[2 * kMaxBlurReach + 1];           // the line, seen from each tap
-  const T* rows_[2 * kMaxBlurReach + kMaxBlockRows];  // the block's rows in the ring and those within reach
+  Scratch<T> line_;                                       // a part of a source row with its surroundings
+  const T* rows_[2 * kMaxBlurReach + kMaxBlockRows + 1];  // the block's rows in the ring, those within reach, one more
 };
 
 }  // namespace zel

@@ -85,9 +85,10 @@ bool GaussianBlurRaw(const Source<T>& source, const View<T>& destination, const 
   while (const int32_t ready = rows.NextBlock()) {
     for (size_t first = 0; first < rows.RowSamples(); first += kBlurTile) {
       const size_t count = std::min(kBlurTile, rows.RowSamples() - first);
-      for (int32_t i = 0; i < ready; ++i) {
-        AskFor(destination.data + rows.Offset(i + 1 < ready ? i + 1 : i) + first, count);
-        rows.Sum(i, first, count, destination.data + rows.Offset(i) + first);
+      const auto out = [&](int32_t i) { return i < ready ? destination.data + rows.Offset(i) + first : nullptr; };
+      for (int32_t i = 0; i < ready; i += 2) {
+        for (int32_t ahead = i + 2; ahead < std::min(i + 4, ready); ++ahead) AskFor(out(ahead), count);
+        rows.Sum(i, first, count, out(i), out(i + 1));
       }
     }
   }

@@ -48,16 +48,21 @@ bool Process(const Source<T>& source, const View<T>& destination, const ZelRect*
   BlurredRows<T> rows;
   if (!rows.Start(source, region, weights)) return false;
   const auto pushRow = PushRowOf(ActiveKernels().unsharp, source.data);
-  T blurred[kBlurTile];
+  T blurred[2][kBlurTile];
   while (const int32_t ready = rows.NextBlock()) {
     for (size_t first = 0; first < rows.RowSamples(); first += kBlurTile) {
       const size_t count = std::min(kBlurTile, rows.RowSamples() - first);
-      for (int32_t i = 0; i < ready; ++i) {
-        const size_t offset = rows.Offset(i) + first, next = rows.Offset(i + 1 < ready ? i + 1 : i) + first;
-        AskFor(source.data + next, count);
-        AskFor(destination.data + next, count);
-        rows.Sum(i, first, count, blurred);
-        pushRow(source.data + offset, blurred, destination.data + offset, count, push.gain, push.threshold);
+      for (int32_t top = 0; top < ready; top += 2) {
+        const int32_t end = std::min(top + 2, ready);
+        for (int32_t ahead = end; ahead < std::min(end + 2, ready); ++ahead) {
+          AskFor(source.data + rows.Offset(ahead) + first, count);
+          AskFor(destination.data + rows.Offset(ahead) + first, count);
+        }
+        rows.Sum(top, first, count, blurred[0], top + 1 < end ? blurred[1] : nullptr);
+        for (int32_t i = top; i < end; ++i) {
+          const size_t offset = rows.Offset(i) + first;
+          pushRow(source.data + offset, blurred[i - top], destination.data + offset, count, push.gain, push.threshold);
+        }
       }
     }
   }

@@ -15,28 +15,28 @@ namespace {
 // The blurred part of 127: 50 per cent, truncated.
 constexpr int32_t kBlurredShare = 50 * 127 / 100;
 
-// A curve for all channels, or none.
-class Lift final : public BlurredRows<uint8_t>::RowChange {
+// The source's rows through a curve for all channels, or as they are.
+class Lift final : public BlurredRows<uint8_t>::Rows {
  public:
-  Lift(int32_t channels, bool isOn) : channels_(channels), isOn_(isOn) {
+  Lift(const View<const uint8_t>& source, bool isOn) : source_(source), isOn_(isOn) {
     const int32_t contrast = 10, brightness = 0;
     MakeContrastBrightnessLut(Curves<uint8_t>{curve_, 1}, &contrast, &brightness);
   }
 
-  void Change(int32_t, int32_t, uint8_t* samples, int32_t pixels) const override {
-    Apply(samples, samples, static_cast<size_t>(pixels) * static_cast<size_t>(channels_));
+  void Fill(int32_t y, int32_t left, uint8_t* samples, int32_t pixels) const override {
+    Apply(source_.At(left, y), samples, static_cast<size_t>(pixels) * static_cast<size_t>(source_.channels));
   }
 
   void Apply(const uint8_t* in, uint8_t* out, size_t count) const {
     if (isOn_) {
       mapBytes_(in, out, count, curve_);
-    } else if (in != out) {
+    } else {
       std::copy(in, in + count, out);
     }
   }
 
  private:
-  int32_t channels_;
+  View<const uint8_t> source_;
   bool isOn_;
   decltype(LutKernels::MapBytes) mapBytes_ = ActiveKernels().lut.MapBytes;
   uint8_t curve_[kLutEntries8];
@@ -49,7 +49,7 @@ template <class Put>
 bool ForEachSoftTile(const View<const uint8_t>& source, const Region& region, int32_t k, bool lifted, Put put) {
   if (source.channels != 1 && source.channels != 3) return false;
   if (region.IsEmpty()) return true;
-  const Lift lift(source.channels, lifted);
+  const Lift lift(source, lifted);
   const BlendKernels& kernels = ActiveKernels().blend;
 
   // A kernel of a single tap leaves the rows as they are.
@@ -62,13 +62,19 @@ bool ForEachSoftTile(const View<const uint8_t>& source, const Region& region, in
     const int32_t ready = blurs ? rows.NextBlock() : 1;
     for (size_t first = 0; first < rowSamples; first += kBlurTile) {
       const size_t count = std::min(kBlurTile, rowSamples - first);
+      uint8_t base[kBlurTile], blurred[2][kBlurTile];
+      bool isBlurred = false;  // rows i and i + 1 for even i
       for (int32_t i = 0; i < ready; ++i) {
         const size_t offset = source.Offset(region.left, top + i) + first;
+        if (i % 2 == 0) isBlurred = false;
         put(top + i, first, offset, count, [&](uint8_t* soft) {
-          uint8_t base[kBlurTile];
           lift.Apply(source.data + offset, base, count);
-          if (blurs) rows.Sum(i, first, count, soft);
-          kernels.PullBytes(blurs ? soft : base, base, soft, count, kBlurredShare);
+          if (blurs && !isBlurred) {
+            const int32_t even = i - i % 2;
+            rows.Sum(even, first, count, blurred[0], even + 1 < ready ? blurred[1] : nullptr);
+            isBlurred = true;
+          }
+          kernels.PullBytes(blurs ? blurred[i % 2] : base, base, soft, count, kBlurredShare);
         });
       }
     }

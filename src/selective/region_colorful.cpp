@@ -36,11 +36,13 @@ struct SaturationLattice {
   uint8_t nodes[kLatticeSamples];
 };
 
-// Puts the raised colour of the source's pixels into the rectangle of a row that is to be blurred.
-class RaisedColour final : public BlurredRows<uint8_t>::RowChange {
+// The raised colour of the source's pixels in the rectangle, and around it what the destination holds there.
+class RaisedColour final : public BlurredRows<uint8_t>::Rows {
  public:
-  RaisedColour(const View<const uint8_t>& source, const Region& region, int64_t increase)
+  RaisedColour(const View<const uint8_t>& source, const View<const uint8_t>& destination, const Region& region,
+               int64_t increase)
       : source_(source),
+        destination_(destination),
         region_(region),
         lattice_(increase),
         map_(lattice_.nodes, static_cast<int64_t>(region.Width()) * region.Height()) {
@@ -52,16 +54,22 @@ class RaisedColour final : public BlurredRows<uint8_t>::RowChange {
     GammaCorrectRaw(levels, levels, levels.Whole(), gammas);
   }
 
-  void Change(int32_t y, int32_t left, uint8_t* samples, int32_t) const override {
-    if (y < region_.top || y >= region_.bottom) return;
+  void Fill(int32_t y, int32_t left, uint8_t* samples, int32_t pixels) const override {
+    const auto copy = [&](int32_t from, int32_t to) {
+      std::copy(destination_.At(from, y), destination_.At(to, y), samples + static_cast<size_t>(from - left) * 3);
+    };
+    const int32_t right = left + pixels;
+    if (y < region_.top || y >= region_.bottom) return copy(left, right);
+    copy(left, region_.left);
+    copy(region_.right, right);
     uint8_t* const own = samples + static_cast<size_t>(region_.left - left) * 3;
-    const size_t pixels = region_.Width();
-    map_.Map(source_.At(region_.left, y), own, pixels, source_.blueFirst);
-    mapBytes_(own, own, 3 * pixels, curve_);
+    const size_t inside = region_.Width();
+    map_.Map(source_.At(region_.left, y), own, inside, source_.blueFirst);
+    mapBytes_(own, own, 3 * inside, curve_);
   }
 
  private:
-  View<const uint8_t> source_;
+  View<const uint8_t> source_, destination_;
   Region region_;
   SaturationLattice lattice_;
   LatticeMap map_;
@@ -73,8 +81,7 @@ bool MixRaisedColour(const View<const uint8_t>& source, const View<uint8_t>& des
                      const Mask& mask, int64_t increase) {
   BlurWeights kernel;
   MakeBlurWeights(0.5, &kernel);
-  const RaisedColour raised(source, region, increase);
-  // What surrounds the rectangle is what the destination holds there.
+  const RaisedColour raised(source, destination, region, increase);
   BlurredRows<uint8_t> rows;
   if (!rows.Start(destination, region, kernel, &raised)) return false;
   static_assert(kBlurTile == 3 * RowBlend::kTile, "tiles hold whole pixels");

@@ -60,189 +60,6 @@ static void SumWordsFlat(const uint16_t* const* rows, size_t first, const BlurWe
 }
 
 #if defined(ZEL_TWINS)
-// The sums of a vector of bytes in 16 bits, those of every 16 bytes apart: 0 to 7 in the low, 8 to 15 in the high ones.
-// The whole sum is coarse * 2^fineBits + fine, so that folding and the last division lose nothing: the fine sum's
-// quotient by 2^fineBits is added to the coarse one, the rest stays.
-struct ByteSums {
-  Wide coarseLow, coarseHigh, fineLow, fineHigh;
-};
-
-struct Folding {
-  Bits fineBits;
-  Wide rest;
-};
-
-static inline void Fold(ByteSums* sums, const Folding& by) {
-  sums->coarseLow = ZEL_WIDE(add_epi16)(sums->coarseLow, WordsRight(sums->fineLow, by.fineBits));
-  sums->coarseHigh = ZEL_WIDE(add_epi16)(sums->coarseHigh, WordsRight(sums->fineHigh, by.fineBits));
-  sums->fineLow = ZEL_WIDE_BITS(and)(sums->fineLow, by.rest);
-  sums->fineHigh = ZEL_WIDE_BITS(and)(sums->fineHigh, by.rest);
-}
-
-static inline ByteSums WeighCentre(const uint8_t* centre, Wide coarse, Wide fine) {
-  const Wide zero = ZEL_WIDE_BITS(setzero)(), bytes = LoadWide(centre);
-  const Wide low = ZEL_WIDE(unpacklo_epi8)(bytes, zero), high = ZEL_WIDE(unpackhi_epi8)(bytes, zero);
-  return {ZEL_WIDE(mullo_epi16)(low, coarse), ZEL_WIDE(mullo_epi16)(high, coarse), ZEL_WIDE(mullo_epi16)(low, fine),
-          ZEL_WIDE(mullo_epi16)(high, fine)};
-}
-
-// A vector of samples from each of two rows, in the form that products want, and twice their sum with a weight.
-#if defined(__SSE4_1__)
-// Pairs side by side: products of signed and unsigned bytes add them up.
-struct BytePairs {
-  Wide low, high;
-};
-
-static inline BytePairs LoadPairs(const uint8_t* a, const uint8_t* b) {
-  const Wide va = LoadWide(a), vb = LoadWide(b);
-  return {ZEL_WIDE(unpacklo_epi8)(va, vb), ZEL_WIDE(unpackhi_epi8)(va, vb)};
-}
-
-static inline Wide WeightOf(uint32_t fourfold) {
-  return ZEL_WIDE(set1_epi32)((int32_t)fourfold);
-}
-
-static inline void AddPairs(Wide* low, Wide* high, const BytePairs& pairs, Wide weight) {
-  *low = ZEL_WIDE(add_epi16)(*low, ZEL_WIDE(maddubs_epi16)(pairs.low, weight));
-  *high = ZEL_WIDE(add_epi16)(*high, ZEL_WIDE(maddubs_epi16)(pairs.high, weight));
-}
-#else
-// Their sums in words.
-struct BytePairs {
-  Wide low, high;
-};
-
-static inline BytePairs LoadPairs(const uint8_t* a, const uint8_t* b) {
-  const Wide va = LoadWide(a), vb = LoadWide(b);
-  return {LowSums(va, vb), HighSums(va, vb)};
-}
-
-static inline Wide WeightOf(uint32_t fourfold) {
-  return v_set1_epi16((short)(fourfold & 255));
-}
-
-static inline void AddPairs(Wide* low, Wide* high, const BytePairs& pairs, Wide weight) {
-  *low = v_add_epi16(*low, v_mullo_epi16(pairs.low, weight));
-  *high = v_add_epi16(*high, v_mullo_epi16(pairs.high, weight));
-}
-#endif
-
-// The compiler would start all products of unrolled taps before it adds any, and run out of registers.
-static inline void AddNow(ByteSums* sums) {
-#if defined(__SSE4_1__)
-  __asm__("" : "+x"(sums->fineLow), "+x"(sums->fineHigh), "+x"(sums->coarseLow), "+x"(sums->coarseHigh));
-#else
-  (void)sums;
-#endif
-}
-
-static inline void AddFine(ByteSums* sums, const uint8_t* a, const uint8_t* b, Wide fine) {
-  AddPairs(&sums->fineLow, &sums->fineHigh, LoadPairs(a, b), fine);
-}
-
-static inline void AddBoth(ByteSums* sums, const uint8_t* a, const uint8_t* b, Wide coarse, Wide fine) {
-  const BytePairs pairs = LoadPairs(a, b);
-  AddPairs(&sums->fineLow, &sums->fineHigh, pairs, fine);
-  AddPairs(&sums->coarseLow, &sums->coarseHigh, pairs, coarse);
-}
-
-static inline void StoreSums(ByteSums* sums, const Folding& by, uint8_t* out) {
-  Fold(sums, by);
-  const Wide low = ZEL_WIDE(srli_epi16)(sums->coarseLow, 7), high = ZEL_WIDE(srli_epi16)(sums->coarseHigh, 7);
-  StoreWide(out, ZEL_WIDE(packus_epi16)(low, high));
-}
-
-// Sums of bytes at i and at j, a vector each.
-static inline void SumBytesTwice(const uint8_t* const* rows, const BlurWeights& weights, size_t first, size_t i,
-                                 size_t j, uint8_t* out) {
-  const int32_t reach = weights.reach, fineBits = weights.shift - 7;
-  const Folding by = {BitsOf(fineBits), ZEL_WIDE(set1_epi16)((short)((1 << fineBits) - 1))};
-  const uint8_t* const centre = rows[reach] + first;
-  const Wide c = ZEL_WIDE(set1_epi16)((short)(weights.coarse[reach] & 255));
-  const Wide f = ZEL_WIDE(set1_epi16)((short)(weights.fine[reach] & 255));
-  ByteSums one = WeighCentre(centre + i, c, f), two = WeighCentre(centre + j, c, f);
-  int32_t k = 0;
-  for (int32_t r = 0; r < weights.runs; ++r) {
-    const BlurWeights::Run run = weights.run[r];
-    if (run.fold) {
-      Fold(&one, by);
-      Fold(&two, by);
-    }
-    if (run.coarse) {
-      for (; k < run.end; ++k) {
-        const uint8_t* const a = rows[k] + first;
-        const uint8_t* const b = rows[2 * reach - k] + first;
-        const Wide fine = WeightOf(weights.fine[k]);
-        const Wide coarse = WeightOf(weights.coarse[k]);
-        AddBoth(&one, a + i, b + i, coarse, fine);
-        AddBoth(&two, a + j, b + j, coarse, fine);
-      }
-    } else {
-      for (; k < run.end; ++k) {
-        const uint8_t* const a = rows[k] + first;
-        const uint8_t* const b = rows[2 * reach - k] + first;
-        const Wide fine = WeightOf(weights.fine[k]);
-        AddFine(&one, a + i, b + i, fine);
-        AddFine(&two, a + j, b + j, fine);
-      }
-    }
-  }
-  StoreSums(&one, by, out + i);
-  StoreSums(&two, by, out + j);
-}
-
-// The same for one short reach, where loops and weights cost as much as the sums: unrolled, all that a vector needs at
-// hand. Only for weights that need no folding before the end and have coarse parts in the last kSplit taps alone.
-template <int kReach, int kSplit>
-struct ShortByteBlur {
-  const uint8_t* row[2 * kReach + 1];
-  Wide coarse[kReach], fine[kReach], centreCoarse, centreFine;
-  Folding by;
-
-  inline void Sum(size_t at, uint8_t* out) const {
-    ByteSums sums = WeighCentre(row[kReach] + at, centreCoarse, centreFine);
-#pragma GCC unroll 8
-    for (int32_t k = 0; k < kReach; ++k) {
-      if (k >= kReach - kSplit) {
-        AddBoth(&sums, row[k] + at, row[2 * kReach - k] + at, coarse[k], fine[k]);
-      } else {
-        AddFine(&sums, row[k] + at, row[2 * kReach - k] + at, fine[k]);
-      }
-      AddNow(&sums);
-    }
-    StoreSums(&sums, by, out + at);
-  }
-};
-
-template <int kReach, int kSplit>
-static void SumBytesUnrolled(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out,
-                             size_t count) {
-  ShortByteBlur<kReach, kSplit> blur;
-  const int32_t fineBits = weights.shift - 7;
-  blur.by = {BitsOf(fineBits), ZEL_WIDE(set1_epi16)((short)((1 << fineBits) - 1))};
-  blur.centreCoarse = ZEL_WIDE(set1_epi16)((short)(weights.coarse[kReach] & 255));
-  blur.centreFine = ZEL_WIDE(set1_epi16)((short)(weights.fine[kReach] & 255));
-  for (int32_t k = 0; k <= 2 * kReach; ++k) blur.row[k] = rows[k] + first;
-  for (int32_t k = 0; k < kReach; ++k) {
-    blur.coarse[k] = WeightOf(weights.coarse[k]);
-    blur.fine[k] = WeightOf(weights.fine[k]);
-  }
-  size_t i = 0;
-  for (; i + kWideBytes <= count; i += kWideBytes) blur.Sum(i, out);
-  if (i < count) blur.Sum(count - kWideBytes, out);
-}
-
-// How many taps next to the centre have coarse parts, or -1 where others have them or sums need folding on the way.
-static int32_t PlainSplit(const BlurWeights& weights) {
-  int32_t split = 0;
-  for (int32_t r = 0; r < weights.runs; ++r) {
-    const BlurWeights::Run& run = weights.run[r];
-    if (run.fold || (split != 0 && !run.coarse)) return -1;
-    if (run.coarse) split = weights.reach - (r > 0 ? weights.run[r - 1].end : 0);
-  }
-  return split;
-}
-
 struct WordSums {
   Wide low, high;
 };
@@ -350,26 +167,9 @@ static void SumWordsUnrolled(const uint16_t* const* rows, size_t first, const Bl
 }
 #endif
 
-// A last vector that is not full starts earlier and sums some samples again, which no row notices.
-static void SumBytes(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out, size_t count) {
-#if defined(ZEL_TWINS)
-  if (count >= kWideBytes) {
-    const int32_t split = weights.reach == 3 ? PlainSplit(weights) : -1;
-    if (split == 1) return SumBytesUnrolled<3, 1>(rows, first, weights, out, count);
-    if (split == 2) return SumBytesUnrolled<3, 2>(rows, first, weights, out, count);
-    const size_t last = count - kWideBytes;
-    for (size_t i = 0; i < count; i += 2 * kWideBytes) {
-      const size_t at = i < last ? i : last, next = i + kWideBytes < last ? i + kWideBytes : last;
-      SumBytesTwice(rows, weights, first, at, next, out);
-    }
-    return;
-  }
-#endif
-  SumBytesFlat(rows, first, weights, out, count);
-}
-
-static void SumWords(const uint16_t* const* rows, size_t first, const BlurWeights& weights, uint16_t* out,
-                     size_t count) {
+// A last vector that is not full starts earlier here too.
+static void SumWordsOnce(const uint16_t* const* rows, size_t first, const BlurWeights& weights, uint16_t* out,
+                         size_t count) {
 #if defined(ZEL_TWINS)
   if (count >= kWideWords) {
     int32_t total = weights.taps[weights.reach];
@@ -387,4 +187,41 @@ static void SumWords(const uint16_t* const* rows, size_t first, const BlurWeight
   SumWordsFlat(rows, first, weights, out, count);
 }
 
-static const BlurKernels kBlurKernels = {SumBytes, SumWords};
+static void SumWords(const uint16_t* const* rows, size_t first, const BlurWeights& weights, uint16_t* out,
+                     uint16_t* next, size_t count) {
+  SumWordsOnce(rows, first, weights, out, count);
+  if (next != nullptr) SumWordsOnce(rows + 1, first, weights, next, count);
+}
+
+static void SumWordsAlong(const uint16_t* in, size_t step, const BlurWeights& weights, uint16_t* out, size_t count) {
+  const uint16_t* rows[2 * kMaxBlurReach + 1];
+  for (int32_t k = 0; k <= 2 * weights.reach; ++k) rows[k] = in + (size_t)k * step;
+  SumWordsOnce(rows, 0, weights, out, count);
+}
+
+static void SumBytes(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out, uint8_t* next,
+                     size_t count) {
+#if defined(ZEL_TWINS)
+  if (count >= kWideBytes) {
+    if (RunShort(SumColumnsShort{rows, first, out, next, count}, weights)) return;
+    if (next != nullptr) return SumBytesWide<true>(rows, first, weights, out, next, count);
+    return SumBytesWide<false>(rows, first, weights, out, next, count);
+  }
+#endif
+  SumBytesFlat(rows, first, weights, out, count);
+  if (next != nullptr) SumBytesFlat(rows + 1, first, weights, next, count);
+}
+
+static void SumBytesAlong(const uint8_t* in, size_t step, const BlurWeights& weights, uint8_t* out, size_t count) {
+#if defined(__SSE4_1__) && defined(ZEL_TWINS)
+  if (count >= kWideBytes && weights.reach > kSideBySideReach) {
+    return SumBytesAlongWide(in, step, weights, out, count);
+  }
+#endif
+  const uint8_t* rows[2 * kMaxBlurReach + 2];
+  for (int32_t k = 0; k <= 2 * weights.reach; ++k) rows[k] = in + (size_t)k * step;
+  rows[2 * weights.reach + 1] = rows[2 * weights.reach];
+  SumBytes(rows, 0, weights, out, nullptr, count);
+}
+
+static const BlurKernels kBlurKernels = {SumBytes, SumWords, SumBytesAlong, SumWordsAlong};

@@ -27,6 +27,8 @@ namespace ZEL_ISA {
 #endif
 #include "simd/pixels.inl"  // helpers of the others
 //
+#include "simd/byte_sums.inl"  // helpers of the blur
+//
 #include "simd/blend.inl"
 #include "simd/blur.inl"
 #include "simd/convolve.inl"

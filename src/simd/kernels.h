@@ -43,26 +43,39 @@ struct BlurWeights {
   int32_t shift;                    // 10 or 11
   int32_t taps[kMaxBlurReach + 1];  // from the outermost to the centre
 
-  // The same for sums of bytes in 16 bits: taps[k] = (coarse[k] << (shift - 7)) + fine[k], each at most 127 and given
-  // four times, in every byte of the word. The taps come in runs; before a run with `fold` the fine sum must be folded
-  // into the coarse one, or it would pass 65535.
+  // The same for sums of bytes in 16 bits. Each tap is (coarse << (shift - 7)) + fine. The taps of the whole kernel
+  // come in pairs of neighbours, 2 m and 2 m + 1 for the first of two rows that are summed together, 2 m - 1 and 2 m
+  // for the second; beyond the kernel they are 0. A pair's parts sum to at most 128 and are given four times.
+  struct Pair {
+    uint8_t fine[8], coarse[8];
+  };
+  Pair pair[2][kMaxBlurReach + 1];
+  // In shorter kernels nothing needs folding, and all but this many pairs at either end have coarse parts; else -1.
+  int32_t edge;
+  // Their pairs come in runs; before a run with `fold` the fine sums must be folded into the coarse ones, or they would
+  // pass 65535.
   struct Run {
-    int32_t end;  // one past its last tap, the centre excluded
+    int32_t end;  // one past its last pair
     bool coarse;  // whether its taps have coarse parts
     bool fold;
   };
   int32_t runs;
   Run run[kMaxBlurReach + 1];
-  uint32_t coarse[kMaxBlurReach + 1];
-  uint32_t fine[kMaxBlurReach + 1];
 };
 
-// Weighted sums over rows (blur.inl). `out` is none of the rows.
+// Weighted sums over rows (blur.inl). Outputs are none of the rows.
+constexpr size_t kMaxBlurStep = 3;
 struct BlurKernels {
   // out[i] = min(sum over k of taps[k <= reach ? k : 2 * reach - k] * rows[k][first + i] >> shift, 255), or 65535 for
-  // words.
-  void (*SumBytes)(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out, size_t count);
-  void (*SumWords)(const uint16_t* const* rows, size_t first, const BlurWeights& weights, uint16_t* out, size_t count);
+  // words, and the same of rows[k + 1] for `next`, unless that is null. There are 2 * reach + 2 rows in any case; the
+  // last may be read where it does not count.
+  void (*SumBytes)(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out, uint8_t* next,
+                   size_t count);
+  void (*SumWords)(const uint16_t* const* rows, size_t first, const BlurWeights& weights, uint16_t* out, uint16_t* next,
+                   size_t count);
+  // The same along one row: rows[k][first + i] is in[i + k * step], for steps up to kMaxBlurStep.
+  void (*SumBytesAlong)(const uint8_t* in, size_t step, const BlurWeights& weights, uint8_t* out, size_t count);
+  void (*SumWordsAlong)(const uint16_t* in, size_t step, const BlurWeights& weights, uint16_t* out, size_t count);
 };
 
 // Neighbourhoods (convolve.inl). `out` is none of the rows.

@@ -2,28 +2,76 @@
 
 namespace zel {
 
-// Weights up to 64 stay whole: a sum of two bytes times 64 is the most that a signed 16-bit product holds. Greater ones
-// are split so that the coarse sum over all taps stays below 2^16; the fine sum is folded before it would not. The
-// centre is summed first.
+namespace {
+
+constexpr int32_t kMostUnfoldedReach = 16;
+
+// The taps of a kernel as pairs see them: from 0 to 2 * reach, 0 beyond.
+int32_t TapOf(const BlurWeights& weights, int32_t k) {
+  const int32_t mirrored = k <= weights.reach ? k : 2 * weights.reach - k;
+  return mirrored < 0 ? 0 : weights.taps[mirrored];
+}
+
+// What stays of a tap when its coarse part is taken.
+int32_t RestOf(const BlurWeights& weights, int32_t tap) {
+  return tap & ((1 << (weights.shift - 7)) - 1);
+}
+
+// Whether fine sums need no folding when the taps from 2 * edge to its mirror are split and no others. Two bytes times
+// 128 in all are the most that a signed 16-bit product holds.
+bool FitsWithEdge(const BlurWeights& weights, int32_t edge) {
+  int32_t total = 0, before = 0;
+  for (int32_t k = 0; k <= 2 * weights.reach; ++k) {
+    const int32_t tap = TapOf(weights, k);
+    const bool splits = k >= 2 * edge && k <= 2 * (weights.reach - edge);
+    const int32_t fine = splits ? RestOf(weights, tap) : tap;
+    if (before + fine > 128) return false;
+    total += fine;
+    before = fine;
+  }
+  return 255 * total <= 65535;
+}
+
+// The largest edge that fits, or -1. In long kernels folding costs less than coarse parts of many taps.
+int32_t EdgeOf(const BlurWeights& weights) {
+  int32_t edge = weights.reach <= kMostUnfoldedReach ? weights.reach / 2 : -1;
+  while (edge >= 0 && !FitsWithEdge(weights, edge)) --edge;
+  return edge;
+}
+
+}  // namespace
+
+// Without an edge taps up to 64 stay whole. Greater ones are split so that the coarse sum over all taps stays below
+// 2^16; the fine sum is folded before it would not.
 void SplitBlurWeights(BlurWeights* weights) {
   const int32_t fineBits = weights->shift - 7, reach = weights->reach;
-  const auto split = [&](int32_t k) {
-    const int32_t coarse = weights->taps[k] > 64 ? weights->taps[k] >> fineBits : 0;
-    const int32_t fine = weights->taps[k] - (coarse << fineBits);
-    weights->coarse[k] = 0x01010101u * static_cast<uint32_t>(coarse);
-    weights->fine[k] = 0x01010101u * static_cast<uint32_t>(fine);
-    return fine;
+  weights->edge = EdgeOf(*weights);
+  const auto splits = [&](int32_t k) {
+    const int32_t first = 2 * weights->edge;
+    return weights->edge < 0 ? TapOf(*weights, k) > 64 : k >= first && k <= 2 * reach - first;
   };
-  int32_t most = 255 * split(reach);  // of the fine sum so far
+  int32_t most[2] = {0, 0};  // of the fine sums so far
   weights->runs = 0;
-  for (int32_t k = 0; k < reach; ++k) {
-    const int32_t share = 2 * 255 * split(k);
-    const bool coarse = weights->coarse[k] != 0, fold = most + share > 65535;
-    if (k == 0 || fold || coarse != weights->run[weights->runs - 1].coarse) {
-      weights->run[weights->runs++] = {k, coarse, fold};
+  for (int32_t m = 0; m <= reach; ++m) {
+    int32_t share[2] = {0, 0};
+    bool coarse = false;
+    for (int32_t row = 0; row < 2; ++row) {
+      BlurWeights::Pair& pair = weights->pair[row][m];
+      for (int32_t i = 0; i < 8; ++i) {
+        const int32_t k = 2 * m - row + i % 2, tap = TapOf(*weights, k);
+        const int32_t fine = splits(k) ? RestOf(*weights, tap) : tap;
+        pair.fine[i] = static_cast<uint8_t>(fine);
+        pair.coarse[i] = static_cast<uint8_t>((tap - fine) >> fineBits);
+        coarse = coarse || fine != tap;
+        if (i < 2) share[row] += 255 * fine;
+      }
     }
-    weights->run[weights->runs - 1].end = k + 1;
-    most = share + (fold ? (1 << fineBits) - 1 : most);
+    const bool fold = most[0] + share[0] > 65535 || most[1] + share[1] > 65535;
+    if (m == 0 || fold || coarse != weights->run[weights->runs - 1].coarse) {
+      weights->run[weights->runs++] = {m, coarse, fold};
+    }
+    weights->run[weights->runs - 1].end = m + 1;
+    for (int32_t row = 0; row < 2; ++row) most[row] = share[row] + (fold ? (1 << fineBits) - 1 : most[row]);
   }
 }
 

@@ -83,13 +83,15 @@ void Samples(const Kernels& kernels, Edges& at, size_t n) {
   kernels.hue.SaturationsOfBytes(bytes(3 * n), bytes(n), n);
 }
 
-template <class T>
-void Blur(void (*sum)(const T* const*, size_t, const BlurWeights&, T*, size_t), Edges& at, size_t n) {
+template <class T, class Sum, class SumAlong>
+void Blur(const Sum& sum, const SumAlong& sumAlong, Edges& at, size_t n) {
   for (const double sigma : {0.5, 3.0, 1e6}) {
     BlurWeights weights;
     ASSERT_TRUE(MakeBlurWeights(sigma, &weights));
+    const size_t taps = 2 * static_cast<size_t>(weights.reach) + 1;
     at.Reset();
-    sum(Rows<T>(at, 2 * static_cast<size_t>(weights.reach) + 1, n + 3).data(), 3, weights, at.Get<T>(n), n);
+    sum(Rows<T>(at, taps + 1, n + 3).data(), 3, weights, at.Get<T>(n), at.Get<T>(n), n);
+    for (const size_t step : {1, 3}) sumAlong(at.Get<T>(n + (taps - 1) * step), step, weights, at.Get<T>(n), n);
   }
 }
 
@@ -122,8 +124,9 @@ TEST(Kernels, TouchNothingBehindTheirArrays) {
       Samples(**level, at, n);
       at.Reset();
       Wavelets((*level)->wavelet, at, n);
-      Blur((*level)->blur.SumBytes, at, n);
-      Blur((*level)->blur.SumWords, at, n);
+      const BlurKernels& blur = (*level)->blur;
+      Blur<uint8_t>(blur.SumBytes, blur.SumBytesAlong, at, n);
+      Blur<uint16_t>(blur.SumWords, blur.SumWordsAlong, at, n);
     }
   }
 }
