@@ -1,4 +1,5 @@
-// Weighted sums over rows. The taps of a Gaussian mirror each other, so two rows share one multiplication.
+// Weighted sums over rows. The taps of a Gaussian mirror each other, so that plain loops add two rows before they
+// multiply.
 
 enum { kSumStrip = 256 };  // sums held at a time: they and their rows stay in the first-level cache
 
@@ -201,7 +202,13 @@ static void SumWordsAlong(const uint16_t* in, size_t step, const BlurWeights& we
 
 static void SumBytes(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out, uint8_t* next,
                      size_t count) {
-#if defined(ZEL_TWINS)
+#if defined(__wasm_simd128__)
+  if (count >= kWideBytes) {
+    SumMirrored(rows, first, weights, out, count);
+    if (next != nullptr) SumMirrored(rows + 1, first, weights, next, count);
+    return;
+  }
+#elif defined(ZEL_TWINS)
   if (count >= kWideBytes) {
     if (RunShort(SumColumnsShort{rows, first, out, next, count}, weights)) return;
     if (next != nullptr) return SumBytesWide<true>(rows, first, weights, out, next, count);

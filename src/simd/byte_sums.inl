@@ -1,13 +1,6 @@
 // Vectors of weighted sums of bytes, for the blur.
 
 #if defined(ZEL_TWINS)
-// From longer kernels on, the samples of a row are put side by side before they are summed along.
-#if defined(__SSE4_1__)
-enum : int32_t { kSideBySideReach = 3 };
-#else
-enum : int32_t { kSideBySideReach = kMaxBlurReach };
-#endif
-
 // The sums of a vector of bytes in 16 bits, those of a vector's lower and upper half as PairsOf leaves them. The whole
 // sum is coarse * 2^fineBits + fine, so that folding and the last division lose nothing: the fine sum's quotient by
 // 2^fineBits is added to the coarse one, the rest stays.
@@ -36,6 +29,22 @@ static inline void Fold(ByteSums* sums, const Folding& by) {
   sums->fineLow = ZEL_WIDE_BITS(and)(sums->fineLow, by.rest);
   sums->fineHigh = ZEL_WIDE_BITS(and)(sums->fineHigh, by.rest);
 }
+
+// Bytes of the whole sums.
+static inline Wide Rounded(ByteSums* sums, const Folding& by) {
+  Fold(sums, by);
+  return ZEL_WIDE(packus_epi16)(ZEL_WIDE(srli_epi16)(sums->coarseLow, 7), ZEL_WIDE(srli_epi16)(sums->coarseHigh, 7));
+}
+
+#endif
+
+#if defined(ZEL_TWINS) && !defined(__wasm_simd128__)
+// From longer kernels on, the samples of a row are put side by side before they are summed along.
+#if defined(__SSE4_1__)
+enum : int32_t { kSideBySideReach = 3 };
+#else
+enum : int32_t { kSideBySideReach = kMaxBlurReach };
+#endif
 
 // A vector of samples from each of two rows in the form that products want, the weights of both rows, and the sums of
 // their products.
@@ -87,26 +96,6 @@ static inline void AddPairs(Wide* low, Wide* high, const BytePairs& pairs, const
   *low = (Wide)vmlal_u8(l, vget_low_u8(pairs.b), vget_low_u8(weights.b));
   *high = (Wide)vmlal_high_u8(h, pairs.b, weights.b);
 }
-#else
-struct BytePairs {
-  Wide aLow, aHigh, bLow, bHigh;
-};
-struct PairWeights {
-  Wide a, b;
-};
-
-static inline BytePairs PairsOf(const uint8_t* a, const uint8_t* b) {
-  return {wasm_u16x8_load8x8(a), wasm_u16x8_load8x8(a + 8), wasm_u16x8_load8x8(b), wasm_u16x8_load8x8(b + 8)};
-}
-
-static inline PairWeights WeightsOf(const uint8_t* eight) {
-  return {v_set1_epi16(eight[0]), v_set1_epi16(eight[1])};
-}
-
-static inline void AddPairs(Wide* low, Wide* high, const BytePairs& pairs, const PairWeights& weights) {
-  *low = v_add_epi16(*low, v_add_epi16(v_mullo_epi16(pairs.aLow, weights.a), v_mullo_epi16(pairs.bLow, weights.b)));
-  *high = v_add_epi16(*high, v_add_epi16(v_mullo_epi16(pairs.aHigh, weights.a), v_mullo_epi16(pairs.bHigh, weights.b)));
-}
 #endif
 
 static inline void AddFine(ByteSums* sums, const BytePairs& pairs, const BlurWeights::Pair& weights) {
@@ -116,12 +105,6 @@ static inline void AddFine(ByteSums* sums, const BytePairs& pairs, const BlurWei
 static inline void AddBoth(ByteSums* sums, const BytePairs& pairs, const BlurWeights::Pair& weights) {
   AddPairs(&sums->fineLow, &sums->fineHigh, pairs, WeightsOf(weights.fine));
   AddPairs(&sums->coarseLow, &sums->coarseHigh, pairs, WeightsOf(weights.coarse));
-}
-
-// Bytes of the whole sums.
-static inline Wide Rounded(ByteSums* sums, const Folding& by) {
-  Fold(sums, by);
-  return ZEL_WIDE(packus_epi16)(ZEL_WIDE(srli_epi16)(sums->coarseLow, 7), ZEL_WIDE(srli_epi16)(sums->coarseHigh, 7));
 }
 
 // Two sums of neighbouring rows at a time share what is loaded and put side by side.

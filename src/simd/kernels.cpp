@@ -28,6 +28,7 @@ namespace ZEL_ISA {
 #include "simd/pixels.inl"  // helpers of the others
 //
 #include "simd/byte_sums.inl"  // helpers of the blur
+#include "simd/mirrored_sums.inl"
 //
 #include "simd/blend.inl"
 #include "simd/blur.inl"

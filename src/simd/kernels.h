@@ -43,24 +43,34 @@ struct BlurWeights {
   int32_t shift;                    // 10 or 11
   int32_t taps[kMaxBlurReach + 1];  // from the outermost to the centre
 
-  // The same for sums of bytes in 16 bits. Each tap is (coarse << (shift - 7)) + fine. The taps of the whole kernel
-  // come in pairs of neighbours, 2 m and 2 m + 1 for the first of two rows that are summed together, 2 m - 1 and 2 m
-  // for the second; beyond the kernel they are 0. A pair's parts sum to at most 128 and are given four times.
+  // The same for sums of bytes in 16 bits: each tap is (coarse << (shift - 7)) + fine, each part at most 127. Taps come
+  // in runs; before a run with `fold` the fine sums must be folded into the coarse ones, or they would pass 65535.
+  struct Run {
+    int32_t end;  // one past its last
+    bool coarse;  // whether its taps have coarse parts
+    bool fold;
+  };
+
+  // The taps of the whole kernel in pairs of neighbours, 2 m and 2 m + 1 for the first of two rows that are summed
+  // together, 2 m - 1 and 2 m for the second; beyond the kernel they are 0. A pair's parts sum to at most 128 and are
+  // given four times. In shorter kernels nothing needs folding, and all but `edge` pairs at either end have coarse
+  // parts; else the edge is -1.
   struct Pair {
     uint8_t fine[8], coarse[8];
   };
   Pair pair[2][kMaxBlurReach + 1];
-  // In shorter kernels nothing needs folding, and all but this many pairs at either end have coarse parts; else -1.
   int32_t edge;
-  // Their pairs come in runs; before a run with `fold` the fine sums must be folded into the coarse ones, or they would
-  // pass 65535.
-  struct Run {
-    int32_t end;  // one past its last pair
-    bool coarse;  // whether its taps have coarse parts
-    bool fold;
-  };
   int32_t runs;
   Run run[kMaxBlurReach + 1];
+
+  // For those who add the two samples of mirrored taps first: the taps up to the centre, which is summed before all
+  // others and belongs to no run.
+  struct Mirrored {
+    uint8_t fine[kMaxBlurReach + 1], coarse[kMaxBlurReach + 1];
+    int32_t runs;
+    Run run[kMaxBlurReach + 1];
+  };
+  Mirrored mirrored;
 };
 
 // Weighted sums over rows (blur.inl). Outputs are none of the rows.

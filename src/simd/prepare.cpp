@@ -1,5 +1,7 @@
 #include "simd/prepare.h"
 
+#include <algorithm>
+
 namespace zel {
 
 namespace {
@@ -39,6 +41,31 @@ int32_t EdgeOf(const BlurWeights& weights) {
   return edge;
 }
 
+// Enters tap or pair m into the runs, and whether the fine sum must be folded before it.
+bool EndRun(int32_t m, bool coarse, bool fold, BlurWeights::Run* run, int32_t* runs) {
+  if (m == 0 || fold || coarse != run[*runs - 1].coarse) run[(*runs)++] = {m, coarse, fold};
+  run[*runs - 1].end = m + 1;
+  return fold;
+}
+
+// Taps up to 64 stay whole here too, and so every part is at most that.
+void SplitMirrored(BlurWeights* weights) {
+  const int32_t fineBits = weights->shift - 7, reach = std::min(weights->reach, kMaxBlurReach);
+  BlurWeights::Mirrored& mirrored = weights->mirrored;
+  for (int32_t k = 0; k <= reach; ++k) {
+    const int32_t tap = weights->taps[k], fine = tap > 64 ? RestOf(*weights, tap) : tap;
+    mirrored.fine[k] = static_cast<uint8_t>(fine);
+    mirrored.coarse[k] = static_cast<uint8_t>((tap - fine) >> fineBits);
+  }
+  int32_t most = 255 * mirrored.fine[reach];
+  mirrored.runs = 0;
+  for (int32_t k = 0; k < reach; ++k) {
+    const int32_t share = 2 * 255 * mirrored.fine[k];
+    const bool fold = EndRun(k, mirrored.coarse[k] != 0, most + share > 65535, mirrored.run, &mirrored.runs);
+    most = share + (fold ? (1 << fineBits) - 1 : most);
+  }
+}
+
 }  // namespace
 
 // Without an edge taps up to 64 stay whole. Greater ones are split so that the coarse sum over all taps stays below
@@ -66,13 +93,11 @@ void SplitBlurWeights(BlurWeights* weights) {
         if (i < 2) share[row] += 255 * fine;
       }
     }
-    const bool fold = most[0] + share[0] > 65535 || most[1] + share[1] > 65535;
-    if (m == 0 || fold || coarse != weights->run[weights->runs - 1].coarse) {
-      weights->run[weights->runs++] = {m, coarse, fold};
-    }
-    weights->run[weights->runs - 1].end = m + 1;
+    const bool fold =
+        EndRun(m, coarse, most[0] + share[0] > 65535 || most[1] + share[1] > 65535, weights->run, &weights->runs);
     for (int32_t row = 0; row < 2; ++row) most[row] = share[row] + (fold ? (1 << fineBits) - 1 : most[row]);
   }
+  SplitMirrored(weights);
 }
 
 void PackLatticeCells(const uint8_t* nodes, uint8_t* cells) {

@@ -146,6 +146,18 @@ TEST(FilterKernels, SplitWeightsStayInTheirIntervals) {
       ASSERT_EQ(m, w.reach + 1);
       ASSERT_LE((total * 255) >> fineBits, 65535);
     }
+    const BlurWeights::Mirrored& mirrored = w.mirrored;
+    int fineSum = 255 * mirrored.fine[w.reach], k = 0;
+    for (int r = 0; r < mirrored.runs; ++r) {
+      if (mirrored.run[r].fold) fineSum = (1 << fineBits) - 1;
+      for (; k < mirrored.run[r].end; ++k) {
+        ASSERT_EQ((mirrored.coarse[k] << fineBits) + mirrored.fine[k], w.taps[k]);
+        ASSERT_EQ(mirrored.coarse[k] != 0, mirrored.run[r].coarse);
+        fineSum += 510 * mirrored.fine[k];
+        ASSERT_LE(fineSum, 65535);
+      }
+    }
+    ASSERT_EQ(k, w.reach);
   }
 }
 
