@@ -68,6 +68,7 @@ nav:
   - How it works: [performance.md, light-correct.md, aged-photo.md, noise-reduction.md, releases.md]
   - Operations:
       - operations/index.md
+      - operations/auto.md
 END
   "$zel" ops --json | python3 -c 'import itertools, json, sys
 for group, operations in itertools.groupby(json.load(sys.stdin)["operations"], key=lambda o: o["group"]):

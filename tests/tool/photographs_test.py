@@ -225,6 +225,8 @@ class Looking(ToolTest):
         self.zel("s.png", "-o", "after.png", "gamma", "gamma=2")
         self.zel("compare", "s.png", "after.png", "-o", "c.png", "--width", "150", "--at", "50%,50%")
         self.assertEqual(size("c.png")[0], 12 + 2 * (256 + 12))
+        self.zel("sheet", "s.png", "auto", "-o", "auto.png", "--cell", "64")
+        self.assertEqual(size("auto.png")[0], 12 + 4 * (64 + 12))
         # An upright photograph leaves no room beside it: six strengths and the photograph, four across.
         self.zel("sample", "tall.png", "--size", "200x300")
         self.zel("sheet", "tall.png", "vivid", "-o", "tall-sheet.png", "--cell", "96")
@@ -265,6 +267,8 @@ class Words(ToolTest):
         self.assertFalse(os.path.exists(self.path("o.png")))
         self.refuses(2, "a setting: hue-saturation saturation=", *out, "saturation", "strength=20")
         self.refuses(2, "foliage-tone needs at=, a pixel of the foliage", *out, "foliage-tone")
+        for listing in (["ops"], ["help", "auto"], ["man"], ["completion"]):
+            self.assertIn("auto", [word.strip(":") for word in self.zel(*listing)[0].decode().split()], listing)
         self.assertIn("zel compare [OPTIONS]", self.zel("help", "compare")[0].decode())
         manual = self.zel("man")[0].decode()
         for text in (".SS zel sheet", "\\-\\-subsampling\\fR NAME", "zel photo.jpg \\-o better.jpg vivid"):

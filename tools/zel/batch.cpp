@@ -324,11 +324,7 @@ Work ChainWork(const Chain& chain, int automatic) {
   const auto run = [chain, automatic](VImage* photo, Told* told, void (*stop)()) {
     Chain all = chain;
     if (automatic >= 0) {
-      const ZelPixels pixels = PixelsOf(*photo);
-      const ZelApplyOptions options = OptionsOf(*photo);
-      ZelReport report;
-      const Chain chosen = TakeChain(ZelChain_Auto(&pixels, automatic, &options, &report), report);
-      Check(report, &told->choices);
+      const Chain chosen = AutoChain(*photo, automatic, &told->choices);
       told->chosen = true;
       told->chain = ZelChain_Words(chosen.get());
       all = Joined(chosen, chain);

@@ -80,7 +80,21 @@ Chain ParseWords(const std::vector<std::string>& words, std::vector<std::string>
   throw UsageError(text);
 }
 
-Chain ExampleChain(const Operation& operation, size_t example) {
+Chain AutoChain(const VImage& photo, int strength, std::vector<std::string>* reasons) {
+  const ZelPixels pixels = PixelsOf(photo);
+  const ZelApplyOptions options = OptionsOf(photo);
+  ZelReport report;
+  const Chain chain = TakeChain(ZelChain_Auto(&pixels, strength, &options, &report), report);
+  Check(report, reasons);
+  return chain;
+}
+
+Chain ExampleChain(const Operation& operation, size_t example, const VImage& photo) {
+  if (FindOperation(operation.name) == nullptr) {
+    std::vector<std::string> reasons;
+    return AutoChain(photo, std::stoi(operation.examples[example].substr(operation.parameters[0].name.size() + 1)),
+                     &reasons);
+  }
   const std::string line = operation.name + " " + operation.examples[example];
   ZelReport report;
   return TakeChain(ZelChain_ParseLine(line.data(), line.size(), &report), report);

@@ -23,8 +23,11 @@ Chain TakeChain(ZelChain* chain, const ZelReport& report);
 // is written ./name. Throws UsageError.
 Chain ParseWords(const std::vector<std::string>& words, std::vector<std::string>* inputs);
 
-// Example 0, 1 or 2 (mild, middle, strong) of an operation.
-Chain ExampleChain(const Operation& operation, size_t example);
+// What suits a photograph, at a strength from 0 to 100, and why.
+Chain AutoChain(const VImage& photo, int strength, std::vector<std::string>* reasons);
+
+// Example 0, 1 or 2 (mild, middle, strong) of an operation, for a photograph.
+Chain ExampleChain(const Operation& operation, size_t example, const VImage& photo);
 
 Chain Joined(const Chain& first, const Chain& second);
 bool IsEmpty(const Chain& chain);

@@ -28,7 +28,7 @@ VImage Pictures(const Operation& operation, const VImage& sample) {
   for (size_t i = 0; i < 3; ++i) {
     VImage picture = InMemory(sample);
     std::vector<std::string> notes;
-    RunChain(ExampleChain(operation, i), &picture, &notes);
+    RunChain(ExampleChain(operation, i, sample), &picture, &notes);
     cells.push_back(Captioned(Part(picture, operation.group), kNames[i], operation.examples[i]));
   }
   return Grid(cells, 2);
@@ -70,7 +70,7 @@ int Docs(int argc, char** argv) {
     std::filesystem::create_directories(folder, error);
     const VImage sample = InMemory(DrawSample(2 * kWidth, 2 * kHeight, 8));
     std::string index = "# Operations\n", group;
-    for (const Operation& operation : Operations()) {
+    for (const Operation& operation : TypedOperations()) {
       if (group != operation.group) {
         group = operation.group;
         index += "\n## " + group + "\n\n";

@@ -35,7 +35,7 @@ int ListOperations(int argc, char** argv) {
       return kAllDone;
     }
     std::string group;
-    for (const Operation& operation : Operations()) {
+    for (const Operation& operation : TypedOperations()) {
       if (group != operation.group) {
         std::printf("%s%s\n", group.empty() ? "" : "\n", operation.group.c_str());
         group = operation.group;
@@ -65,15 +65,16 @@ int Help(int argc, char** argv) {
       std::printf(
           "Enhances photographs.\n\n"
           "  zel IN... -o OUT OPERATION [name=value ...] [OPERATION ...]\n\n"
-          "  zel photo.jpg -o better.jpg smart-contrast\n"
+          "  zel photo.jpg -o better.jpg auto\n"
           "  zel *.jpg -o better/ light-correct strength=60 sharpen amount=30\n\n"
           "Commands\n");
       for (const Command& command : Commands()) std::printf("  zel %-14s %s\n", command.name, command.purpose);
       std::printf("\nzel --help lists the options of the first form, zel help COMMAND those of a command.\n");
       return kAllDone;
     }
-    if (const Operation* operation = FindOperation(name)) {
-      PrintOperation(*operation);
+    for (const Operation& operation : TypedOperations()) {
+      if (operation.name != name) continue;
+      PrintOperation(operation);
       return kAllDone;
     }
     std::vector<std::string> names;
@@ -85,7 +86,7 @@ int Help(int argc, char** argv) {
       }
       names.push_back(command.name);
     }
-    for (const Operation& operation : Operations()) names.push_back(operation.name);
+    for (const Operation& operation : TypedOperations()) names.push_back(operation.name);
     const std::string nearest = Nearest(name, names);
     throw UsageError(name + " is no operation and no command" +
                      (nearest.empty() ? "; zel ops lists the operations" : "; did you mean " + nearest + "?"));

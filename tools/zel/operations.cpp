@@ -42,6 +42,27 @@ const Operation* FindOperation(const std::string& name) {
   return index < 0 ? nullptr : &Operations()[static_cast<size_t>(index)];
 }
 
+const std::vector<Operation>& TypedOperations() {
+  static const std::vector<Operation> typed = [] {
+    std::vector<Operation> all = Operations();
+    all.insert(
+        all.begin(),
+        {"auto",
+         "first",
+         "Looks at the photograph and chooses light, tone, colour and a little sharpness.",
+         "A good photograph stays as it is or nearly so; --verbose and --json tell what was chosen and why. Stands "
+         "first; other operations may follow.",
+         "as the operations that are chosen",
+         "the whole picture is measured",
+         "grey and colour, alpha is carried",
+         {"strength=30", "strength=50", "strength=100"},
+         true,
+         {{"strength", "integer", "how far", "a whole number from 0 to 100 per cent", "50", {}, 0, 100}}});
+    return all;
+  }();
+  return typed;
+}
+
 std::string Nearest(const std::string& name, const std::vector<std::string>& names) {
   std::vector<const char*> texts;
   for (const std::string& text : names) texts.push_back(text.c_str());

@@ -25,6 +25,9 @@ struct Operation {
 const std::vector<Operation>& Operations();
 const Operation* FindOperation(const std::string& name);
 
+// What people may type: the operations, and before them `auto`, which chooses among them and is none itself.
+const std::vector<Operation>& TypedOperations();
+
 // The name that was probably meant; empty when nothing is near.
 std::string Nearest(const std::string& name, const std::vector<std::string>& names);
 

@@ -79,7 +79,7 @@ int Manual(int argc, char** argv) {
       for (const OptionText& option : OptionsOf(command)) PrintOption(option);
     }
     std::printf(".SH OPERATIONS\n");
-    for (const Operation& operation : Operations()) {
+    for (const Operation& operation : TypedOperations()) {
       std::printf(".SS %s\n%s\n%s\n", Roff(operation.name).c_str(), Roff(operation.purpose).c_str(),
                   Roff(operation.more).c_str());
       for (const Parameter& p : operation.parameters) {
@@ -124,7 +124,7 @@ std::string Line(const std::vector<std::string>& words) {
 
 std::string OperationLine() {
   std::vector<std::string> names;
-  for (const Operation& operation : Operations()) names.push_back(operation.name);
+  for (const Operation& operation : TypedOperations()) names.push_back(operation.name);
   return Line(names);
 }
 
@@ -166,7 +166,7 @@ void PrintBash() {
   std::string commands;
   for (const Command& command : Commands()) commands += std::string(command.name) + " ";
   std::printf("# Completion of zel for bash.\n_zel_settings() {\n  case $1 in\n");
-  for (const Operation& operation : Operations()) {
+  for (const Operation& operation : TypedOperations()) {
     std::printf("    %s) echo '%s' ;;\n", operation.name.c_str(), Line(SettingWords(operation)).c_str());
   }
   std::printf("  esac\n}\n_zel_options() {\n  case $1 in\n");
@@ -251,7 +251,7 @@ void PrintZsh() {
   std::printf(
       "#compdef zel\n# Completion of zel for zsh.\n_zel() {\n  local -a operations commands settings options\n");
   std::printf("  operations=(\n");
-  for (const Operation& o : Operations()) std::printf("    %s\n", described(o.name, o.purpose).c_str());
+  for (const Operation& o : TypedOperations()) std::printf("    %s\n", described(o.name, o.purpose).c_str());
   std::printf("  )\n  commands=(\n");
   for (const Command& c : Commands()) std::printf("    %s\n", described(c.name, c.purpose).c_str());
   std::printf("  )\n  case $words[2] in\n");
@@ -269,7 +269,7 @@ void PrintZsh() {
     std::printf("    %s) %sreturn ;;\n", BothNames(option).c_str(), offer.c_str());
   }
   std::printf("  esac\n  local word last=\n  for word in ${words[2,CURRENT-1]}; do\n    case $word in\n");
-  for (const Operation& o : Operations()) {
+  for (const Operation& o : TypedOperations()) {
     std::printf("      %s) last=$word; settings=(", o.name.c_str());
     for (const std::string& setting : SettingWords(o)) std::printf(" %s", quoted(setting).c_str());
     std::printf(" ) ;;\n");
@@ -323,7 +323,7 @@ void PrintFish() {
   }
   for (const OptionText& text : EnhanceOptions()) option("not __fish_seen_subcommand_from " + commands, text);
   std::printf("complete -c zel -n '__fish_seen_subcommand_from completion' -x -a 'bash zsh fish'\n");
-  for (const Operation& o : Operations()) {
+  for (const Operation& o : TypedOperations()) {
     std::printf("complete -c zel -n 'not __fish_seen_subcommand_from completion' -a %s -d %s\n", o.name.c_str(),
                 quoted(o.purpose).c_str());
     for (const Parameter& p : o.parameters) {

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <functional>
 
 #include "chain.h"
 #include "commands.h"
@@ -14,32 +15,36 @@ namespace {
 
 struct Choice {
   std::string name, details;
-  Chain chain;
+  std::function<Chain(const VImage&)> chain;  // for a photograph
 };
 
 Choice FromWords(const std::string& name, std::vector<std::string> words) {
   std::vector<std::string> inputs;
-  Choice choice{name, "", nullptr};
+  Choice choice{name, "", {}};
   for (size_t i = 1; i < words.size(); ++i) choice.details += (i > 1 ? " " : "") + words[i];
-  choice.chain = ParseWords(words, &inputs);
+  choice.chain = [chain = ParseWords(words, &inputs)](const VImage&) { return chain; };
   return choice;
+}
+
+Choice FromExample(const Operation& operation, size_t example) {
+  return {operation.name, operation.examples[example],
+          [&operation, example](const VImage& photo) { return ExampleChain(operation, example, photo); }};
 }
 
 std::vector<Choice> EveryOperation() {
   std::vector<Choice> choices;
-  for (const Operation& operation : Operations()) {
-    choices.push_back({operation.name, operation.examples[1], ExampleChain(operation, 1)});
-  }
+  for (const Operation& operation : TypedOperations()) choices.push_back(FromExample(operation, 1));
   return choices;
 }
 
 // One operation with its first number at several values, or at its examples where a range says little.
 std::vector<Choice> Strengths(const std::vector<std::string>& words) {
-  const Operation& operation = *FindOperation(words[0]);
+  const Operation* known = FindOperation(words[0]);
+  const Operation& operation = known ? *known : TypedOperations()[0];
   std::vector<Choice> choices;
   const Parameter& p = operation.parameters[0];
-  if (p.type != "integer" || p.most - p.least > 360) {
-    for (size_t i = 0; i < 3; ++i) choices.push_back({words[0], operation.examples[i], ExampleChain(operation, i)});
+  if (!known || p.type != "integer" || p.most - p.least > 360) {
+    for (size_t i = 0; i < 3; ++i) choices.push_back(FromExample(operation, i));
     return choices;
   }
   const bool both = p.least < 0;
@@ -64,7 +69,7 @@ std::vector<Choice> Recipes(const std::string& folder) {
   std::vector<Choice> choices;
   for (const auto& file : files) {
     const Chain chain = ReadRecipe(file.string());
-    choices.push_back({file.stem().string(), ZelChain_Words(chain.get()), chain});
+    choices.push_back({file.stem().string(), ZelChain_Words(chain.get()), [chain](const VImage&) { return chain; }});
   }
   return choices;
 }
@@ -74,7 +79,7 @@ VImage Try(const Choice& choice, const VImage& source) {
   std::string details = choice.details;
   std::vector<std::string> notes;
   try {
-    RunChain(choice.chain, &picture, &notes);
+    RunChain(choice.chain(picture), &picture, &notes);
     if (!notes.empty() && notes[0].find("changed nothing") != std::string::npos) details += "  (no change)";
   } catch (const Failure&) {
     picture = source;
@@ -108,8 +113,8 @@ int Sheet(int argc, char** argv) {
     words.erase(words.begin());
     if (!words.empty() && !recipes.empty()) throw UsageError("sheet takes an operation or --recipes, not both");
     std::vector<std::string> none;
-    const Chain chain = ParseWords(words, &none);
-    if (!none.empty() || ZelChain_Steps(chain.get()) > 1)
+    const bool automatic = words == std::vector<std::string>{TypedOperations()[0].name};
+    if (!automatic && (ZelChain_Steps(ParseWords(words, &none).get()) > 1 || !none.empty()))
       throw UsageError("sheet takes one photograph and at most one operation");
     const std::vector<Choice> choices = !recipes.empty() ? Recipes(recipes)
                                         : !words.empty() ? Strengths(words)
