@@ -91,6 +91,27 @@ TEST(Lab, RootsAreThoseOfTheMathLibrary) {
   EXPECT_EQ(NearlyCubeRoot(1.0), 1.0);
 }
 
+// A pixel that is passed over without a root must not be the largest, however near it comes.
+TEST(Lab, LargestChromaIsFoundAmongNearlyEqualOnes) {
+  struct Colour {
+    double chroma;
+    uint8_t samples[3];
+  };
+  std::vector<Colour> colours;
+  for (int i = 0; i < 4096; ++i) {
+    const int r = i % 16 * 17, g = i / 16 % 16 * 17, b = i / 256 * 17;
+    colours.push_back({Chroma(r, g, b), {static_cast<uint8_t>(r), static_cast<uint8_t>(g), static_cast<uint8_t>(b)}});
+  }
+  std::sort(colours.begin(), colours.end(), [](const Colour& a, const Colour& b) { return a.chroma < b.chroma; });
+  for (size_t i = 1; i < colours.size(); ++i) {
+    uint8_t pair[6];
+    std::copy(colours[i - 1].samples, colours[i - 1].samples + 3, pair);
+    std::copy(colours[i].samples, colours[i].samples + 3, pair + 3);
+    const double found = LargestSquaredChroma(PackedView<const uint8_t>(pair, 2, 1, 3), 1e9);
+    ASSERT_EQ(std::sqrt(found), colours[i].chroma) << i;
+  }
+}
+
 TEST(Lab, LargestChromaIsThatOfAllPixels) {
   for (int bits : {8, 16}) {
     for (uint32_t seed = 1; seed <= 20; ++seed) {

@@ -81,6 +81,18 @@ TEST(CopySource, StopsAtTheEndOfASmallerDestination) {
   EXPECT_TRUE(small.GuardsIntact());
 }
 
+// Row ends that are too long to be copied are left out; what is left of the last row still fits.
+TEST(CopySource, StopsAtTheEndBehindRowsFarApart) {
+  const TestImage large({8, 2, 1, 8, false, 5 << 20});
+  TestImage small({(5 << 20) + 12, 1, 1, 8, false}, 2);
+  ASSERT_LT(small.Bytes(), large.Bytes());
+  const int last = static_cast<int>(small.Bytes()) - large.desc()->stride;
+  ASSERT_TRUE(last > 0 && last < 8);
+  EXPECT_TRUE(CopySource(large.desc(), small.desc(), nullptr));
+  EXPECT_TRUE(small.GuardsIntact());
+  EXPECT_EQ(small.Get(large.desc()->stride + last - 1, 0, 0), large.Get(last - 1, 1, 0));
+}
+
 TEST(PointSample, TakesEveryNthPixelFromTheRectanglesOwnCorner) {
   for (int bits : {8, 16}) {
     const TestImage source({101, 40, 3, bits, true, 4});

@@ -26,8 +26,8 @@ TEST(Profile, FindsTheFirstMatchWithoutRegardToCase) {
 
 TEST(Profile, GarbageGivesTheDefault) {
   for (const char* text : {"", "[AWB", "[AWB]", "[AWB]\nkey", "[AWB]\nkey=", "[AWB]\nkey=abc", "[AWB]\nkey=-",
-                           "[AWB]\nkey=99999999999999999999", "[AWB]\n;key=5", "[AWB]\nkey2=5", "[AW]\nkey=5",
-                           "\xFF\xFE[AWB]\n", "=\n=\n[]\n[AWB]=\n"}) {
+                           "[AWB]\nkey=99999999999999999999", "[AWB]\nkey=2147483648", "[AWB\nkey=5", "[AWB]\n;key=5",
+                           "[AWB]\nkey2=5", "[AW]\nkey=5", "\xFF\xFE[AWB]\n", "=\n=\n[]\n[AWB]=\n"}) {
     EXPECT_EQ(Lookup(text, "key"), 85) << text;
   }
   EXPECT_EQ(Lookup(std::string("[AWB]\n\0key=5", 12), "key"), 5) << "stray zero bytes count as blanks";

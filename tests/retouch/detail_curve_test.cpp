@@ -30,6 +30,7 @@ TEST(DetailCurve, HasItsKneeWhereTheDetailsEnd) {
   EXPECT_EQ(Entry(80, 100, 2, 60), 60);
   EXPECT_EQ(Entry(80, 100, 2, 80), 80);
   EXPECT_EQ(Entry(255, 100, 2, 254), 254);
+  EXPECT_EQ(Entry(80, 100, 4, 70), 70);  // seven eighths for mode 4
   // Points that meet move apart: the third from 1 to 2 with height 1, the fourth from 2 to 3 with height 2.
   EXPECT_EQ(Entry(2, 100, 2, 1), 1);
   EXPECT_EQ(Entry(2, 100, 2, 2), 1);

@@ -20,6 +20,7 @@ TEST(SkinTone, PercentagesDescribeAColourAndItsTarget) {
   EXPECT_EQ(percentages({250, 55, 240}), 21000098) << "ratios of 40 and 13";
   EXPECT_EQ(percentages({249, 198, 198}) % 1000, 85) << "a ratio of 9.5";
   EXPECT_EQ(percentages({250, 205, 205}) % 1000, 90) << "10, where the scale changes";
+  EXPECT_EQ(percentages({245, 150, 150}) % 1000, 90) << "10.5";
   EXPECT_EQ(percentages({250, 195, 195}) % 1000, 91) << "12";
   EXPECT_EQ(percentages({189 + 256, 140 + 512, 131 + 0x3F00}), 54077012) << "the low bytes count";
   int32_t percent[3] = {-1, -1, -1};

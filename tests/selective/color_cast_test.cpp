@@ -59,7 +59,13 @@ TEST(ColorCast, MovesTheBrightTintToItsGrey) {
               After(ApplyChannelLut<uint8_t>, scene, nullptr, Curves<uint8_t>{CurvesOf(scene).data(), 3}));
     EXPECT_EQ(CurvesOf(Scene(tint, 20, false)), Identity()) << "red first is never looked at";
   }
-  for (const Rgb tint : {Rgb{240, 200, 240}, {240, 240, 240}}) EXPECT_EQ(CurvesOf(Scene(tint, 20)), Identity());
+  // The hues of 300 and 270 degrees and grey; 268 degrees is the last of a family.
+  for (const Rgb tint : {Rgb{240, 200, 240}, {220, 200, 240}, {240, 240, 240}}) {
+    EXPECT_EQ(CurvesOf(Scene(tint, 20)), Identity());
+  }
+  EXPECT_NE(CurvesOf(Scene({219, 200, 240}, 20)), Identity());
+  EXPECT_NE(CurvesOf(TestImage({10, 10, 3, 8, true}, 240, 215, 200)), Identity());
+  EXPECT_EQ(CurvesOf(TestImage({11, 9, 3, 8, true}, 240, 215, 200)), Identity()) << "fewer than 100 pixels in all";
   TestImage sparse = Scene({240, 215, 200}, 0);
   for (int x = 0; x < 24; ++x) sparse.SetColour(x, 0, 240, 215, 200);
   EXPECT_EQ(CurvesOf(sparse), Identity()) << "fewer than 25 pixels are no family";
@@ -112,6 +118,19 @@ TEST(WhiteZone, DefaultLimitsOfBrightPixels) {
   EXPECT_TRUE(stays("", {84, 80, 70}) && !stays("", {83, 80, 70}));
   EXPECT_TRUE(stays("MaxScale=9\n", {100, 90, 24}) && !stays("MaxScale=9\n", {100, 90, 23}));
   EXPECT_TRUE(stays("", {90, 80, 30}) && !stays("", {91, 80, 30}));
+}
+
+TEST(WhiteZone, NeedsMoreThanItsShare) {
+  TestImage image({10, 10, 3, 8, true}, 100, 100, 100);
+  const auto size = [&] {
+    std::vector<uint8_t> mask(100);
+    EXPECT_TRUE(BuildWhiteZoneMask(image.view<const uint8_t>(), mask.data()));
+    return std::count(mask.begin(), mask.end(), kInWhiteZone);
+  };
+  for (int i = 0; i < 15; ++i) image.SetColour(i % 10, i / 10, 200, 200, 200);
+  EXPECT_EQ(size(), 100) << "15 of 100 are not more than 15 per cent";
+  image.SetColour(5, 1, 200, 200, 200);
+  EXPECT_EQ(size(), 16);
 }
 
 TEST(CastCurves, GainLevelsAreTheseTables) {
@@ -198,6 +217,13 @@ TEST(ColorCastManual, MarkedColourBecomesGrey) {
     image.FillColour(c.red, c.green, c.blue);
     EXPECT_TRUE(corrected(image, {0, 0, 30, 20}, 100).SameBytes(image));
   }
+}
+
+TEST(ColorCastManual, AnEmptyRectangleMeasuresOnePixel) {
+  const ZelRect empty{3, 5, 3, 5}, beside{-9, 40, -9, 50};
+  const Region one = MarkedArea(&empty, 30, 20).region, corner = MarkedArea(&beside, 30, 20).region;
+  EXPECT_TRUE(one.left == 3 && one.top == 5 && one.Width() == 1 && one.Height() == 1);
+  EXPECT_TRUE(corner.left == 0 && corner.top == 19 && corner.Width() == 1 && corner.Height() == 1);
 }
 
 TEST(CastCurves, PassTheirThreePoints) {

@@ -80,6 +80,7 @@ TEST(RegionColourful, AddsMoreToADullArea) {
   EXPECT_EQ(increase({{60, 50}}, 50), 75) << "66 is raised to 75";
   EXPECT_EQ(increase({{30, 989}, {50, 10}}, 50), 100) << "9 of 999 suffice";
   EXPECT_EQ(increase({{30, 4000}, {50, 10}}, 50), 233) << "10 of 4010 do not";
+  EXPECT_EQ(increase({{30, 9901}, {50, 99}}, 50), 233) << "nor do 99 of 10000";
   EXPECT_EQ(increase({}, 50), 0);
   EXPECT_EQ(increase({}, 100), 25) << "the fixed part comes without an area";
   EXPECT_EQ(increase({{100, 7}}, 50), 0);

@@ -64,6 +64,7 @@ TEST(ToneEnhancement, StylesFollowTheirRules) {
   EXPECT_EQ(curve(2, 5, 80), curve(0, 5, 80));
   // Style 1 reaches its whole curve at 75.
   EXPECT_NE(curve(0, 1, 74), curve(0, 1, 75));
+  EXPECT_NE(curve(0, 1, 75), curve(0, 1, 76));  // and has a gamma from there on
   for (int32_t style : {-1, 7}) EXPECT_EQ(CurveOf(image, 0, style, 50, ZEL_REFUSED), Identity());
 }
 
