@@ -133,6 +133,16 @@ class Settings(ToolTest):
 
 
 class HostileFiles(ToolTest):
+    @unittest.skipIf(os.environ.get("SANITIZE"), "sanitizers take addresses of their own")
+    def test_what_does_not_fit_into_memory_is_told(self):
+        with open(self.path("big.ppm"), "wb") as file:
+            file.write(b"P6 9000 6000 255\n")
+            file.truncate(17 + 9000 * 6000 * 3)
+        limit = {"preexec_fn": lambda: resource.setrlimit(resource.RLIMIT_AS, (250 << 20, 250 << 20))}
+        self.refuses(3, "does not fit into memory: 9000 x 6000 pixels take 162.0 MB", "big.ppm", "-o", "out.png", "gamma", **limit)
+        self.refuses(3, "out.webp cannot be written: webpsave: failed to allocate 432000000 bytes",
+                     "sample", "out.webp", "--size", "12000x12000", **limit)
+
     def test_files_that_are_no_photographs(self):
         self.zel("sample", "good.png", "--size", "200x150")
         good = self.read("good.png")
