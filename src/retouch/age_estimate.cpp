@@ -101,6 +101,7 @@ class ShadedPairs {
     for (int32_t i = 1; i < kMostSteps; ++i) {
       steps_[i] = static_cast<int16_t>(std::floor(Logarithm(static_cast<double>(i) / kMostSteps) * 32.0 + 0.5));
     }
+    for (int32_t i = 0; i < 256; ++i) logarithms_[i] = Logarithm(std::max(LightOfLevel(i / 255.0), 1e-4));
     return pairs_.Allocate(2 * static_cast<size_t>(image.width) * static_cast<size_t>(image.height)) &&
            counts_.Allocate(kCells * kCells) && weights_.Allocate(kCells * kCells);
   }
@@ -143,9 +144,9 @@ class ShadedPairs {
   void Find(const double* white, const double* power) {
     int32_t logarithm[3][256];
     for (int32_t k = 0; k < 3; ++k) {
+      const double offset = Logarithm(white[k]);
       for (int32_t i = 0; i < 256; ++i) {
-        const double density = Logarithm(white[k]) - Logarithm(std::max(LightOfLevel(i / 255.0), 1e-4));
-        logarithm[k][i] = static_cast<int32_t>(std::floor(kPerUnit * -power[k] * density + 0.5));
+        logarithm[k][i] = static_cast<int32_t>(std::floor(kPerUnit * -power[k] * (offset - logarithms_[i]) + 0.5));
       }
     }
     std::fill(counts_.data(), counts_.data() + kCells * kCells, 0);
@@ -187,6 +188,7 @@ class ShadedPairs {
 
   View<const uint8_t> image_;
   int16_t steps_[kMostSteps] = {};  // logarithm of 1 to 4095 of a whole, 32 to the unit
+  double logarithms_[256] = {};     // of the light of a level
   Scratch<Pair> pairs_;
   Scratch<int32_t> counts_;
   Scratch<double> weights_;

@@ -25,11 +25,13 @@ struct Fading {
 
 void FillCurves(const Age& age, int32_t channels, Fading* curves) {
   const double target = LightOfLevel(kBlack / 255.0);
+  double lights[256];
+  for (int32_t i = 0; i < 256; ++i) lights[i] = LightOfLevel(i / 255.0);
   for (int32_t k = 0; k < channels; ++k) {
     const double black = LightOfLevel(age.black[k] / 255.0), white = LightOfLevel(age.white[k] / 255.0);
     const double power = Logarithm(target) / Logarithm(black / white);
     for (int32_t i = 0; i < 256; ++i) {
-      double light = LightOfLevel(i / 255.0);
+      double light = lights[i];
       if (age.power[k] > 1.0 && light > 0.0 && light < age.paper[k]) {
         light = age.paper[k] * Exponential(Logarithm(light / age.paper[k]) * age.power[k]);
       }

@@ -43,8 +43,8 @@ double Plausibility(const Chroma& surface, double grey) {
 // bodies, much further towards warm (candles) than towards cool (shade).
 double Expected(const Chroma& light) {
   const Tint tint = TintOf(light);
-  const double along = tint.warm / (tint.warm > 0.0 ? 2.0 : 0.4);
-  return 8.0 * Bell(along, tint.magenta / 0.2) + 4.0 * Bell(tint.warm / 0.08, tint.magenta / 0.08);
+  const double along = tint.warm / (tint.warm > 0.0 ? 2.0 : 0.55);
+  return 11.0 * Bell(along, tint.magenta / 0.3) + 3.0 * Bell(tint.warm / 0.08, tint.magenta / 0.08);
 }
 
 // Chroma in steps of 1/16, from -3 to 3 on both axes.
@@ -56,6 +56,7 @@ constexpr int32_t kSpan = 2 * kAxis;  // of the difference between two
 constexpr int32_t kBrightness[] = {5, 25, 125, 500};  // the brightest n in 2000 of the pixels begin a class each
 constexpr int32_t kClasses = 5;                       // 0 is the brightest
 constexpr int32_t kClipped = 252;                     // levels from here on may have been higher
+constexpr double kClippedSay = 0.15;                  // so they weigh less
 constexpr int32_t kDark = 8;                          // below it noise and rounding make the colour
 constexpr int32_t kFullWeight = 24;                   // levels above it from which a pixel counts fully
 
@@ -76,6 +77,8 @@ struct Picture {
   int32_t perHigh[3];  // what brings it to a strength of 256 in each channel at `high`
   int32_t differenceLogarithm[4096];
   uint8_t edgeClassOf[4096];
+  bool hasEdges;
+  Chroma strongest;  // of the differences at edges, most of the strongest
 
   double Count() const { return static_cast<double>(image.width) * image.height; }
   int32_t Brightness(const uint8_t* rgb) const {
@@ -102,16 +105,17 @@ struct Picture {
     const int32_t red = image.PlaceOf(0);
     const auto look = [&](const uint8_t* a, const uint8_t* b) {
       int32_t d[3];
+      bool clipped = false;
       for (int32_t k = 0; k < 3; ++k) {
         const int32_t at = k == 1 ? 1 : (k == 0 ? red : 2 - red);
-        if (a[at] >= kClipped || b[at] >= kClipped) return;
+        clipped = clipped || a[at] >= kClipped || b[at] >= kClipped;
         d[k] = light[a[at]] - light[b[at]];
       }
       if (d[0] < 0) d[0] = -d[0], d[1] = -d[1], d[2] = -d[2];
       constexpr int32_t kFaint = 8, kFaintest = 13;
       if (d[0] < kFaint || d[1] < kFaint || d[2] < kFaint) return;
       const int32_t strength = (d[0] * perHigh[0] + d[1] * perHigh[1] + d[2] * perHigh[2]) >> 8;
-      if (strength >= kFaintest) visit(d, std::min(strength, 4095));
+      if (strength >= kFaintest) visit(d, std::min(strength, 4095), clipped);
     };
     for (int32_t y = 0; y < image.height; ++y) {
       const uint8_t* const row = image.At(0, y);
@@ -167,7 +171,20 @@ void Prepare(Picture* picture) {
     picture->differenceLogarithm[i] = static_cast<int32_t>(std::floor(Logarithm(i / 4096.0) * (16 * kPerUnit) + 0.5));
   }
   int32_t edges[4096] = {};
-  picture->ForEachEdge([&](const int32_t*, int32_t strength) { ++edges[strength]; });
+  double sixth[3] = {};
+  picture->ForEachEdge([&](const int32_t* d, int32_t strength, bool clipped) {
+    if (!clipped) ++edges[strength];
+    for (int32_t k = 0; k < 3; ++k) {
+      const double square = static_cast<double>(d[k]) * d[k];
+      sixth[k] += square * square * square * (clipped ? kClippedSay : 1.0);
+    }
+  });
+  const double all = sixth[0] + sixth[1] + sixth[2];
+  picture->hasEdges = all > 0.0;
+  if (picture->hasEdges) {
+    const auto root = [&](int32_t k) { return Logarithm(std::max(sixth[k] / all, 1e-12)) / 6.0; };
+    picture->strongest = {root(0) - root(1), root(2) - root(1)};
+  }
   FillClasses(edges, picture->Count(), kEdges, kEdgeClasses, picture->edgeClassOf);
 }
 
@@ -227,7 +244,8 @@ void Count(const Picture& picture, int32_t* counts) {
     counts[(c * 8 + clip) * kPlane + place] += std::min(dark + 1, kFullWeight);
   });
   const int32_t* const edge = picture.differenceLogarithm;
-  picture.ForEachEdge([&](const int32_t* d, int32_t strength) {
+  picture.ForEachEdge([&](const int32_t* d, int32_t strength, bool clipped) {
+    if (clipped) return;
     const int32_t place = PlaceOf(edge[d[0]], edge[d[1]], edge[d[2]]);
     if (place >= 0) ++counts[(kClasses * 8 + picture.edgeClassOf[strength]) * kPlane + place];
   });
@@ -250,7 +268,7 @@ class Votes {
       if (counted[i] == 0) continue;
       const int32_t clip = i / kPlane;
       const double there = counted[i] / (counted[i] + 0.0015 * static_cast<double>(total));
-      const double weight = there * (clip == 0 ? 1.0 : 0.15);
+      const double weight = there * (clip == 0 ? 1.0 : kClippedSay);
       if (weight < 0.05) continue;
       weights += weight;
       const int32_t red = i % kPlane / kAxis, blue = i % kAxis;
@@ -265,8 +283,10 @@ class Votes {
   int32_t count_ = 0;
 };
 
+constexpr double kStrongestSay = 4.0;
+
 // The mean of all lights, each counted by how well it explains the picture.
-Chroma WeighLights(const Votes& votes) {
+Chroma WeighLights(const Votes& votes, const Picture& picture) {
   struct Light {
     Chroma chroma;
     double score;
@@ -281,6 +301,10 @@ Chroma WeighLights(const Votes& votes) {
       const Tint tint = TintOf(chroma);
       if (tint.warm < -1.0 || tint.warm > 2.4 || std::fabs(tint.magenta) > 0.8) continue;
       double score = Expected(chroma);
+      if (picture.hasEdges) {
+        score += kStrongestSay *
+                 Bell((chroma.red - picture.strongest.red) / 0.2, (chroma.blue - picture.strongest.blue) / 0.2);
+      }
       const int32_t r = red + kAxis / 2, b = blue + kAxis / 2, step = r * kSpan + b;
       for (int32_t i = 0; i < votes.count(); ++i) {
         const Vote& vote = votes[i];
@@ -323,7 +347,7 @@ LightColour EstimateLight(const View<const uint8_t>& image) {
       tables[1][red * kSpan + blue] = Plausibility(surface, 0.12);
     }
   }
-  Picture picture = {image, {}, {}, {}, {}, {}, {}, {}, {}};
+  Picture picture = {image, {}, {}, {}, {}, {}, {}, {}, {}, false, {}};
   Prepare(&picture);
   Count(picture, counts.data());
   for (int32_t c = 0; c < kClasses; ++c) {
@@ -334,7 +358,7 @@ LightColour EstimateLight(const View<const uint8_t>& image) {
   for (int32_t c = 0; c < kEdgeClasses; ++c) {
     votes.Add(counts.data() + (kClasses * 8 + c) * kPlane, 1, kEdgeSay, tables[1]);
   }
-  const Chroma found = WeighLights(votes);
+  const Chroma found = WeighLights(votes, picture);
   const double distance = found.red * found.red + found.blue * found.blue;
   if (distance <= kUnseen * kUnseen) return kNeutral;
   const double share = 1.0 - kUnseen * kUnseen / distance;

@@ -168,6 +168,38 @@ const Method kMethods[] = {{"nothing",
                            {"grey edge", GreyEdge},
                            {"light-correct", Ours}};
 
+// A picture as a camera would have seen it, before its colours were made stronger and its own light was taken out: with
+// the tint out (as far as grey edge and shades of grey agree on it), less saturated, under a light as measured scenes
+// have it, most of them near daylight and the others far towards warm, and not as bright.
+struct Scenes {
+  uint32_t state = 77;
+  double Random() { return static_cast<double>((state = state * 1664525u + 1013904223u) >> 8) / 16777216.0; }
+
+  Photograph Seen(const Photograph& picture, int kind, Rgb* light) {
+    static const double kFrom[3] = {2400.0, 4800.0, 5500.0}, kSpan[3] = {1800.0, 1200.0, 3500.0};
+    static const double kFilters[3][3] = {{0.68, 0.27, 0.05}, {0.16, 0.66, 0.18}, {0.05, 0.28, 0.67}};
+    const double kelvin = kFrom[kind % 3] + kSpan[kind % 3] * Random(), side = Random() + Random() - 1.0;
+    *light = LightAt(kelvin, side * (kind % 3 == 0 ? 0.25 : 0.18)).gains;
+    const double exposure = 0.5 + 0.5 * Random();
+    const Rgb edge = GreyEdge(picture), shades = PowerMean(picture, 6.0);
+    Rgb own;
+    for (int k = 0; k < 3; ++k) {
+      own[k] = std::pow(edge[k] / edge[1] * shades[k] / shades[1], kind % 2 == 0 ? 0.1 : 0.375);
+    }
+    Photograph seen = picture;
+    for (size_t p = 0; p < picture.Pixels(); ++p) {
+      Rgb colour;
+      for (int k = 0; k < 3; ++k) colour[k] = Linear(picture.Level(p, k)) / own[k];
+      for (int k = 0; k < 3; ++k) {
+        const double* const filter = kFilters[k];
+        const double through = filter[0] * colour[0] + filter[1] * colour[1] + filter[2] * colour[2];
+        seen.SetLevel(p, k, Level(std::min(through * (*light)[k] * exposure, 1.0)));
+      }
+    }
+    return seen;
+  }
+};
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -222,6 +254,20 @@ int main(int count, char** arguments) {
     for (size_t m = 0; m < kMethodCount; ++m) all[m] += sums[kind][m];
   }
   row("all 26", all, number);
+  double scenes[2][kMethodCount] = {}, sceneNumbers[2] = {}, sceneSums[kMethodCount] = {};
+  Scenes camera;
+  for (const Photograph& picture : pictures) {
+    for (int kind = 0; kind < 6; ++kind) {
+      Rgb light;
+      const Photograph seen = camera.Seen(picture, kind, &light);
+      const int far = Angle(light, {1.0, 1.0, 1.0}) > 8.0 ? 1 : 0;
+      sceneNumbers[far] += 1.0;
+      for (size_t m = 0; m < kMethodCount; ++m) scenes[far][m] += Angle(kMethods[m].light(seen), light);
+    }
+  }
+  for (size_t m = 0; m < kMethodCount; ++m) sceneSums[m] = scenes[0][m] + scenes[1][m];
+  row("as a camera sees it", sceneSums, sceneNumbers[0] + sceneNumbers[1]);
+  row("of these, over 8 degrees off", scenes[1], sceneNumbers[1]);
   row("untinted: CIEDE2000 of the change", change, static_cast<double>(pictures.size()));
   row("untinted: most changed", most, 1.0);
   const auto name = [](const char* title, std::vector<std::pair<double, std::string>>* list) {
