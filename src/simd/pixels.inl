@@ -165,17 +165,23 @@ static inline Mid LoadHalves(const void* lower, const void* upper) {
 #define ZEL_PICKS(...) ZEL_MID(setr_epi8)(__VA_ARGS__)
 #endif
 
-// Four pixels of three bytes in the first twelve of every sixteen, from where at least that many pixels are left. Four
-// bytes behind them are read along unless the row ends there.
+// Four pixels of three bytes in the first twelve of every sixteen, from where at least that many pixels are left. It is
+// cheaper to read four bytes more where there are more.
 static inline Mid LoadPixels(const uint8_t* in, size_t left) {
 #if defined(__AVX2__)
   if (left >= kMidPixels + 2) return LoadHalves(in, in + 12);
   return _mm256_inserti128_si256(_mm256_castsi128_si256(LoadHalf(in)), _mm_srli_si128(LoadHalf(in + 8), 4), 1);
 #else
   if (left >= kMidPixels + 2) return LoadMid(in);
-  uint8_t row[kMidBytes] = {};
-  __builtin_memcpy(row, in, 3 * kMidPixels);
-  return LoadMid(row);
+  uint32_t last;
+  __builtin_memcpy(&last, in + 8, 4);
+#if defined(__SSE4_1__)
+  return _mm_insert_epi32(_mm_loadl_epi64((const Half*)in), (int32_t)last, 2);
+#elif defined(ZEL_NEON)
+  return (Mid)vsetq_lane_u32(last, (uint32x4_t)vcombine_u8(vld1_u8(in), vdup_n_u8(0)), 2);
+#else
+  return wasm_i32x4_replace_lane(wasm_v128_load64_zero(in), 2, (int32_t)last);
+#endif
 #endif
 }
 
@@ -224,7 +230,10 @@ static inline Mid Repeated(Mid v) {
 #if defined(__SSE4_1__)
   return ZEL_MID(shuffle_epi32)(v, 0x55 * k);
 #elif defined(ZEL_NEON)
-  return (Mid)vdupq_laneq_u32((uint32x4_t)v, k);
+  Mid repeated = (Mid)vdupq_laneq_u32((uint32x4_t)v, k);
+  // Left to itself, clang takes the halves apart where products of the upper ones are wanted.
+  __asm__("" : "+w"(repeated));
+  return repeated;
 #else
   return wasm_i32x4_shuffle(v, v, k, k, k, k);
 #endif
@@ -239,12 +248,18 @@ static inline Mid Seventeenths(Mid v) {
 
 // (a + 16 * b + 256 * c) << shift for the four bytes a, b, c and 0, the three up to 15, of every pixel.
 static inline Mid PlacesOf(Mid indexes, int shift) {
+#if defined(ZEL_NEON)
+  const Mid words = v_and(v_or(indexes, v_srli_epi32(indexes, 4)), v_set1_epi32(0x00FF00FF));
+  const Mid places = v_and(v_or(words, v_srli_epi32(words, 8)), v_set1_epi32(0xFFF));
+  return v_slli_epi32(places, shift);
+#else
 #if defined(__SSE4_1__)
   const Mid words = ZEL_MID(maddubs_epi16)(indexes, ZEL_MID(set1_epi32)(0x00011001));
 #else
   const Mid words = v_and(v_or(indexes, v_srli_epi16(indexes, 4)), v_set1_epi16(255));
 #endif
   return ZEL_MID(madd_epi16)(words, ZEL_MID(set1_epi32)((256 << 16 | 1) << shift));
+#endif
 }
 
 // Sums of two vectors of bytes in words, of the lower and of the upper bytes of every sixteen.

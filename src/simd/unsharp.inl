@@ -12,7 +12,22 @@ static void PushBytesFlat(const uint8_t* in, const uint8_t* blurred, size_t from
   }
 }
 
-#if defined(ZEL_TWINS)
+#if defined(ZEL_NEON)
+enum : int32_t { kMostVectorGain = 16383 };
+
+// excess * gain >> 7 as the upper half of twice (excess << 7) * (gain << 1), which is signed here. Packing cuts it to
+// what fits a byte: a greater step saturates no less.
+static inline Wide Pushed(Wide in, Wide blurred, Wide doubledGain, Wide threshold) {
+  const uint8x16_t excess = vqsubq_u8(vabdq_u8(in, blurred), threshold);
+  const int16x8_t gain = (int16x8_t)doubledGain;
+  const int16x8_t low = vqdmulhq_s16((int16x8_t)vshll_n_u8(vget_low_u8(excess), 7), gain);
+  const int16x8_t high = vqdmulhq_s16((int16x8_t)vshll_high_n_u8(excess, 7), gain);
+  const uint8x16_t steps = vqmovun_high_s16(vqmovun_s16(low), high);
+  return vbslq_u8(vcltq_u8(in, blurred), vqsubq_u8(in, steps), vqaddq_u8(in, steps));
+}
+#elif defined(ZEL_TWINS)
+enum : int32_t { kMostVectorGain = kMaxByteGain };
+
 // excess * gain >> 7 as the upper half of (excess << 8) * (gain << 1), cut to what fits a byte: a greater step
 // saturates no less.
 static inline Wide ByteSteps(Wide shiftedExcess, Wide doubledGain) {
@@ -34,7 +49,7 @@ static void PushBytes(const uint8_t* in, const uint8_t* blurred, uint8_t* out, s
                       int32_t threshold) {
   size_t i = 0;
 #if defined(ZEL_TWINS)
-  if (gain >= 0) {
+  if (gain >= 0 && gain <= kMostVectorGain) {
     const Wide doubledGain = ZEL_WIDE(set1_epi16)((short)(uint16_t)(2 * gain));
     const Wide bytes = ZEL_WIDE(set1_epi8)((char)(uint8_t)(threshold > 255 ? 255 : threshold));
     for (; i + kWideBytes <= count; i += kWideBytes) {
