@@ -63,10 +63,15 @@ struct BlurWeights {
   int32_t runs;
   Run run[kMaxBlurReach + 1];
 
-  // For those who add the two samples of mirrored taps first: the taps up to the centre, which is summed before all
-  // others and belongs to no run.
+  // For those who add the two samples of mirrored taps first: the taps up to the centre, given four times. The centre
+  // is summed before all others and belongs to no run. In shorter kernels nothing needs folding, and `split` taps
+  // before the centre, half of them rounded up, have coarse parts; else the split is -1.
+  struct Tap {
+    uint16_t fine[4], coarse[4];
+  };
   struct Mirrored {
-    uint8_t fine[kMaxBlurReach + 1], coarse[kMaxBlurReach + 1];
+    Tap tap[kMaxBlurReach + 1];
+    int32_t split;
     int32_t runs;
     Run run[kMaxBlurReach + 1];
   };

@@ -16,6 +16,14 @@ static inline void AddMirrored(Wide* low, Wide* high, const MirroredPairs& pairs
   *high = v_add_epi16(*high, v_mullo_epi16(pairs.high, weight));
 }
 
+static inline Wide FineOf(const BlurWeights::Tap& tap) {
+  return wasm_v128_load64_splat(tap.fine);
+}
+
+static inline Wide CoarseOf(const BlurWeights::Tap& tap) {
+  return wasm_v128_load64_splat(tap.coarse);
+}
+
 static inline ByteSums WeighCentre(const uint8_t* centre, Wide coarse, Wide fine) {
   const Wide zero = v_setzero(), bytes = LoadWide(centre);
   const Wide low = v_unpacklo_epi8(bytes, zero), high = v_unpackhi_epi8(bytes, zero);
@@ -39,7 +47,7 @@ static inline void SumMirroredTwice(const uint8_t* const* rows, const BlurWeight
   const BlurWeights::Mirrored& taps = weights.mirrored;
   const Folding by = FoldingOf(weights);
   const uint8_t* const centre = rows[reach] + first;
-  const Wide c = v_set1_epi16(taps.coarse[reach]), f = v_set1_epi16(taps.fine[reach]);
+  const Wide c = CoarseOf(taps.tap[reach]), f = FineOf(taps.tap[reach]);
   ByteSums one = WeighCentre(centre + i, c, f), two = WeighCentre(centre + j, c, f);
   int32_t k = 0;
   for (int32_t r = 0; r < taps.runs; ++r) {
@@ -52,7 +60,7 @@ static inline void SumMirroredTwice(const uint8_t* const* rows, const BlurWeight
       for (; k < run.end; ++k) {
         const uint8_t* const a = rows[k] + first;
         const uint8_t* const b = rows[2 * reach - k] + first;
-        const Wide fine = v_set1_epi16(taps.fine[k]), coarse = v_set1_epi16(taps.coarse[k]);
+        const Wide fine = FineOf(taps.tap[k]), coarse = CoarseOf(taps.tap[k]);
         AddBoth(&one, a + i, b + i, coarse, fine);
         AddBoth(&two, a + j, b + j, coarse, fine);
       }
@@ -60,7 +68,7 @@ static inline void SumMirroredTwice(const uint8_t* const* rows, const BlurWeight
       for (; k < run.end; ++k) {
         const uint8_t* const a = rows[k] + first;
         const uint8_t* const b = rows[2 * reach - k] + first;
-        const Wide fine = v_set1_epi16(taps.fine[k]);
+        const Wide fine = FineOf(taps.tap[k]);
         AddFine(&one, a + i, b + i, fine);
         AddFine(&two, a + j, b + j, fine);
       }
@@ -70,50 +78,55 @@ static inline void SumMirroredTwice(const uint8_t* const* rows, const BlurWeight
   StoreWide(out + j, Rounded(&two, by));
 }
 
-// The same for one short reach, where loops and weights cost as much as the sums: unrolled, all that a vector needs at
-// hand. Only for weights that need no folding before the end and have coarse parts in the last kSplit taps alone.
-template <int kReach, int kSplit>
-static void SumMirroredUnrolled(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out,
-                                size_t count) {
+// The same for short kernels, where loops and weights cost as much as the sums: unrolled, all that a vector needs at
+// hand.
+template <int kReach>
+static void SumMirroredShort(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out,
+                             size_t count) {
   const BlurWeights::Mirrored& taps = weights.mirrored;
   const Folding by = FoldingOf(weights);
   const uint8_t* row[2 * kReach + 1];
-  Wide coarse[kReach + 1], fine[kReach + 1];
   for (int32_t k = 0; k <= 2 * kReach; ++k) row[k] = rows[k] + first;
-  for (int32_t k = 0; k <= kReach; ++k) coarse[k] = v_set1_epi16(taps.coarse[k]), fine[k] = v_set1_epi16(taps.fine[k]);
   const size_t last = count - kWideBytes;
   for (size_t i = 0; i < count; i += kWideBytes) {
     const size_t at = i < last ? i : last;
-    ByteSums sums = WeighCentre(row[kReach] + at, coarse[kReach], fine[kReach]);
+    ByteSums sums = WeighCentre(row[kReach] + at, CoarseOf(taps.tap[kReach]), FineOf(taps.tap[kReach]));
 #pragma GCC unroll 8
     for (int32_t k = 0; k < kReach; ++k) {
-      if (k >= kReach - kSplit) {
-        AddBoth(&sums, row[k] + at, row[2 * kReach - k] + at, coarse[k], fine[k]);
+      const uint8_t* const a = row[k] + at;
+      const uint8_t* const b = row[2 * kReach - k] + at;
+      if (k >= kReach - (kReach + 1) / 2) {
+        AddBoth(&sums, a, b, CoarseOf(taps.tap[k]), FineOf(taps.tap[k]));
       } else {
-        AddFine(&sums, row[k] + at, row[2 * kReach - k] + at, fine[k]);
+        AddFine(&sums, a, b, FineOf(taps.tap[k]));
       }
     }
     StoreWide(out + at, Rounded(&sums, by));
   }
 }
 
-// How many taps next to the centre have coarse parts, or -1 where others have them or sums need folding on the way.
-static int32_t PlainSplit(const BlurWeights& weights) {
-  const BlurWeights::Mirrored& taps = weights.mirrored;
-  int32_t split = 0;
-  for (int32_t r = 0; r < taps.runs; ++r) {
-    const BlurWeights::Run& run = taps.run[r];
-    if (run.fold || (split != 0 && !run.coarse)) return -1;
-    if (run.coarse) split = weights.reach - (r > 0 ? taps.run[r - 1].end : 0);
-  }
-  return split;
-}
-
 static void SumMirrored(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out,
                         size_t count) {
-  const int32_t split = weights.reach == 3 ? PlainSplit(weights) : -1;
-  if (split == 1) return SumMirroredUnrolled<3, 1>(rows, first, weights, out, count);
-  if (split == 2) return SumMirroredUnrolled<3, 2>(rows, first, weights, out, count);
+  switch (weights.mirrored.split < 0 ? 0 : weights.reach) {
+    case 1:
+      return SumMirroredShort<1>(rows, first, weights, out, count);
+    case 2:
+      return SumMirroredShort<2>(rows, first, weights, out, count);
+    case 3:
+      return SumMirroredShort<3>(rows, first, weights, out, count);
+    case 4:
+      return SumMirroredShort<4>(rows, first, weights, out, count);
+    case 5:
+      return SumMirroredShort<5>(rows, first, weights, out, count);
+    case 6:
+      return SumMirroredShort<6>(rows, first, weights, out, count);
+    case 7:
+      return SumMirroredShort<7>(rows, first, weights, out, count);
+    case 8:
+      return SumMirroredShort<8>(rows, first, weights, out, count);
+    default:
+      break;
+  }
   const size_t last = count - kWideBytes;
   for (size_t i = 0; i < count; i += 2 * kWideBytes) {
     const size_t at = i < last ? i : last, next = i + kWideBytes < last ? i + kWideBytes : last;

@@ -48,20 +48,35 @@ bool EndRun(int32_t m, bool coarse, bool fold, BlurWeights::Run* run, int32_t* r
   return fold;
 }
 
-// Taps up to 64 stay whole here too, and so every part is at most that.
+// How many taps before the centre must have coarse parts so that fine sums need no folding, or -1 where that is more
+// than half.
+int32_t MirroredSplitOf(const BlurWeights& weights) {
+  const int32_t reach = weights.reach, split = (reach + 1) / 2;
+  int32_t total = RestOf(weights, weights.taps[reach]);
+  for (int32_t k = 0; k < reach; ++k) {
+    total += 2 * (k < reach - split ? weights.taps[k] : RestOf(weights, weights.taps[k]));
+  }
+  return 255 * total <= 65535 ? split : -1;
+}
+
+// Without a split taps up to 64 stay whole here too.
 void SplitMirrored(BlurWeights* weights) {
   const int32_t fineBits = weights->shift - 7, reach = std::min(weights->reach, kMaxBlurReach);
   BlurWeights::Mirrored& mirrored = weights->mirrored;
+  mirrored.split = MirroredSplitOf(*weights);
   for (int32_t k = 0; k <= reach; ++k) {
-    const int32_t tap = weights->taps[k], fine = tap > 64 ? RestOf(*weights, tap) : tap;
-    mirrored.fine[k] = static_cast<uint8_t>(fine);
-    mirrored.coarse[k] = static_cast<uint8_t>((tap - fine) >> fineBits);
+    const int32_t tap = weights->taps[k];
+    const bool splits = mirrored.split < 0 ? tap > 64 : k >= reach - mirrored.split;
+    const int32_t fine = splits ? RestOf(*weights, tap) : tap;
+    std::fill_n(mirrored.tap[k].fine, 4, static_cast<uint16_t>(fine));
+    std::fill_n(mirrored.tap[k].coarse, 4, static_cast<uint16_t>((tap - fine) >> fineBits));
   }
-  int32_t most = 255 * mirrored.fine[reach];
+  int32_t most = 255 * mirrored.tap[reach].fine[0];
   mirrored.runs = 0;
   for (int32_t k = 0; k < reach; ++k) {
-    const int32_t share = 2 * 255 * mirrored.fine[k];
-    const bool fold = EndRun(k, mirrored.coarse[k] != 0, most + share > 65535, mirrored.run, &mirrored.runs);
+    const BlurWeights::Tap& tap = mirrored.tap[k];
+    const int32_t share = 2 * 255 * tap.fine[0];
+    const bool fold = EndRun(k, tap.coarse[0] != 0, most + share > 65535, mirrored.run, &mirrored.runs);
     most = share + (fold ? (1 << fineBits) - 1 : most);
   }
 }

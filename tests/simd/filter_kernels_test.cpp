@@ -147,13 +147,15 @@ TEST(FilterKernels, SplitWeightsStayInTheirIntervals) {
       ASSERT_LE((total * 255) >> fineBits, 65535);
     }
     const BlurWeights::Mirrored& mirrored = w.mirrored;
-    int fineSum = 255 * mirrored.fine[w.reach], k = 0;
+    int fineSum = 255 * mirrored.tap[w.reach].fine[0], k = 0;
     for (int r = 0; r < mirrored.runs; ++r) {
       if (mirrored.run[r].fold) fineSum = (1 << fineBits) - 1;
       for (; k < mirrored.run[r].end; ++k) {
-        ASSERT_EQ((mirrored.coarse[k] << fineBits) + mirrored.fine[k], w.taps[k]);
-        ASSERT_EQ(mirrored.coarse[k] != 0, mirrored.run[r].coarse);
-        fineSum += 510 * mirrored.fine[k];
+        const int coarse = mirrored.tap[k].coarse[0], fine = mirrored.tap[k].fine[0];
+        ASSERT_EQ((coarse << fineBits) + fine, w.taps[k]);
+        ASSERT_EQ(coarse != 0, mirrored.run[r].coarse);
+        ASSERT_TRUE(mirrored.split < 0 || (!mirrored.run[r].fold && (coarse == 0 || k >= w.reach - mirrored.split)));
+        fineSum += 510 * fine;
         ASSERT_LE(fineSum, 65535);
       }
     }
