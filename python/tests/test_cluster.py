@@ -231,11 +231,13 @@ def test_a_photograph_that_kills_is_named_and_the_rest_goes_on(job, client, draw
     assert dict(summary.failed) == {"p003-crash.jpg": "killed the tool (SIGABRT)", "p003-sleep.jpg": "took longer than 2 seconds"}
 
 
-@pytest.mark.skipif("not config.getoption('all')", reason="long: the same worker dies fifteen times")
+@pytest.mark.skipif("not config.getoption('all')", reason="long: workers die fifteen times, and are sent away")
 def test_a_photograph_that_kills_workers_is_named(job, client, drawn, tmp_path):
     drawn(8, tmp_path / "in")
     summary = run(job, client, work=kill_the_worker)
     assert summary.done == 7 and [key for key, _ in summary.failed] == ["p005.jpg"]
+    client.retire_workers()  # nobody starts these again but we
+    assert run(job, client).done == 8
 
 
 def nothing(job, number, items):
@@ -291,7 +293,7 @@ def test_two_workers_are_nearly_as_fast_as_the_tool(job, client, drawn, tmp_path
 def test_the_run_is_seen_in_a_browser(client):
     """With Bokeh on Dask's dashboard, without it, as on Debian, in its plain tables; never with a crash."""
     with urllib.request.urlopen(cluster.client.pages(client, own=True)) as answer:
-        assert answer.status == 200 and b"nthreads" in answer.read().lower()
+        assert answer.status == 200 and b"<html" in answer.read()
 
 
 def test_command(job, drawn, tmp_path, capsys):

@@ -10,6 +10,7 @@ import os
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 import uuid
 from collections.abc import Callable, Iterator
@@ -309,12 +310,34 @@ def connect(scheduler: str = "", workers: int = 0, dashboard: str = ":0") -> Ite
             yield client
         return
     # The workers wait for the tool; looking a hundred times a second where their Python stands tells nothing.
-    settings = {"distributed.scheduler.allowed-failures": ALLOWED_LOSSES, "distributed.worker.profile.enabled": False}
+    # A killed one is started again at once; who is given up after a while meanwhile may be lost for good.
+    settings = {
+        "distributed.scheduler.allowed-failures": ALLOWED_LOSSES,
+        "distributed.worker.profile.enabled": False,
+        "distributed.deploy.lost-worker-timeout": "1000h",
+    }
     count = workers or os.cpu_count() or 1
     with dask.config.set(settings), distributed.LocalCluster(
         n_workers=count, threads_per_worker=1, dashboard_address=dashboard, silence_logs=50
     ) as cluster, distributed.Client(cluster) as client:
-        yield client
+        over = threading.Event()
+        keeper = threading.Thread(target=_keep_workers, args=(cluster, count, over), daemon=True)
+        keeper.start()
+        try:
+            yield client
+        finally:
+            over.set()
+            keeper.join()
+
+
+def _keep_workers(cluster: distributed.LocalCluster, count: int, over: threading.Event) -> None:
+    """Replaces workers that nobody starts again: the scheduler sends some away when a result is lost with another one."""
+    while not over.wait(5):
+        for name, nanny in list(cluster.workers.items()):
+            if nanny.status in (distributed.Status.closed, distributed.Status.failed):
+                cluster.workers.pop(name, None)
+        if len(cluster.workers) < count:
+            cluster.scale(count)
 
 
 def pages(client: distributed.Client, own: bool) -> str:
