@@ -268,7 +268,7 @@ class Words(ToolTest):
         self.refuses(2, "a setting: hue-saturation saturation=", *out, "saturation", "strength=20")
         self.refuses(2, "foliage-tone needs at=, a pixel of the foliage", *out, "foliage-tone")
         for listing in (["ops"], ["help", "auto"], ["man"], ["completion"]):
-            self.assertIn("auto", [word.strip(":") for word in self.zel(*listing)[0].decode().split()], listing)
+            self.assertIn("auto", [word.strip(":)") for word in self.zel(*listing)[0].decode().split()], listing)
         self.assertIn("zel compare [OPTIONS]", self.zel("help", "compare")[0].decode())
         manual = self.zel("man")[0].decode()
         for text in (".SS zel sheet", "\\-\\-subsampling\\fR NAME", "zel photo.jpg \\-o better.jpg vivid"):
