@@ -29,6 +29,8 @@ class Folders(ToolTest):
         self.assertEqual(sorted(os.listdir(self.path("out"))), [".zel-journal", "a.ppm", "deep"])
         self.assertIn("2 done before, 2 no pictures", self.zel("in", *run)[1])
         self.assertIn(b'"skipped"', self.zel("in/a.ppm", "--json", *run)[0])
+        self.assertIn(b'"skipped"', self.zel("in/deep", "--json", "-o", "out/deep/", *run[2:])[0])
+        self.assertFalse(os.path.exists(self.path("out/deep/.zel-journal")))
         # A photograph changed without changing its size, and the same results stored in another way, are done again.
         os.utime(self.path("in/a.ppm"), (1, 1))
         self.assertIn("1 done, 1 done before", self.zel("in", "--overwrite", *run)[1])

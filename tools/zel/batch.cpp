@@ -303,8 +303,15 @@ std::string JournalKey(const Work& work, const BatchOptions& options) {
 std::unique_ptr<Journal> OpenJournal(const BatchOptions& options, const Plan& plan) {
   if (!options.resume) return nullptr;
   if (!options.journal.empty()) return std::make_unique<Journal>(options.journal);
+  // A part of a tree goes on with the journal of the tree.
+  namespace fs = std::filesystem;
+  const char* const name = ".zel-journal";
+  std::error_code error;
+  fs::path folder = fs::absolute(plan.root.empty() ? "." : plan.root);
+  while (!fs::exists(folder / name, error) && folder.has_relative_path()) folder = folder.parent_path();
+  if (fs::exists(folder / name, error)) return std::make_unique<Journal>((folder / name).string());
   MakeFolder(plan.root);
-  return std::make_unique<Journal>((std::filesystem::path(plan.root) / ".zel-journal").string());
+  return std::make_unique<Journal>((fs::path(plan.root) / name).string());
 }
 
 }  // namespace

@@ -73,7 +73,8 @@ void AddBatchOptions(CLI::App* app, BatchArguments* a) {
       ->check(CLI::Range(0, 1024))
       ->type_name("N");
   app->add_flag("--resume", b.resume, "keep a journal and skip what it says is done and unchanged");
-  app->add_option("--journal", b.journal, "journal of --resume; .zel-journal at the root of the results")
+  app->add_option("--journal", b.journal,
+                  "journal of --resume; .zel-journal at the root of the results, or in a folder above them")
       ->type_name("FILE");
   app->add_flag("--keep-time", b.keepTime, "give results the time of their photographs");
   app->add_flag("--dry-run", b.dryRun, "only say what would be done");
