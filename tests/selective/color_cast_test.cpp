@@ -173,6 +173,17 @@ TEST(CastEstimate, AveragesOneBandOfHues) {
   EXPECT_EQ(cast.red, kNoCast.red);
 }
 
+TEST(CastEstimate, BelievesAZoneOfWhichATenthIsLeft) {
+  for (int left : {199, 200}) {
+    TestImage scene({50, 40, 3, 8, true}, 240, 200, 150);  // warm and saturated
+    for (int i = 0; i < left; ++i) scene.SetColour(i % 50, i / 50, 225, 250, 240);
+    std::vector<uint8_t> mask(2000);
+    zel::Rgb cast;
+    EXPECT_TRUE(EstimateCastColour(scene.view<const uint8_t>(), 0, kDropWarmBright, &cast, mask.data()));
+    EXPECT_EQ(cast.green, left == 200 ? 250 : kNoCast.green) << left;
+  }
+}
+
 TEST(CastEstimate, FilterTellsSurfacesFromLight) {
   EXPECT_TRUE(IsWarmBright(200, 100, 90, 50, 140));
   EXPECT_TRUE(IsWarmBright(220, 160, 150, 41, 179));
