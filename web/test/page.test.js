@@ -1,4 +1,5 @@
-// The page in real browsers. ZEL_BROWSER=chromium|firefox names one; without any installed everything is skipped.
+// The page in real browsers, in one file since a browser is started once for all of it. ZEL_BROWSER=chromium|firefox names
+// one; without any installed everything is skipped.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { readFileSync, writeFileSync } from 'node:fs';
