@@ -137,10 +137,12 @@ class Choice {
     }
     // The middle of the tones, when the picture is neither a night nor a bright one on purpose: it has both ends.
     const int moved = looks->Percentile(0.5), low = looks->Percentile(0.1), high = looks->Percentile(0.9);
-    if (middle < 110 && high > 110 && moved > 12) {
-      // A deeper black shall not darken a picture that is rather dark, and a dark one becomes lighter.
+    if (middle < 128 && high > 110 && moved > 12) {
+      // A deeper black shall not darken a picture that is rather dark, unless a veil lay over it; a dark one becomes
+      // lighter.
+      const double veil = std::clamp((black - 40) / 20.0, 0.0, 1.0);
       const double kept = std::max(1.0, std::log(moved / 255.0) / std::log(std::max(middle, 13) / 255.0));
-      const double gamma = 1 + (kept - 1) * std::min((110 - middle) / 22.0, 1.0) +
+      const double gamma = 1 + (kept - 1) * (1 - veil) * std::min((128 - middle) / 30.0, 1.0) +
                            std::clamp((88 - middle) / 88.0, 0.0, 0.45) * 0.7 * force_;
       return gamma < 1.04 || Add("gamma", {{"gamma", std::round(std::min(gamma, 1.8) * 100) / 100}},
                                  "gamma: half of the picture is darker than " + std::to_string(middle));

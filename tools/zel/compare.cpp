@@ -31,15 +31,13 @@ struct Place {
   int x, y;
 };
 
-// Where a part of this size differs most; the middle of equal pictures.
+// Where a part of this size differs most and has most to see.
 Place Busiest(const VImage& a, const VImage& b, int width, int height) {
-  const VImage d =
-      (a - b).abs().cast(VIPS_FORMAT_FLOAT).bandmean().shrink(std::max(1.0, width / 4.0), std::max(1.0, height / 4.0));
+  const VImage detail = (b - b.gaussblur(1.5)).abs().bandmean() + 1, change = (a - b).abs().bandmean() + 1;
+  const VImage d = (detail * change).shrink(std::max(1.0, width / 4.0), std::max(1.0, height / 4.0));
   double ones[9] = {1, 1, 1, 1, 1, 1, 1, 1, 1};
-  const VImage sums = d.conv(VImage::new_matrix(3, 3, ones, 9));
   int x = 0, y = 0;
-  const double most = sums.max(VImage::option()->set("x", &x)->set("y", &y));
-  if (most <= 0) return {(a.width() - width) / 2, (a.height() - height) / 2};
+  d.conv(VImage::new_matrix(3, 3, ones, 9)).max(VImage::option()->set("x", &x)->set("y", &y));
   const auto centred = [](int at, int of, int part, int whole) {
     return std::clamp(static_cast<int>((at + 0.5) * whole / of) - part / 2, 0, whole - part);
   };
@@ -147,7 +145,8 @@ int Compare(int argc, char** argv) {
   app.add_option("after", arguments.after, "the second photograph")->required()->type_name("B");
   app.add_option("-o,--output", arguments.output, "the picture to write; left out: only numbers")->type_name("OUT");
   app.add_flag("--split", arguments.split, "one picture, left of a line before, right of it after");
-  app.add_option("--at", arguments.at, "middle of the part at full size, x,y in pixels or per cent; where most differs")
+  app.add_option("--at", arguments.at,
+                 "middle of the part at full size, x,y in pixels or per cent; where most is to be seen")
       ->type_name("X,Y");
   app.add_option("--width", arguments.size, "longer side of one picture; 800")
       ->check(CLI::Range(64, 8000))
