@@ -56,7 +56,7 @@ class Batch(ToolTest):
         os.remove(self.path("out/1.png"))
         os.remove(self.path("2.png"))
         self.zel("sample", "2.png", "--size", "70x64")
-        self.write("out/3.png", b"spoiled")
+        self.write("out/3.png", bytes(len(self.read("out/3.png"))))
         self.assertEqual(results("--overwrite", "contrast"), ["skipped", "done", "done", "done"])
         self.assertEqual(results("--overwrite", "gamma", "gamma=2"), ["done"] * 4)
 
