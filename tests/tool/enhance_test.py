@@ -84,6 +84,7 @@ class Settings(ToolTest):
         out = ["in.ppm", "-o", "out.png"]
         for message, arguments in {
             "did you mean contrast?": [*out, "contrst"],
+            "zel ops lists them": [*out, "contraband"],
             "in.ppm is no operation; zel ops lists them (photographs stand": [*out, "contrast", "in.ppm"],
             "contrast has no parameter strength; it has contrast, brightness, rect": [*out, "contrast", "strength=3"],
             "contrast=101 must be a whole number from -100 to 100": [*out, "contrast", "contrast=101"],
