@@ -45,6 +45,7 @@ class Batch(ToolTest):
         inputs = self.draw(2)
         out, _ = self.zel(*inputs, "none.png", "-o", "out/", "--dry-run", "blur", "radius=3", code=1)
         self.assertEqual(out.decode(), "0.png -> out/0.png: blur radius=3\n1.png -> out/1.png: blur radius=3\n")
+        self.zel("none.png", "-o", "out/", "--dry-run", "blur", code=3)
         self.assertEqual(self.names(), inputs)
 
     def test_resume_does_only_what_is_missing_or_changed(self):

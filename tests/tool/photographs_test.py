@@ -15,7 +15,7 @@ from support import ZEL, ToolTest, ppm, samples
 class Folders(ToolTest):
     def fill(self):
         os.makedirs(self.path("in/deep/.hidden"))
-        for name in ("in/a.ppm", "in/deep/b.ppm", "in/deep/.hidden/c.ppm"):
+        for name in ("in/a.ppm", "in/.b.ppm", "in/deep/b.ppm", "in/deep/.hidden/c.ppm"):
             self.write(name, ppm(8, 8, [[v * 3 for v in range(24)]] * 8))
         self.write("in/notes.txt", b"hello")
         self.write("in/wrong.jpg", b"no picture")
