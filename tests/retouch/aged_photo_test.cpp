@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "color/linear_light.h"
+#include "retouch/age_estimate.h"
 #include "support/images.h"
 
 namespace zel::test {
@@ -102,6 +103,30 @@ TEST(AgedPhoto, ComesBack) {
   }
   EXPECT_LT(recovered, 0.75 * aged);
   EXPECT_LT(recovered, 0.9 * stretched);
+}
+
+TEST(AgedPhoto, TellsWhichDyeFaded) {
+  // Pillars of several colours, each lit from one side.
+  const int colours[8][3] = {{250, 250, 250}, {200, 190, 180}, {150, 150, 155}, {190, 140, 100},
+                             {90, 130, 70},   {110, 140, 190}, {170, 80, 70},   {120, 118, 115}};
+  TestImage image({120, 90, 3, 8, true});
+  for (int y = 0; y < 90; ++y) {
+    for (int x = 0; x < 120; ++x) {
+      const double shade = std::pow(0.85, x % 15) * (y < 5 ? 0.002 : 1.0);
+      int c[3];
+      for (int k = 0; k < 3; ++k) {
+        c[k] = static_cast<int>(255.0 * LevelOfLight(shade * LightOfLevel(colours[x / 15][k] / 255.0)) + 0.5);
+      }
+      image.SetColour(x, y, c[0], c[1], c[2]);
+    }
+  }
+  for (int faded = 0; faded < 2; ++faded) {
+    Age age;
+    ASSERT_TRUE(EstimateAge(Aged(image, 1.0, faded).view<const uint8_t>(), &age));
+    // Half of the density is left; what the lifted black does not bear out is not taken back.
+    for (int k = 0; k < 3; ++k)
+      EXPECT_NEAR(age.power[k], k == faded ? 1.75 : 1.0, k == faded ? 0.3 : 0.15) << faded << k;
+  }
 }
 
 TEST(AgedPhoto, LeavesWhatIsNotFaded) {
