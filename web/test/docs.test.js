@@ -18,6 +18,7 @@ test('the documentation works from a folder', { skip: missing && `${missing} is 
   t.after(() => browser.close());
   for (const [width, scheme] of /** @type {[number, string][]} */ ([[1280, 'light'], [390, 'dark']])) {
     const page = await (await browser.createBrowserContext()).newPage();
+    page.setDefaultTimeout(90000);
     await page.setViewport({ width, height: 800 });
     await page.emulateMediaFeatures([{ name: 'prefers-color-scheme', value: scheme }]);
     /** @type {string[]} */
@@ -25,6 +26,8 @@ test('the documentation works from a folder', { skip: missing && `${missing} is 
     page.on('request', (request) => /^(file|data|blob|about):/.test(request.url()) || elsewhere.push(request.url()));
     for (const name of names) {
       await page.goto(new URL(name, SITE).href);
+      // The theme's script puts tables into frames that scroll, sooner or later.
+      await page.waitForFunction(() => [...document.querySelectorAll('article table')].every((table) => table.closest('.md-typeset__scrollwrap')));
       const found = await page.evaluate(async (code) => {
         document.documentElement.style.setProperty('transition', 'none');
         (0, eval)(code);
