@@ -36,7 +36,7 @@ instructions() {  # FILTER
   if perf stat -x, -e instructions:u true 2>&1 | grep -q '^[0-9]'; then counter=(perf stat -x, -e instructions:u); fi
   "$program" --benchmark_list_tests --benchmark_filter="$1" | while read -r name; do
     for n in 1 2; do
-      count[n]=$("${counter[@]}" "$program" --iterations=$n --benchmark_filter="^$name\$" 2>&1 |
+      count[n]=$("${counter[@]}" "$program" --iterations=$n --benchmark_filter="^$name(/|\$)" 2>&1 |
         sed -nE 's/.*Collected : ([0-9]+)$/\1/p; s/^([0-9]+),.*instructions.*/\1/p')
     done
     case $name in */512/*) pixels=262144 ;; */256/*) pixels=65536 ;; */1MP/*) pixels=1000800 ;; *) pixels=24000000 ;; esac
