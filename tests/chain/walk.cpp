@@ -318,6 +318,24 @@ void CheckBaked(const Example& e, const ZelChain* chain) {
   Expect(fine.mean <= std::max(coarse.mean, 0.51) && fine.mean < 1, e.words + ": more nodes come no nearer");
 }
 
+// Blue raised by two levels still counts as grey, by three it needs colour.
+void CheckGreyTolerance() {
+  for (const int bits : {8, 16}) {
+    for (const int level : {253, 252}) {
+      const uint16_t sample = static_cast<uint16_t>(bits == 8 ? level : 257 * level);
+      uint8_t memory[2];
+      std::memcpy(memory, &sample, static_cast<size_t>(bits / 8));
+      const ZelPixels pixel = {memory, 0, 1, 1, 1, bits, 0};
+      const std::string words = "levels highlight=255,255," + std::to_string(level) + " temperature temperature=0";
+      ZelReport report;
+      ZelChain* const chain = ZelChain_ParseLine(words.data(), words.size(), &report);
+      const int32_t code = ZelChain_Apply(chain, &pixel, &pixel, nullptr, &report);
+      Expect(code == (level == 253 ? ZEL_OK : ZEL_CHAIN_NEEDS_COLOUR), words + " on grey: " + report.text);
+      ZelChain_Free(chain);
+    }
+  }
+}
+
 }  // namespace
 
 int main() {
@@ -347,6 +365,7 @@ int main() {
     CheckBaked(e, chain);
     ZelChain_Free(chain);
   }
+  CheckGreyTolerance();
   std::printf("%d runs, %d faults\n", runs, faults);
   return faults == 0 ? 0 : 1;
 }
