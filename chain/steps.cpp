@@ -12,6 +12,8 @@ namespace {
 // Pixels treated at a time where parts serve: enough that making an operation's tables anew costs little, 65,536
 // entries at 16 bits.
 constexpr int64_t kPartPixels8 = 1 << 20, kPartPixels16 = 1 << 22;
+// The same with a margin: copies to and fro stay in the cache.
+constexpr int64_t kWindowPixels = 1 << 18;
 
 // Samples around the point and all over the picture, to see whether a step did anything. It may read from one picture
 // and write to another.
@@ -85,8 +87,8 @@ bool Plan::Advance(double done, Error* error) const {
 }
 
 int32_t PartRows(int32_t width, int32_t height, int32_t bits, int32_t margin) {
-  const int64_t rows = (bits == 8 || margin > 0 ? kPartPixels8 : kPartPixels16) / width;
-  return static_cast<int32_t>(std::min<int64_t>(std::max<int64_t>(rows, 1 + 4 * int64_t{margin}), height));
+  const int64_t rows = (margin > 0 ? kWindowPixels : bits == 8 ? kPartPixels8 : kPartPixels16) / width;
+  return static_cast<int32_t>(std::min<int64_t>(std::max<int64_t>(rows, 1 + 8 * int64_t{margin}), height));
 }
 
 bool Runner::Run(const Work& work, int32_t left, int32_t top, double from, double share, const Work* first) {

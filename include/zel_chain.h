@@ -97,7 +97,7 @@ typedef struct ZelApplyOptions {
   int32_t wholeWidth, wholeHeight, left, top; /* [the pixels are the whole picture] */
   /* Called in the calling thread with the share done from 0 to 1; an answer other than 0 before 1 cancels. Before every
    * operation and at the end; inside an operation that looks at no more than the pixels around (those whose margin is
-   * not -1) after each part of one to four million pixels; inside noise reduction about a hundred times at 24
+   * not -1) after each part of at most some million pixels; inside noise reduction about a hundred times at 24
    * megapixels. Any other operation, one that measures the picture or works through a mask (skin, sky, foliage), can be
    * cancelled only before it. Listening changes no byte. */
   int32_t(ZEL_CALL* progress)(void* user, double done);
