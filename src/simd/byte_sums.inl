@@ -66,7 +66,7 @@ static inline PairWeights WeightsOf(const uint8_t* eight) {
 #elif defined(__AVX2__)
   return _mm256_broadcastq_epi64(_mm_loadl_epi64((const Half*)eight));
 #else
-  return _mm_castpd_si128(_mm_loaddup_pd((const double*)eight));
+  return _mm_castpd_si128(_mm_movedup_pd(_mm_castsi128_pd(_mm_loadl_epi64((const Half*)eight))));
 #endif
 }
 
