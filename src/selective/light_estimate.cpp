@@ -62,13 +62,20 @@ constexpr int32_t kFullWeight = 24;                   // levels above it from wh
 
 constexpr int32_t kEdges[] = {10, 60};  // the strongest n in 2000, as many as pixels, begin a class each
 constexpr int32_t kEdgeClasses = 3;
-constexpr int32_t kPlanes = kClasses * 8 + kEdgeClasses;
+enum Clip : int32_t { kRed = 1, kGreen = 2, kBlue = 4 };
+constexpr int32_t kClips = 7;  // none, one or two of them
+constexpr int32_t kPlanes = kClasses * kClips + kEdgeClasses;
 
-enum Clip : int32_t { kRed = 1, kGreen = 2, kBlue = 4, kAllClipped = 7 };
+// What ran over in all channels has no colour left, neither its own nor that of the light: it is no surface and no
+// edge. Only its being there says a little for white light, in which white things run over first.
+bool IsBlown(int32_t first, int32_t second, int32_t third) {
+  return std::min(first, std::min(second, third)) >= kClipped;
+}
 
 // What a call measures with.
 struct Picture {
   View<const uint8_t> image;
+  int32_t count;               // of the pixels that are not blown
   double high[3];              // light that one in 200 samples exceeds
   int32_t logarithm[256];      // of the light of a level, in 1/16 of a step
   int32_t brightness[3][256];  // against `high`
@@ -80,7 +87,6 @@ struct Picture {
   bool hasEdges;
   Chroma strongest;  // of the differences at edges, most of the strongest
 
-  double Count() const { return static_cast<double>(image.width) * image.height; }
   int32_t Brightness(const uint8_t* rgb) const {
     return std::min(brightness[0][rgb[0]] + brightness[1][rgb[1]] + brightness[2][rgb[2]], 4095);
   }
@@ -92,7 +98,7 @@ struct Picture {
       const uint8_t* sample = image.At(0, y);
       for (int32_t x = 0; x < image.width; ++x, sample += 3) {
         const uint8_t rgb[3] = {sample[red], sample[1], sample[2 - red]};
-        visit(rgb);
+        if (!IsBlown(rgb[0], rgb[1], rgb[2])) visit(rgb);
       }
     }
   }
@@ -104,6 +110,7 @@ struct Picture {
   void ForEachEdge(const Visit& visit) const {
     const int32_t red = image.PlaceOf(0);
     const auto look = [&](const uint8_t* a, const uint8_t* b) {
+      if (IsBlown(a[0], a[1], a[2]) || IsBlown(b[0], b[1], b[2])) return;
       int32_t d[3];
       bool clipped = false;
       for (int32_t k = 0; k < 3; ++k) {
@@ -140,19 +147,22 @@ void FillClasses(const int32_t* ranks, double count, const int32_t* begins, int3
   }
 }
 
-void Prepare(Picture* picture) {
+// False when nothing is left to measure.
+bool Prepare(Picture* picture) {
   int32_t histogram[3][256] = {};
   picture->ForEach([&](const uint8_t* rgb) {
     for (int32_t k = 0; k < 3; ++k) ++histogram[k][rgb[k]];
+    ++picture->count;
   });
+  if (picture->count == 0) return false;
   for (int32_t i = 0; i < 256; ++i) {
     const double light = std::max(LightOfLevel(i / 255.0), 1e-4);
     picture->logarithm[i] = static_cast<int32_t>(std::floor(Logarithm(light) * (16 * kPerUnit) + 0.5));
   }
   for (int32_t k = 0; k < 3; ++k) {
     const auto samples = [&](int32_t level) { return histogram[k][level]; };
-    const double above = std::floor(picture->Count() / 200.0);
-    const int32_t level = PercentileWalk(samples).To(picture->Count() - above - 1.0);
+    const double above = std::floor(picture->count / 200.0);
+    const int32_t level = PercentileWalk(samples).To(picture->count - above - 1.0);
     picture->high[k] = std::max(LightOfLevel(level / 255.0), 1e-3);
     for (int32_t i = 0; i < 256; ++i) {
       picture->brightness[k][i] =
@@ -161,7 +171,7 @@ void Prepare(Picture* picture) {
   }
   int32_t ranks[4096] = {};
   picture->ForEach([&](const uint8_t* rgb) { ++ranks[picture->Brightness(rgb)]; });
-  FillClasses(ranks, picture->Count(), kBrightness, kClasses, picture->classOf);
+  FillClasses(ranks, picture->count, kBrightness, kClasses, picture->classOf);
 
   for (int32_t k = 0; k < 3; ++k) {
     picture->perHigh[k] = static_cast<int32_t>(std::min(16.0 / picture->high[k], 4095.0));
@@ -185,7 +195,8 @@ void Prepare(Picture* picture) {
     const auto root = [&](int32_t k) { return Logarithm(std::max(sixth[k] / all, 1e-12)) / 6.0; };
     picture->strongest = {root(0) - root(1), root(2) - root(1)};
   }
-  FillClasses(edges, picture->Count(), kEdges, kEdgeClasses, picture->edgeClassOf);
+  FillClasses(edges, picture->count, kEdges, kEdgeClasses, picture->edgeClassOf);
+  return true;
 }
 
 // One colour of the picture: what it weighs, and where it lies.
@@ -241,13 +252,13 @@ void Count(const Picture& picture, int32_t* counts) {
     const int32_t clip =
         (rgb[0] >= kClipped ? kRed : 0) + (rgb[1] >= kClipped ? kGreen : 0) + (rgb[2] >= kClipped ? kBlue : 0);
     const int32_t c = picture.classOf[picture.Brightness(rgb)];
-    counts[(c * 8 + clip) * kPlane + place] += std::min(dark + 1, kFullWeight);
+    counts[(c * kClips + clip) * kPlane + place] += std::min(dark + 1, kFullWeight);
   });
   const int32_t* const edge = picture.differenceLogarithm;
   picture.ForEachEdge([&](const int32_t* d, int32_t strength, bool clipped) {
     if (clipped) return;
     const int32_t place = PlaceOf(edge[d[0]], edge[d[1]], edge[d[2]]);
-    if (place >= 0) ++counts[(kClasses * 8 + picture.edgeClassOf[strength]) * kPlane + place];
+    if (place >= 0) ++counts[(kClasses * kClips + picture.edgeClassOf[strength]) * kPlane + place];
   });
 }
 
@@ -284,6 +295,7 @@ class Votes {
 };
 
 constexpr double kStrongestSay = 4.0;
+constexpr double kBlownSay = 1.5;
 
 // The mean of all lights, each counted by how well it explains the picture.
 Chroma WeighLights(const Votes& votes, const Picture& picture) {
@@ -292,6 +304,8 @@ Chroma WeighLights(const Votes& votes, const Picture& picture) {
     double score;
   };
   constexpr int32_t kStride = 2;
+  const double blown = 1.0 - picture.count / (static_cast<double>(picture.image.width) * picture.image.height);
+  const double blownSay = kBlownSay * blown / (blown + 0.01);
   Light lights[1024];
   int32_t held = 0;
   double best = 0.0;
@@ -300,7 +314,7 @@ Chroma WeighLights(const Votes& votes, const Picture& picture) {
       const Chroma chroma = {static_cast<double>(red) / kPerUnit, static_cast<double>(blue) / kPerUnit};
       const Tint tint = TintOf(chroma);
       if (tint.warm < -1.0 || tint.warm > 2.4 || std::fabs(tint.magenta) > 0.8) continue;
-      double score = Expected(chroma);
+      double score = Expected(chroma) + blownSay * Bell(chroma.red / 0.08, chroma.blue / 0.08);
       if (picture.hasEdges) {
         score += kStrongestSay *
                  Bell((chroma.red - picture.strongest.red) / 0.2, (chroma.blue - picture.strongest.blue) / 0.2);
@@ -347,16 +361,16 @@ LightColour EstimateLight(const View<const uint8_t>& image) {
       tables[1][red * kSpan + blue] = Plausibility(surface, 0.12);
     }
   }
-  Picture picture = {image, {}, {}, {}, {}, {}, {}, {}, {}, false, {}};
-  Prepare(&picture);
+  Picture picture = {image, 0, {}, {}, {}, {}, {}, {}, {}, {}, false, {}};
+  if (!Prepare(&picture)) return kNeutral;
   Count(picture, counts.data());
   for (int32_t c = 0; c < kClasses; ++c) {
-    votes.Add(counts.data() + c * 8 * kPlane, 8, kSay[c], tables[c == kClasses - 1 ? 1 : 0]);
+    votes.Add(counts.data() + c * kClips * kPlane, kClips, kSay[c], tables[c == kClasses - 1 ? 1 : 0]);
   }
   const int32_t surfaces = votes.count();
   if (surfaces < kFewestVotes) return kNeutral;
   for (int32_t c = 0; c < kEdgeClasses; ++c) {
-    votes.Add(counts.data() + (kClasses * 8 + c) * kPlane, 1, kEdgeSay, tables[1]);
+    votes.Add(counts.data() + (kClasses * kClips + c) * kPlane, 1, kEdgeSay, tables[1]);
   }
   const Chroma found = WeighLights(votes, picture);
   const double distance = found.red * found.red + found.blue * found.blue;

@@ -133,6 +133,21 @@ TEST(LightCorrect, MakesTheBrightNeutralGrey) {
   }
 }
 
+TEST(LightCorrect, HardlyBelievesWhatRanOver) {
+  // A window that is white only because no channel goes further, in rooms under their own light.
+  for (const int window : {252, 255}) {
+    double sum = 0.0;
+    for (const Rgb& tint : kTints) {
+      TestImage image = Painted(kScenes[1], tint);
+      for (int y = 0; y < 12; ++y) {
+        for (int x = 0; x < 160; ++x) image.SetColour(x, y, window, window, window);
+      }
+      sum += Angle(Ours(image), tint);
+    }
+    EXPECT_LT(sum / static_cast<double>(kTints.size()), 4.0) << window;
+  }
+}
+
 TEST(LightCorrect, LeavesPicturesWithoutEvidenceAlone) {
   const int colours[][3] = {{200, 30, 30}, {30, 90, 20}, {250, 140, 10},  {20, 30, 120},
                             {7, 5, 3},     {0, 0, 0},    {255, 255, 255}, {128, 128, 128}};

@@ -1,6 +1,6 @@
 // How well ZelBasicToolFunc_LightCorrect finds the light: photographs and drawn scenes under 26 lights on the line of
 // black bodies and off it, beside four simple methods.
-//   zel_measure_light [--fold tune|held-back] [--clip] [--save FOLDER] PHOTOGRAPH-OR-FOLDER...
+//   zel_measure_light [--fold tune|held-back] [--clip] [--blown] [--save FOLDER] PHOTOGRAPH-OR-FOLDER...
 #include <vips/vips.h>
 #include <algorithm>
 #include <cmath>
@@ -66,14 +66,16 @@ std::vector<Light> Lights() {
   return lights;
 }
 
-// With `clip` the luminance of grey is kept, so that bright samples run into white as in an over-exposed picture.
-Photograph Tinted(const Photograph& photograph, const Rgb& gains, bool clip) {
-  const double exposure = clip ? 1.0 / (0.2126 * gains[0] + 0.7152 * gains[1] + 0.0722 * gains[2]) : 1.0;
+// With --clip the luminance of grey is kept, so that bright samples run into white as in an over-exposed picture; with
+// --blown the upper tenth is white, as a window or the sky.
+Photograph Tinted(const Photograph& photograph, const Rgb& gains, const Options& options) {
+  const double exposure = options.clip ? 1.0 / (0.2126 * gains[0] + 0.7152 * gains[1] + 0.0722 * gains[2]) : 1.0;
   Photograph tinted = photograph;
   for (int k = 0; k < 3; ++k) {
     double level[256];
     for (int i = 0; i < 256; ++i) level[i] = Level(std::min(Linear(i) * gains[k] * exposure, 1.0));
     for (size_t p = 0; p < tinted.Pixels(); ++p) tinted.SetLevel(p, k, level[photograph.Level(p, k)]);
+    for (size_t p = 0; options.blown && p < tinted.Pixels() / 10; ++p) tinted.SetLevel(p, k, 255.0);
   }
   return tinted;
 }
@@ -212,7 +214,7 @@ int main(int count, char** arguments) {
   std::vector<std::pair<double, std::string>> worst, changed;
   for (const Photograph& picture : pictures) {
     for (const Light& light : lights) {
-      const Photograph seen = Tinted(picture, light.gains, options.clip);
+      const Photograph seen = Tinted(picture, light.gains, options);
       numbers[light.kind] += 1.0;
       for (size_t m = 0; m < kMethodCount; ++m) {
         const Rgb found = kMethods[m].light(seen);

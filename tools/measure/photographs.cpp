@@ -199,14 +199,18 @@ Photograph Drawn(const Scene& scene) {
 Options OptionsOf(int count, char** arguments) {
   Options options;
   const auto wrong = [&](const char* text) {
-    std::fprintf(stderr, "%s: %s\nusage: %s [--fold tune|held-back] [--clip] [--save FOLDER] PHOTOGRAPH-OR-FOLDER...\n",
-                 arguments[0], text, arguments[0]);
+    std::fprintf(
+        stderr,
+        "%s: %s\nusage: %s [--fold tune|held-back] [--clip] [--blown] [--save FOLDER] PHOTOGRAPH-OR-FOLDER...\n",
+        arguments[0], text, arguments[0]);
     std::exit(2);
   };
   for (int i = 1; i < count; ++i) {
     const std::string argument = arguments[i];
     if (argument == "--clip") {
       options.clip = true;
+    } else if (argument == "--blown") {
+      options.blown = true;
     } else if (argument == "--fold") {
       const std::string fold = i + 1 < count ? arguments[++i] : "";
       if (fold != NameOf(Fold::kTune) && fold != NameOf(Fold::kHeldBack)) wrong("which fold?");

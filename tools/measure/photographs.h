@@ -31,10 +31,11 @@ enum class Fold { kTune, kHeldBack };
 Fold FoldOf(const std::string& name);
 
 // What the programs take from their command line: photographs or folders, and --fold tune|held-back (held-back when it
-// is not given), --clip, --save FOLDER. Anything else that begins with two dashes ends the program with a message.
+// is not given), --clip, --blown, --save FOLDER. Anything else that begins with two dashes ends the program with a
+// message.
 struct Options {
   Fold fold = Fold::kHeldBack;
-  bool clip = false;
+  bool clip = false, blown = false;
   std::string folder;
   std::vector<char*> paths;
 };
