@@ -49,8 +49,8 @@ bool Correct(const View<const T>& source, const View<T>& destination, int32_t st
   }
   if (source.channels != 3) return false;
   SampledCopy<uint8_t> copy;
-  if (!PointSample(source, source.Whole(), kMeasuredExtent, &copy)) return false;
-  const LightColour light = EstimateLight(copy.view);
+  LightColour light;
+  if (!PointSample(source, source.Whole(), kMeasuredExtent, &copy) || !EstimateLight(copy.view, &light)) return false;
 
   const double grey = 0.2126 * light.red + 0.7152 * light.green + 0.0722 * light.blue;
   const double share = std::min(std::max(strength, 0), 100) / 100.0;

@@ -346,12 +346,12 @@ constexpr double kUnseen = 0.04;     // steps of light that nobody sees are not 
 
 }  // namespace
 
-LightColour EstimateLight(const View<const uint8_t>& image) {
-  constexpr LightColour kNeutral = {1.0, 1.0, 1.0};
+bool EstimateLight(const View<const uint8_t>& image, LightColour* light) {
+  *light = {1.0, 1.0, 1.0};
   Scratch<int32_t> counts;
   Scratch<double> plausible(2 * kSpan * kSpan);
   Votes votes;
-  if (!counts.AllocateZeroed(kPlanes * kPlane) || !plausible || !votes.Allocate()) return kNeutral;
+  if (!counts.AllocateZeroed(kPlanes * kPlane) || !plausible || !votes.Allocate()) return false;
   double* const tables[2] = {plausible.data(), plausible.data() + kSpan * kSpan};
   for (int32_t red = 0; red < kSpan; ++red) {
     for (int32_t blue = 0; blue < kSpan; ++blue) {
@@ -362,27 +362,28 @@ LightColour EstimateLight(const View<const uint8_t>& image) {
     }
   }
   Picture picture = {image, 0, {}, {}, {}, {}, {}, {}, {}, {}, false, {}};
-  if (!Prepare(&picture)) return kNeutral;
+  if (!Prepare(&picture)) return true;
   Count(picture, counts.data());
   for (int32_t c = 0; c < kClasses; ++c) {
     votes.Add(counts.data() + c * kClips * kPlane, kClips, kSay[c], tables[c == kClasses - 1 ? 1 : 0]);
   }
   const int32_t surfaces = votes.count();
-  if (surfaces < kFewestVotes) return kNeutral;
+  if (surfaces < kFewestVotes) return true;
   for (int32_t c = 0; c < kEdgeClasses; ++c) {
     votes.Add(counts.data() + (kClasses * kClips + c) * kPlane, 1, kEdgeSay, tables[1]);
   }
   const Chroma found = WeighLights(votes, picture);
   const double distance = found.red * found.red + found.blue * found.blue;
-  if (distance <= kUnseen * kUnseen) return kNeutral;
+  if (distance <= kUnseen * kUnseen) return true;
   const double share = 1.0 - kUnseen * kUnseen / distance;
 
-  LightColour light = {Exponential(found.red * share), 1.0, Exponential(found.blue * share)};
+  const double red = Exponential(found.red * share), blue = Exponential(found.blue * share);
   // As bright as two of the channels can show a neutral surface.
-  double fits[3] = {picture.high[0] / light.red, picture.high[1], picture.high[2] / light.blue};
+  double fits[3] = {picture.high[0] / red, picture.high[1], picture.high[2] / blue};
   std::sort(fits, fits + 3);
-  const double fit = std::min(fits[1], 1.0 / std::max(light.red, std::max(1.0, light.blue)));
-  return {light.red * fit, fit, light.blue * fit};
+  const double fit = std::min(fits[1], 1.0 / std::max(red, std::max(1.0, blue)));
+  *light = {red * fit, fit, blue * fit};
+  return true;
 }
 
 }  // namespace zel

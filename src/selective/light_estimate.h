@@ -14,8 +14,8 @@ struct LightColour {
 
 // Estimates the light on an image of three channels: every plausible light is scored by how many surfaces and edges
 // become plausible once it is taken out, and the answer is their mean, so that little evidence corrects little.
-// docs/light-correct.md has the reasons and the measurements.
-LightColour EstimateLight(const View<const uint8_t>& image);
+// docs/light-correct.md has the reasons and the measurements. False without memory.
+bool EstimateLight(const View<const uint8_t>& image, LightColour* light);
 
 }  // namespace zel
 

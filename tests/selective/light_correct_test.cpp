@@ -87,7 +87,8 @@ Rgb BrightestPercent(std::vector<Rgb> pixels) {
 }
 
 Rgb Ours(const TestImage& image) {
-  const LightColour light = EstimateLight(image.view<const uint8_t>());
+  LightColour light;
+  EXPECT_TRUE(EstimateLight(image.view<const uint8_t>(), &light));
   return {light.red, light.green, light.blue};
 }
 

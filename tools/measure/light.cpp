@@ -124,8 +124,8 @@ Rgb Ours(const Photograph& photograph) {
   const ImageDesc record = photograph.Record();
   const auto image = zel::ViewOf<const uint8_t>(record);
   zel::SampledCopy<uint8_t> copy;
-  if (!zel::PointSample(image, image.Whole(), zel::kMeasuredExtent, &copy)) return {1.0, 1.0, 1.0};
-  const zel::LightColour light = zel::EstimateLight(copy.view);
+  zel::LightColour light = {1.0, 1.0, 1.0};
+  if (zel::PointSample(image, image.Whole(), zel::kMeasuredExtent, &copy)) zel::EstimateLight(copy.view, &light);
   return {light.red, light.green, light.blue};
 }
 
