@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "color/linear_light.h"
+#include "core/reduce.h"
 #include "core/scratch.h"
 #include "tone/histogram.h"
 
@@ -176,14 +177,7 @@ class ShadedPairs {
       pairs_[static_cast<size_t>(count_++)] = {static_cast<int16_t>(cell),
                                                static_cast<int16_t>(std::min(strength, kStrongest)), bin(dr), bin(db)};
     };
-    for (int32_t y = 0; y < image_.height; ++y) {
-      const uint8_t* const row = image_.At(0, y);
-      const uint8_t* const below = y + 1 < image_.height ? image_.At(0, y + 1) : nullptr;
-      for (int32_t x = 0; x < image_.width; ++x) {
-        if (x + 1 < image_.width) look(row + 3 * x, row + 3 * x + 3);
-        if (below != nullptr) look(row + 3 * x, below + 3 * x);
-      }
-    }
+    ForEachNeighbours(image_, look);
   }
 
   View<const uint8_t> image_;

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "color/linear_light.h"
+#include "core/reduce.h"
 #include "core/scratch.h"
 #include "tone/histogram.h"
 
@@ -124,14 +125,7 @@ struct Picture {
       const int32_t strength = (d[0] * perHigh[0] + d[1] * perHigh[1] + d[2] * perHigh[2]) >> 8;
       if (strength >= kFaintest) visit(d, std::min(strength, 4095), clipped);
     };
-    for (int32_t y = 0; y < image.height; ++y) {
-      const uint8_t* const row = image.At(0, y);
-      const uint8_t* const below = y + 1 < image.height ? image.At(0, y + 1) : nullptr;
-      for (int32_t x = 0; x < image.width; ++x) {
-        if (x + 1 < image.width) look(row + 3 * x, row + 3 * x + 3);
-        if (below != nullptr) look(row + 3 * x, below + 3 * x);
-      }
-    }
+    ForEachNeighbours(image, look);
   }
 };
 
