@@ -126,6 +126,7 @@ if [ "$mode" = --all ]; then
   check large build/release/stress large
   check gimp tests/plugins/gimp_test.sh build/release/zel build/release "$(pkg-config --variable=pluginsdir gegl-0.4)"
   check release tests/packaging/release_test.sh .
+  check bench ./bench.sh '(levels|memcpy).*/24MP/8'
   check valgrind valgrind -q --error-exitcode=1 --leak-check=full build/release/golden tests/golden/digests.txt
 fi
 
