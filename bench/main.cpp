@@ -17,6 +17,7 @@ int main(int argc, char** argv) {
   zel::bench::RegisterExports();
   zel::bench::RegisterSteps();
   zel::bench::RegisterPeers();
+  zel::bench::RegisterGraphPeers();
   benchmark::RunSpecifiedBenchmarks();
   return 0;
 }

@@ -20,9 +20,10 @@ benchmark::internal::Benchmark* RegisterTimed(const std::string& name, Function 
   return added->Unit(benchmark::kMillisecond);
 }
 
-void RegisterExports();  // exports.cpp
-void RegisterSteps();    // steps.cpp: the parts that mask tools consist of, and the limits of the memory
-void RegisterPeers();    // peers.cpp: what a host would link otherwise
+void RegisterExports();     // exports.cpp
+void RegisterSteps();       // steps.cpp: the parts that mask tools consist of, and the limits of the memory
+void RegisterPeers();       // peers.cpp: what a host would link otherwise
+void RegisterGraphPeers();  // graph_peers.cpp: the same, of those that build graphs
 
 }  // namespace zel::bench
 
