@@ -73,8 +73,11 @@ case ${1:-} in
   *) filter=$1 ;;
 esac
 measure "$program" results.json "$filter" 5
-# The same peers without registers of more than 128 bits, beside our kernels for such processors.
-export OPENCV_CPU_DISABLE=AVX,FP16,AVX2,FMA3,AVX512_SKX
-measure "$program" narrow.json 'peer/open.*24MP|zel/(blur-.*|sharpen|unsharp|hue-saturation)/24MP/.*/sse41|mask/24MP/8/sse41' 5
+rm -f bench-results/narrow.json
+if [ "${1:---all}" = --all ]; then
+  # The same peers without registers of more than 128 bits, beside our kernels for such processors.
+  export OPENCV_CPU_DISABLE=AVX,FP16,AVX2,FMA3,AVX512_SKX
+  measure "$program" narrow.json 'peer/open.*24MP|zel/(blur-.*|sharpen|unsharp|hue-saturation)/24MP/.*/sse41|mask/24MP/8/sse41' 5
+fi
 python3 bench/report.py bench-results/results.json bench-results/narrow.json bench-results
 echo "bench-results/ratios.csv, medians.csv and ratios.png"

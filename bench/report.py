@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Reads the benchmark's JSON and prints medians of processor time against what a host would link instead; writes them
 as CSV and as a picture.
-  report.py RESULTS.json NARROW.json OUT_FOLDER    the comparison; NARROW: peers held to registers of 128 bits
+  report.py RESULTS.json NARROW.json OUT_FOLDER    the comparison; NARROW.json, if there, has peers
+                                                   that are held to registers of 128 bits
   report.py --two OLD.json... NEW.json...             what changed between two builds
   report.py --thumbnails RESULTS.json              cost of 256 x 256 pixels beside that of 24 megapixels"""
 import csv
@@ -95,7 +96,7 @@ def compare(medians):
         steps = any("/sum/" in name for name in peers)
         narrow = None if steps or f"{ours[0]}/avx2" not in medians else quotient(medians, ours, peers, kind, ["avx2"])[2]
         if ratio is None:
-            remark = "missing: " + (ours if own is None else peers)[0]
+            remark = "missing: " + peers[0]
         else:
             remark = "" if (ratio >= bar if kind == "least" else ratio <= bar) else "below the bar"
         yield title, peers[0], own, other, kind, bar, ratio, narrow, remark
@@ -104,6 +105,8 @@ def compare(medians):
 def draw(rows, path):
     bars = [(title, ratio / bar if kind == "least" else bar / ratio) for title, _, _, _, kind, bar, ratio, _, _ in rows
             if ratio]
+    if not bars:
+        return
     data = "\n".join(f'"{title}" {value:.3f}' for title, value in bars)
     script = f"""set terminal pngcairo size 1100,{80 + 26 * len(bars)} font "sans,10"
 set output "{path}"
@@ -179,7 +182,7 @@ def main():
     medians = read_medians(sys.argv[1])
     folder = Path(sys.argv[3])
     folder.mkdir(parents=True, exist_ok=True)
-    rows = list(compare(medians))
+    rows = [row for row in compare(medians) if row[2] is not None]  # the others were not asked for
     print(f"{'operation':42} {'ours ms':>9} {'other ms':>9} {'ratio':>7} {'AVX2':>7} {'wanted':>8}")
     for title, peer, own, other, kind, bar, ratio, avx2, remark in rows:
         numbers = " ".join(f"{v:9.2f}" if v is not None else f"{'-':>9}" for v in (own, other))
@@ -195,7 +198,8 @@ def main():
         writer.writerow(["benchmark", "median_ms"])
         writer.writerows(sorted(medians.items()))
     draw(rows, folder / "ratios.png")
-    narrow(read_medians(sys.argv[2]))
+    if Path(sys.argv[2]).exists():
+        narrow(read_medians(sys.argv[2]))
     limits(medians)
 
 
