@@ -95,6 +95,7 @@ static inline Mid WordsOfPixels(Mid a, Mid b, char k) {
 }
 
 static inline Mid LoadTwoPixels(const uint16_t* in) {
+  AskAhead(in);
 #if defined(__AVX2__)
   return LoadHalves(in, in + 12);
 #else

@@ -165,9 +165,16 @@ static inline Mid LoadHalves(const void* lower, const void* upper) {
 #define ZEL_PICKS(...) ZEL_MID(setr_epi8)(__VA_ARGS__)
 #endif
 
+// Asks for what a walk over a row reads 2 kB later, wherever that is. Steps of less than a line of the cache leave some
+// processors behind: a Xeon took twice the time for masks of large pictures.
+static inline void AskAhead(const void* in) {
+  __builtin_prefetch((const void*)((uintptr_t)in + 2048));
+}
+
 // Four pixels of three bytes in the first twelve of every sixteen, from where at least that many pixels are left. It is
 // cheaper to read four bytes more where there are more.
 static inline Mid LoadPixels(const uint8_t* in, size_t left) {
+  AskAhead(in);
 #if defined(__AVX2__)
   if (left >= kMidPixels + 2) return LoadHalves(in, in + 12);
   return _mm256_inserti128_si256(_mm256_castsi128_si256(LoadHalf(in)), _mm_srli_si128(LoadHalf(in + 8), 4), 1);
