@@ -86,7 +86,7 @@ void WaveletStrip::LoadRow(ptrdiff_t y) {
     for (ptrdiff_t x = first; x < end; x += kStripPairs) {
       const ptrdiff_t done = (x - first) / 2, pairs = std::min(kStripPairs, end - x) / 2;
       const double* const in = layer.plane.Row(x / kStripPairs, y);
-      AskFor(in + std::min(kAhead, layer.height - 1 - y) * layer.plane.stride, static_cast<size_t>(2 * pairs));
+      requests_.Add(in + std::min(kAhead, layer.height - 1 - y) * layer.plane.stride, static_cast<size_t>(2 * pairs));
       kernels_->SplitDoubles(in, low_ + done, high_ + done, pairs);
     }
   } else {
@@ -98,7 +98,7 @@ void WaveletStrip::LoadRow(ptrdiff_t y) {
       const size_t count = channel.InMemory(first, y, inside - first);
       const uint8_t* const in =
           channel.source.data + channel.source.RowOffset(static_cast<int32_t>(y)) + channel.offset;
-      AskFor(channel.source.data + channel.Ahead(y) + first * step, count * step);
+      requests_.Add(channel.source.data + channel.Ahead(y) + first * step, count * step);
       kernels_->SplitBytes(in + first * step, step, low_, high_, count / 2);
       if (count % 2 != 0) low_[count / 2] = in[(first + count - 1) * step];
       for (x = first + count; x < inside; ++x) At(x) = channel.lastByte;
@@ -134,8 +134,10 @@ void WaveletStrip::StoreRow(ptrdiff_t y, const double* row) {
   const size_t count = channel.InMemory(first, y, end - first);
   uint8_t* const out =
       channel.destination.data + channel.source.RowOffset(static_cast<int32_t>(y)) + channel.offset + first * step;
-  AskFor(channel.destination.data + channel.Ahead(y) + first * step, count * step);
+  requests_.Add(channel.destination.data + channel.Ahead(y) + first * step, count * step);
+  requests_.AskForSome();
   kernels_->JoinBytes(low_, high, out, step, count / 2);
+  requests_.AskForSome();
   if (count % 2 != 0) kernels_->JoinBytes(low_ + count / 2, low_ + count / 2, out + (count - 1) * step, 0, 1);
 }
 
@@ -153,7 +155,9 @@ void WaveletStrip::Transform(const Consumer& consumer) {
     double* const row = lift.Row(y);
     if (y <= last) {
       LoadRow(y);
+      requests_.AskForSome();
       LiftForward97(*kernels_, low_ - kMargin, high_ - kMargin, row, row + half_, wide_);
+      requests_.AskForSome();
       if (y == last) std::memcpy(lastRow_, row, (half_ + wide_) * sizeof(double));
     } else {
       std::memcpy(row, lastRow_, (half_ + wide_) * sizeof(double));
@@ -163,6 +167,7 @@ void WaveletStrip::Transform(const Consumer& consumer) {
     load(y - 1);
     load(y);
     lift.Take(y);
+    requests_.AskForSome();
     if (y >= 4) consumer((y - 4) / 2, lift.Row(y - 4), lift.Row(y - 3));
   }
 }
@@ -191,14 +196,15 @@ void WaveletStrip::Measure(const Layer& layer, ptrdiff_t left, const TiledPlane&
     if (y > 0) count(y - 1);
     double* const lowOut = low.Row(left / kStripPairs, y);
     if (y + 2 < layer.height / 2) {
-      AskFor(lowOut + 2 * low.stride, static_cast<size_t>(pairs_));
-      AskFor(DetailRows(store, y + 2), static_cast<size_t>(kQuadrants * wide_));
+      requests_.Add(lowOut + 2 * low.stride, static_cast<size_t>(pairs_));
+      requests_.Add(DetailRows(store, y + 2), static_cast<size_t>(kQuadrants * wide_));
     }
     kernels_->ScaleDoubles(lowRow + kMargin, kForwardScales[0], lowOut, pairs_);
     const double* const details[kQuadrants] = {lowRow + half_, highRow, highRow + half_};
     int16_t* rounded = DetailRows(store, y);
     for (int32_t q = 0; q < kQuadrants; ++q, rounded += wide_) {
       most[q] = kernels_->RoundDetails(details[q], kDetailScales[q], rounded, wide_);
+      requests_.AskForSome();
       if (most[q] == kDetailEntries) KeepLarge(details[q], kDetailScales[q], rounded, wide_, store);
     }
   });
@@ -212,6 +218,7 @@ void WaveletStrip::Rebuild(const Layer& layer, ptrdiff_t left, const TiledPlane&
   const ColumnLift back(*kernels_, kInverseSteps, inverseRows_, kRowLength, half_ + wide_, height);
   const auto take = [&](ptrdiff_t y) {
     back.Take(y);
+    requests_.AskForSome();
     if (y >= 5 && y - 4 < height) StoreRow(y - 4, back.Row(y - 4));
     if (y >= 3 && y - 3 < height) StoreRow(y - 3, back.Row(y - 3));
   };
@@ -223,7 +230,7 @@ void WaveletStrip::Rebuild(const Layer& layer, ptrdiff_t left, const TiledPlane&
     // but is on the right.
     double* const lows = outLow + kMargin;
     const ptrdiff_t tile = left / kStripPairs, later = std::min(y + kAhead / 2, height / 2 - 1);
-    AskFor(low.Row(tile, later), static_cast<size_t>(pairs_));
+    requests_.Add(low.Row(tile, later), static_cast<size_t>(pairs_));
     if (left > 0) AskFor(low.Row(tile - 1, later) + kStripPairs - kMargin, 1);
     if (left + pairs_ < half) AskFor(low.Row(tile + 1, later), 1);
     kernels_->ScaleDoubles(low.Row(tile, y), kInverseScales[0], lows, pairs_);
@@ -235,6 +242,7 @@ void WaveletStrip::Rebuild(const Layer& layer, ptrdiff_t left, const TiledPlane&
     int16_t* rounded = DetailRows(store, y);
     for (int32_t q = 0; q < kQuadrants; ++q, rounded += wide_) {
       if (details != nullptr) kernels_->RoundDetails(details[q], kDetailScales[q], rounded, wide_);
+      requests_.AskForSome();
       if (!kernels_->ExpandDetails(rounded, curves[q], kShrunkScales[q], shrunk[q], wide_)) continue;
       for (ptrdiff_t i = 0; i < wide_; ++i) {
         if (std::abs(rounded[i]) < kDetailEntries) continue;

@@ -4,6 +4,7 @@
 #ifndef ZEL_RETOUCH_WAVELET_STRIP_H_
 #define ZEL_RETOUCH_WAVELET_STRIP_H_
 
+#include "core/cache.h"
 #include "core/scratch.h"
 #include "core/view.h"
 #include "retouch/detail_curve.h"
@@ -109,6 +110,8 @@ class WaveletStrip {
   Scratch<double> memory_;
   double *low_ = nullptr, *high_ = nullptr;  // even and odd samples of a row, from the strip's first pair on
   double *forwardRows_ = nullptr, *inverseRows_ = nullptr, *lastRow_ = nullptr;
+
+  Requests requests_;
 
   // The strip at hand.
   const Layer* layer_ = nullptr;
