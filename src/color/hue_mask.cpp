@@ -5,7 +5,12 @@
 namespace zel {
 
 HueWeights::HueWeights(const uint16_t weights[360], int32_t shift) {
-  for (size_t h = 0; h < kHueWeights; ++h) entries_[h] = h < 360 ? static_cast<uint8_t>(weights[h] >> shift) : 0;
+  for (int32_t colour = 0; colour < 3; ++colour) {
+    for (int32_t degrees = -60; degrees <= 60; ++degrees) {
+      const int32_t hue = (120 * colour + degrees + 360) % 360;
+      entries_[128 * colour + 60 + degrees] = static_cast<uint8_t>(weights[hue] >> shift);
+    }
+  }
 }
 
 template <class T, class M>

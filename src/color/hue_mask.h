@@ -22,7 +22,7 @@ class HueWeights {
 
  private:
   const HueKernels& kernels_ = ActiveKernels().hue;
-  uint8_t entries_[kHueWeights];
+  uint8_t entries_[kHuePlaces] = {};
 };
 
 // Writes weights[hue] of every image pixel in the region into all channels of its mask pixel, in an 8-bit mask the low

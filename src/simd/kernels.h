@@ -144,10 +144,12 @@ struct LatticeKernels {
 };
 
 // Weights of pixels by their hue (hue.inl).
-constexpr int32_t kGreyHue = 360;            // the entry of pixels whose saturation is below one per cent
-constexpr size_t kHueWeights = 360 + 1 + 3;  // degrees, grey, and three that are read along but never count
+// Weights for red, green and blue lie 128 places apart, those up to 60 degrees before and behind each around place 60.
+// kGreyPlace of all three stands for pixels whose saturation is below one per cent.
+constexpr int32_t kGreyPlace = 127;
+constexpr size_t kHuePlaces = 3 * 128;
 struct HueKernels {
-  // out[p] = weights[hue of pixel p], by the integer hue and saturation of RgbToHsl; kHueWeights entries. `blueFirst`
+  // out[p] = weights[place of pixel p], by the integer hue and saturation of RgbToHsl; kHuePlaces entries. `blueFirst`
   // tells the order of the pixels. `out` is not `in`.
   void (*WeighHuesOfBytes)(const uint8_t* in, uint8_t* out, size_t pixels, const uint8_t* weights, bool blueFirst);
   void (*WeighHuesOfWords)(const uint16_t* in, uint8_t* out, size_t pixels, const uint8_t* weights, bool blueFirst);

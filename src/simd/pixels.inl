@@ -9,11 +9,13 @@
 #define ZEL_WIDE(operation) _mm512_##operation
 #define ZEL_WIDE_BITS(operation) _mm512_##operation##_si512
 typedef __m512i Wide;
+typedef __m512 WideFloats;
 typedef __m512d WideDoubles;
 #elif defined(__AVX2__)
 #define ZEL_WIDE(operation) _mm256_##operation
 #define ZEL_WIDE_BITS(operation) _mm256_##operation##_si256
 typedef __m256i Wide;
+typedef __m256 WideFloats;
 typedef __m256d WideDoubles;
 #elif defined(__SSE4_1__)
 #define ZEL_WIDE(operation) _mm_##operation
@@ -142,6 +144,31 @@ static inline Wide WhereZero(Wide test, Wide v) {
 #endif
 }
 
+// Asks for what a walk over a row reads 2 kB later, wherever that is. Steps of less than a line of the cache leave some
+// processors behind: a Xeon took twice the time for masks of large pictures.
+static inline void AskAhead(const void* in) {
+  __builtin_prefetch((const void*)((uintptr_t)in + 2048));
+}
+
+// Which bytes of a vector something holds for.
+#if defined(__AVX512VBMI__)
+typedef __mmask64 ByteMask;
+static inline ByteMask EqualBytes(Wide a, Wide b) {
+  return _mm512_cmpeq_epi8_mask(a, b);
+}
+static inline Wide Chosen(ByteMask mask, Wide where, Wide elsewhere) {
+  return _mm512_mask_blend_epi8(mask, elsewhere, where);
+}
+#else
+typedef Wide ByteMask;
+static inline ByteMask EqualBytes(Wide a, Wide b) {
+  return ZEL_WIDE(cmpeq_epi8)(a, b);
+}
+static inline Wide Chosen(ByteMask mask, Wide where, Wide elsewhere) {
+  return ZEL_WIDE(blendv_epi8)(elsewhere, where, mask);
+}
+#endif
+
 // Eight bytes from each of two places.
 static inline Half LoadEights(const void* lower, const void* upper) {
 #if defined(__SSE4_1__)
@@ -165,11 +192,12 @@ static inline Mid LoadHalves(const void* lower, const void* upper) {
 #define ZEL_PICKS(...) ZEL_MID(setr_epi8)(__VA_ARGS__)
 #endif
 
-// Asks for what a walk over a row reads 2 kB later, wherever that is. Steps of less than a line of the cache leave some
-// processors behind: a Xeon took twice the time for masks of large pictures.
-static inline void AskAhead(const void* in) {
-  __builtin_prefetch((const void*)((uintptr_t)in + 2048));
-}
+// The same sixteen bytes all along the widest vector.
+#if defined(__AVX512VBMI__)
+#define ZEL_WIDE_PICKS(...) _mm512_broadcast_i32x4(_mm_setr_epi8(__VA_ARGS__))
+#else
+#define ZEL_WIDE_PICKS(...) ZEL_PICKS(__VA_ARGS__)
+#endif
 
 // Four pixels of three bytes in the first twelve of every sixteen, from where at least that many pixels are left. It is
 // cheaper to read four bytes more where there are more.
@@ -189,6 +217,70 @@ static inline Mid LoadPixels(const uint8_t* in, size_t left) {
 #else
   return wasm_i32x4_replace_lane(wasm_v128_load64_zero(in), 2, (int32_t)last);
 #endif
+#endif
+}
+
+// The three channels of as many pixels as a vector has bytes.
+struct Planes {
+  Wide first, second, third;
+};
+
+#if defined(__AVX512VBMI__)
+// Bytes 3 j + k of three vectors. Places count modulo 64, so the same ones pick from each.
+template <int k>
+static inline Wide EveryThird(Wide a, Wide b, Wide c) {
+  alignas(64) static const uint8_t kThirds[64] = {
+      0,   3,   6,   9,   12,  15,  18,  21,  24,  27,  30,  33,  36,  39,  42,  45,  48,  51,  54,  57,  60,  63,
+      66,  69,  72,  75,  78,  81,  84,  87,  90,  93,  96,  99,  102, 105, 108, 111, 114, 117, 120, 123, 126, 129,
+      132, 135, 138, 141, 144, 147, 150, 153, 156, 159, 162, 165, 168, 171, 174, 177, 180, 183, 186, 189};
+  const Wide places = _mm512_add_epi8(LoadWide(kThirds), _mm512_set1_epi8(k));
+  const __mmask64 inB = ~0ULL << (66 - k) / 3, inC = ~0ULL << (130 - k) / 3;
+  const Wide picked = _mm512_mask_permutexvar_epi8(_mm512_permutexvar_epi8(places, a), inB, places, b);
+  return _mm512_mask_permutexvar_epi8(picked, inC, places, c);
+}
+#endif
+
+static inline Planes LoadPlanes(const uint8_t* in) {
+  for (size_t line = 0; line < 3 * kWideBytes; line += 64) AskAhead(in + line);
+#if defined(__AVX512VBMI__)
+  const Wide a = LoadWide(in), b = LoadWide(in + 64), c = LoadWide(in + 128);
+  return {EveryThird<0>(a, b, c), EveryThird<1>(a, b, c), EveryThird<2>(a, b, c)};
+#elif defined(ZEL_NEON)
+  const uint8x16x3_t planes = vld3q_u8(in);
+  return {planes.val[0], planes.val[1], planes.val[2]};
+#else
+  // Four pixels to every sixteen bytes, a channel to every four of them; the last start four bytes early, so that
+  // nothing behind them is read.
+  const Wide picks = ZEL_PICKS(0, 3, 6, 9, 1, 4, 7, 10, 2, 5, 8, 11, -1, -1, -1, -1);
+  const Wide later = ZEL_PICKS(4, 7, 10, 13, 5, 8, 11, 14, 6, 9, 12, 15, -1, -1, -1, -1);
+#if defined(__AVX2__)
+  const Wide a = LoadHalves(in, in + 48), b = LoadHalves(in + 12, in + 60);
+  const Wide c = LoadHalves(in + 24, in + 72), d = LoadHalves(in + 32, in + 80);
+#else
+  const Wide a = LoadWide(in), b = LoadWide(in + 12), c = LoadWide(in + 24), d = LoadWide(in + 32);
+#endif
+  const Wide fours[4] = {ZEL_WIDE(shuffle_epi8)(a, picks), ZEL_WIDE(shuffle_epi8)(b, picks),
+                         ZEL_WIDE(shuffle_epi8)(c, picks), ZEL_WIDE(shuffle_epi8)(d, later)};
+  const Wide lower = ZEL_WIDE(unpacklo_epi32)(fours[0], fours[1]), upper = ZEL_WIDE(unpacklo_epi32)(fours[2], fours[3]);
+  return {ZEL_WIDE(unpacklo_epi64)(lower, upper), ZEL_WIDE(unpackhi_epi64)(lower, upper),
+          ZEL_WIDE(unpacklo_epi64)(ZEL_WIDE(unpackhi_epi32)(fours[0], fours[1]),
+                                   ZEL_WIDE(unpackhi_epi32)(fours[2], fours[3]))};
+#endif
+}
+
+// The low and the high bytes of words, in the order of the pixels.
+static inline void StoreWords(uint16_t* out, Wide low, Wide high) {
+  const Wide first = ZEL_WIDE(unpacklo_epi8)(low, high), second = ZEL_WIDE(unpackhi_epi8)(low, high);
+#if defined(__AVX512VBMI__)
+  const Wide lower = _mm512_setr_epi64(0, 1, 8, 9, 2, 3, 10, 11), upper = _mm512_setr_epi64(4, 5, 12, 13, 6, 7, 14, 15);
+  StoreWide(out, _mm512_permutex2var_epi64(first, lower, second));
+  StoreWide(out + kWideWords, _mm512_permutex2var_epi64(first, upper, second));
+#elif defined(__AVX2__)
+  StoreWide(out, _mm256_permute2x128_si256(first, second, 0x20));
+  StoreWide(out + kWideWords, _mm256_permute2x128_si256(first, second, 0x31));
+#else
+  StoreWide(out, first);
+  StoreWide(out + kWideWords, second);
 #endif
 }
 

@@ -89,6 +89,8 @@ ZEL_V(unpacklo_epi16(Wide a, Wide b)) { return ZEL_EITHER((Wide)vzip1q_u16((uint
 ZEL_V(unpackhi_epi16(Wide a, Wide b)) { return ZEL_EITHER((Wide)vzip2q_u16((uint16x8_t)a, (uint16x8_t)b), wasm_i16x8_shuffle(a, b, 4, 12, 5, 13, 6, 14, 7, 15)); }
 ZEL_V(unpacklo_epi32(Wide a, Wide b)) { return ZEL_EITHER((Wide)vzip1q_u32((uint32x4_t)a, (uint32x4_t)b), wasm_i32x4_shuffle(a, b, 0, 4, 1, 5)); }
 ZEL_V(unpackhi_epi32(Wide a, Wide b)) { return ZEL_EITHER((Wide)vzip2q_u32((uint32x4_t)a, (uint32x4_t)b), wasm_i32x4_shuffle(a, b, 2, 6, 3, 7)); }
+ZEL_V(unpacklo_epi64(Wide a, Wide b)) { return ZEL_EITHER((Wide)vzip1q_u64((uint64x2_t)a, (uint64x2_t)b), wasm_i64x2_shuffle(a, b, 0, 2)); }
+ZEL_V(unpackhi_epi64(Wide a, Wide b)) { return ZEL_EITHER((Wide)vzip2q_u64((uint64x2_t)a, (uint64x2_t)b), wasm_i64x2_shuffle(a, b, 1, 3)); }
 ZEL_V(packus_epi16(Wide a, Wide b)) { return ZEL_EITHER(vqmovun_high_s16(vqmovun_s16((int16x8_t)a), (int16x8_t)b), wasm_u8x16_narrow_i16x8(a, b)); }
 ZEL_V(packus_epi32(Wide a, Wide b)) { return ZEL_EITHER((Wide)vqmovun_high_s32(vqmovun_s32((int32x4_t)a), (int32x4_t)b), wasm_u16x8_narrow_i32x4(a, b)); }
 ZEL_V(packs_epi32(Wide a, Wide b)) { return ZEL_EITHER((Wide)vqmovn_high_s32(vqmovn_s32((int32x4_t)a), (int32x4_t)b), wasm_i16x8_narrow_i32x4(a, b)); }

@@ -62,10 +62,17 @@ void AddAllOrders(std::vector<T>* samples, int a, int b, int c) {
 
 TEST(HueKernels, FindTheIntegerHueAtEveryLevel) {
   // Two tables tell every hue by its low and its high byte.
-  uint8_t low[kHueWeights] = {}, high[kHueWeights] = {};
-  for (int h = 0; h <= kGreyHue; ++h) {
-    low[h] = static_cast<uint8_t>(h);
-    high[h] = static_cast<uint8_t>(h >> 8);
+  constexpr int kGrey = 360;
+  uint8_t low[kHuePlaces] = {}, high[kHuePlaces] = {};
+  const auto put = [&](int place, int hue) {
+    low[place] = static_cast<uint8_t>(hue);
+    high[place] = static_cast<uint8_t>(hue >> 8);
+  };
+  for (int colour = 0; colour < 3; ++colour) {
+    put(128 * colour + kGreyPlace, kGrey);
+    for (int degrees = -60; degrees <= 60; ++degrees) {
+      put(128 * colour + 60 + degrees, (120 * colour + degrees + 360) % 360);
+    }
   }
   // All colours with a sample of 0 have every difference over every chroma; near-greys; and quotients one step below a
   // whole number, the closest that a rounding could reach.
@@ -88,9 +95,20 @@ TEST(HueKernels, FindTheIntegerHueAtEveryLevel) {
       for (size_t p = 0; p < pixels; ++p) {
         const auto* c = &samples[3 * p];
         const HueSat expected = hueSat(c[blueFirst ? 2 : 0], c[1], c[blueFirst ? 0 : 2]);
-        ASSERT_EQ(highs[p] << 8 | lows[p], expected.saturation == 0 ? kGreyHue : expected.hue)
+        ASSERT_EQ(highs[p] << 8 | lows[p], expected.saturation == 0 ? kGrey : expected.hue)
             << c[0] << ", " << c[1] << ", " << c[2];
       }
+    }
+  };
+  const auto checkLengths = [&](const auto& samples, auto kernel) {
+    const auto* const some = &samples[3 * 40000];
+    std::vector<uint8_t> all(140), part(141);
+    kernel(some, all.data(), 140, low, false);
+    for (size_t pixels = 0; pixels <= 140; ++pixels) {
+      part[pixels] = 77;
+      kernel(some, part.data(), pixels, low, false);
+      ASSERT_TRUE(std::equal(part.begin(), part.begin() + static_cast<ptrdiff_t>(pixels), all.begin()));
+      ASSERT_EQ(part[pixels], 77);
     }
   };
   for (size_t level = 0; level < KernelLevel::Count(); ++level) {
@@ -98,14 +116,8 @@ TEST(HueKernels, FindTheIntegerHueAtEveryLevel) {
     const HueKernels& kernels = ActiveKernels().hue;
     check(bytes, kernels.WeighHuesOfBytes, PixelHueSat);
     check(words, kernels.WeighHuesOfWords, PixelHueSat16);
-    std::vector<uint8_t> all(70), part(71);
-    kernels.WeighHuesOfWords(words.data(), all.data(), 70, low, false);
-    for (size_t pixels = 0; pixels <= 70; ++pixels) {
-      part[pixels] = 77;
-      kernels.WeighHuesOfWords(words.data(), part.data(), pixels, low, false);
-      ASSERT_TRUE(std::equal(part.begin(), part.begin() + static_cast<ptrdiff_t>(pixels), all.begin()));
-      ASSERT_EQ(part[pixels], 77);
-    }
+    checkLengths(bytes, kernels.WeighHuesOfBytes);
+    checkLengths(words, kernels.WeighHuesOfWords);
   }
 }
 

@@ -75,8 +75,8 @@ void Samples(const Kernels& kernels, Edges& at, size_t n) {
   for (const bool blueFirst : {false, true}) {
     kernels.lattice.MapNodes(bytes(3 * n), bytes(3 * n), n, bytes(3 * 4096), blueFirst);
     kernels.lattice.MapCells(bytes(3 * n), bytes(3 * n), n, bytes(16 * kLatticeCells), blueFirst);
-    kernels.hue.WeighHuesOfBytes(bytes(3 * n), bytes(n), n, bytes(kHueWeights), blueFirst);
-    kernels.hue.WeighHuesOfWords(words(3 * n), bytes(n), n, bytes(kHueWeights), blueFirst);
+    kernels.hue.WeighHuesOfBytes(bytes(3 * n), bytes(n), n, bytes(kHuePlaces), blueFirst);
+    kernels.hue.WeighHuesOfWords(words(3 * n), bytes(n), n, bytes(kHuePlaces), blueFirst);
   }
   kernels.lattice.DivideBy257(words(n), bytes(n), n);
   kernels.lattice.MultiplyBy257(bytes(n), words(n), n);
