@@ -7,20 +7,24 @@ namespace zel {
 
 namespace {
 
-// Newton's iteration from above: it falls by a third (a fifth) a step until it is near, and then doubles its digits.
-// Inputs from 1e-12 to 1 are exact to the last few bits after this many steps.
-constexpr int kSteps = 48;
+// Brought to a root between 1/2 and 1, where Newton's iteration doubles its digits from about the third step on; after
+// eight only the last bit or two are open.
+constexpr int kSteps = 8;
 
 double CubeRoot(double value) {
+  double scale = 1.0;
+  for (; value < 0.125; value *= 8.0) scale *= 0.5;
   double root = 1.0;
   for (int i = 0; i < kSteps; ++i) root = (2.0 * root + value / (root * root)) / 3.0;
-  return root;
+  return root * scale;
 }
 
 double FifthRoot(double value) {
+  double scale = 1.0;
+  for (; value < 0.03125; value *= 32.0) scale *= 0.5;
   double root = 1.0;
   for (int i = 0; i < kSteps; ++i) root = (4.0 * root + value / (root * root * root * root)) / 5.0;
-  return root;
+  return root * scale;
 }
 
 }  // namespace

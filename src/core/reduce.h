@@ -23,10 +23,11 @@ struct SampledCopy {
 template <class T, class C>
 bool PointSample(const View<const T>& source, const Region& region, int32_t limit, SampledCopy<C>* copy);
 
-// Calls visit(a, b) for every two pixels beside or above each other; an image of three channels.
+// Calls visit(a, b) for every two pixels beside or above each other, the first in one of every `everyRow` rows; an
+// image of three channels.
 template <class Visit>
-void ForEachNeighbours(const View<const uint8_t>& image, const Visit& visit) {
-  for (int32_t y = 0; y < image.height; ++y) {
+void ForEachNeighbours(const View<const uint8_t>& image, const Visit& visit, int32_t everyRow = 1) {
+  for (int32_t y = 0; y < image.height; y += everyRow) {
     const uint8_t* const row = image.At(0, y);
     const uint8_t* const below = y + 1 < image.height ? image.At(0, y + 1) : nullptr;
     for (int32_t x = 0; x < image.width; ++x) {

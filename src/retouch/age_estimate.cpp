@@ -75,21 +75,24 @@ struct Slopes {
   double neutral = 0.0;  // how many of the colours are near grey
 };
 
-constexpr int32_t kPerUnit = 256;    // steps of a logarithm
-constexpr int32_t kFaintest = 26;    // differences from here on count,
-constexpr int32_t kStrongest = 256;  // and above it count the same
-constexpr int32_t kMostSteps = 4096;
-constexpr int32_t kCells = 128;      // colours against green on both axes,
-constexpr int32_t kCell = 128;       // each this wide, of sums of two logarithms
-constexpr double kNear = 0.45;       // from grey
-constexpr double kOneColour = 30.0;  // pairs from which one of its cells weighs as much as any
-constexpr int32_t kBins = 257;       // of a slope's logarithm, 32 to the unit
+constexpr int32_t kPerUnit = 256;      // steps of a logarithm
+constexpr int32_t kFaintest = 26;      // differences from here on count,
+constexpr int32_t kStrongest = 256;    // and above it count the same
+constexpr int32_t kUnseen = -30000;    // where cut samples and noise tell nothing
+constexpr int32_t kImpossible = 4096;  // a difference that only such a sample makes
+constexpr int32_t kCells = 64;         // colours against green on both axes,
+constexpr int32_t kCell = 128;         // each this wide, of sums of two logarithms
+constexpr double kNear = 0.45;         // from grey
+constexpr double kOneColour = 30.0;    // pairs from which one of its cells weighs as much as any
+constexpr int32_t kBins = 257;         // of a slope's logarithm, 32 to the unit
+constexpr int32_t kSlopeSteps = 1024;  // of a difference, above which slopes are told apart no further
 constexpr int32_t kFewestPairs = 200;
+constexpr int32_t kManyPixels = 40000;  // from here on every second row is enough
 
 struct Pair {
-  int16_t cell;
+  int16_t red, green, blue;  // sums of both pixels' logarithms
   int16_t strength;
-  int16_t red, blue;  // bins
+  int16_t redBin, blueBin;  // of the slopes
 };
 
 // Neighbours between which all channels change the same way: there a surface is lit more or less. Every colour counts
@@ -97,39 +100,91 @@ struct Pair {
 // with the light.
 class ShadedPairs {
  public:
-  bool Allocate(const View<const uint8_t>& image) {
-    image_ = image;
-    for (int32_t i = 1; i < kMostSteps; ++i) {
-      steps_[i] = static_cast<int16_t>(std::floor(Logarithm(static_cast<double>(i) / kMostSteps) * 32.0 + 0.5));
+  // False when memory ran out.
+  bool Find(const View<const uint8_t>& image) {
+    const size_t pixels = static_cast<size_t>(image.width) * static_cast<size_t>(image.height);
+    const int32_t everyRow = pixels < kManyPixels ? 1 : 2;
+    if (!pairs_.Allocate(2 * (pixels + static_cast<size_t>(image.width)) / static_cast<size_t>(everyRow)) ||
+        !counts_.Allocate(kCells * kCells) || !weights_.Allocate(kCells * kCells)) {
+      return false;
     }
-    for (int32_t i = 0; i < 256; ++i) logarithms_[i] = Logarithm(std::max(LightOfLevel(i / 255.0), 1e-4));
-    return pairs_.Allocate(2 * static_cast<size_t>(image.width) * static_cast<size_t>(image.height)) &&
-           counts_.Allocate(kCells * kCells) && weights_.Allocate(kCells * kCells);
+    oneColour_ = kOneColour / everyRow;
+    int32_t logarithm[256], slope[kSlopeSteps];
+    for (int32_t i = 0; i < 256; ++i) {
+      logarithm[i] = i <= 12 || i >= 250
+                         ? kUnseen
+                         : static_cast<int32_t>(std::floor(kPerUnit * Logarithm(LightOfLevel(i / 255.0)) + 0.5));
+    }
+    slope[0] = 0;
+    for (int32_t i = 1; i < kSlopeSteps; ++i) {
+      slope[i] = static_cast<int32_t>(std::floor(Logarithm(static_cast<double>(i) / kSlopeSteps) * 32.0 + 0.5));
+    }
+    const int32_t red = image.PlaceOf(0);
+    Pair* pair = pairs_.data();
+    const auto look = [&](const uint8_t* p, const uint8_t* q) {
+      const int32_t pr = logarithm[p[red]], pg = logarithm[p[1]], pb = logarithm[p[2 - red]];
+      const int32_t qr = logarithm[q[red]], qg = logarithm[q[1]], qb = logarithm[q[2 - red]];
+      const int32_t dr = pr - qr, dg = pg - qg, db = pb - qb;
+      // Bitwise: which of these hold is anyone's guess, and one guess fails less often than six.
+      if (!(((dr > 0) & (dg > 0) & (db > 0)) | ((dr < 0) & (dg < 0) & (db < 0)))) return;
+      const int32_t ar = std::abs(dr), ag = std::abs(dg), ab = std::abs(db);
+      const int32_t strength = std::max(ar, std::max(ag, ab));
+      if (strength < kFaintest || strength > kImpossible) return;
+      const auto bin = [&](int32_t difference) {
+        const int32_t apart = slope[std::min(difference, kSlopeSteps - 1)] - slope[std::min(ag, kSlopeSteps - 1)];
+        return static_cast<int16_t>(std::min(std::max(apart + kBins / 2, 0), kBins - 1));
+      };
+      *pair++ = {static_cast<int16_t>(pr + qr),
+                 static_cast<int16_t>(pg + qg),
+                 static_cast<int16_t>(pb + qb),
+                 static_cast<int16_t>(std::min(strength, kStrongest)),
+                 bin(ar),
+                 bin(ab)};
+    };
+    ForEachNeighbours(image, look, everyRow);
+    count_ = static_cast<int32_t>(pair - pairs_.data());
+    return true;
   }
 
-  // With each channel's light as a share of `white`, and densities multiplied by `power`. False when there are too few
-  // pairs to say anything.
-  bool Measure(const double* white, const double* power, Slopes* slopes) {
-    Find(white, power);
+  // The slopes as they are, of colours as they would be with each channel's light as a share of `white` and densities
+  // multiplied by `power`. False when there are too few pairs to say anything.
+  bool Measure(const double* white, const double* power, Slopes* slopes) const {
     if (count_ < kFewestPairs) return false;
+    constexpr int32_t kOne = 256;  // of the power
+    int32_t factor[3], offset[3];
+    for (int32_t k = 0; k < 3; ++k) {
+      factor[k] = static_cast<int32_t>(power[k] * kOne + 0.5);
+      offset[k] = static_cast<int32_t>(std::floor(-2.0 * kPerUnit * kOne * power[k] * Logarithm(white[k]) + 0.5));
+    }
+    const auto place = [](int32_t apart) {
+      return std::min(std::max(apart + kOne * kCell * (kCells + 1) / 2, 0) / (kOne * kCell), kCells - 1);
+    };
+    const auto cell = [&](const Pair& pair) {
+      const int32_t green = pair.green * factor[1] + offset[1];
+      return place(pair.red * factor[0] + offset[0] - green) * kCells +
+             place(pair.blue * factor[2] + offset[2] - green);
+    };
+    const Pair* const pairs = pairs_.data();
+    int32_t* const counts = counts_.data();
+    double* const weights = weights_.data();
+    std::fill(counts, counts + kCells * kCells, 0);
+    for (int32_t i = 0; i < count_; ++i) ++counts[cell(pairs[i])];
     double all = 0.0;
     for (int32_t i = 0; i < kCells * kCells; ++i) {
-      if (counts_[static_cast<size_t>(i)] == 0) continue;
+      if (counts[i] == 0) continue;
       const double red = (i / kCells - kCells / 2) * (kCell / (2.0 * kPerUnit)),
                    blue = (i % kCells - kCells / 2) * (kCell / (2.0 * kPerUnit));
       const double near = 1.0 / (1.0 + (red * red + blue * blue - red * blue) / (kNear * kNear));
-      const double one = 1.0 / (counts_[static_cast<size_t>(i)] + kOneColour);
-      all += counts_[static_cast<size_t>(i)] * one;
-      weights_[static_cast<size_t>(i)] = near * near * one / kStrongest;
+      const double one = 1.0 / (counts[i] + oneColour_);
+      all += counts[i] * one;
+      weights[i] = near * near * one / kStrongest;
     }
-    double bins[2][kBins] = {};
-    double total = 0.0;
+    double bins[2][kBins] = {}, total = 0.0;
     for (int32_t i = 0; i < count_; ++i) {
-      const Pair& pair = pairs_[static_cast<size_t>(i)];
-      const double weight = weights_[static_cast<size_t>(pair.cell)] * pair.strength;
+      const double weight = weights[cell(pairs[i])] * pairs[i].strength;
       total += weight;
-      bins[0][pair.red] += weight;
-      bins[1][pair.blue] += weight;
+      bins[0][pairs[i].redBin] += weight;
+      bins[1][pairs[i].blueBin] += weight;
     }
     double median[2];
     for (int32_t k = 0; k < 2; ++k) {
@@ -142,51 +197,11 @@ class ShadedPairs {
   }
 
  private:
-  void Find(const double* white, const double* power) {
-    int32_t logarithm[3][256];
-    for (int32_t k = 0; k < 3; ++k) {
-      const double offset = Logarithm(white[k]);
-      for (int32_t i = 0; i < 256; ++i) {
-        logarithm[k][i] = static_cast<int32_t>(std::floor(kPerUnit * -power[k] * (offset - logarithms_[i]) + 0.5));
-      }
-    }
-    std::fill(counts_.data(), counts_.data() + kCells * kCells, 0);
-    count_ = 0;
-    const int32_t red = image_.PlaceOf(0);
-    const int32_t* const r = logarithm[0];
-    const int32_t* const g = logarithm[1];
-    const int32_t* const b = logarithm[2];
-    const auto seen = [](int32_t level) { return level > 12 && level < 250; };
-    const auto look = [&](const uint8_t* p, const uint8_t* q) {
-      if (!seen(p[0]) || !seen(p[1]) || !seen(p[2]) || !seen(q[0]) || !seen(q[1]) || !seen(q[2])) return;
-      const int32_t pr = r[p[red]], pg = g[p[1]], pb = b[p[2 - red]], qr = r[q[red]], qg = g[q[1]], qb = b[q[2 - red]];
-      int32_t dr = pr - qr, dg = pg - qg, db = pb - qb;
-      if (dr < 0) dr = -dr, dg = -dg, db = -db;
-      if (dr <= 0 || dg <= 0 || db <= 0) return;
-      const int32_t strength = std::max(dr, std::max(dg, db));
-      if (strength < kFaintest) return;
-      const auto bin = [&](int32_t d) {
-        const int32_t slope = steps_[std::min(d, kMostSteps - 1)] - steps_[std::min(dg, kMostSteps - 1)];
-        return static_cast<int16_t>(std::min(std::max(slope + kBins / 2, 0), kBins - 1));
-      };
-      const auto place = [](int32_t two) {
-        return std::min(std::max(two + kCell / 2 + kCell * kCells / 2, 0) / kCell, kCells - 1);
-      };
-      const int32_t cell = place(pr + qr - pg - qg) * kCells + place(pb + qb - pg - qg);
-      ++counts_[static_cast<size_t>(cell)];
-      pairs_[static_cast<size_t>(count_++)] = {static_cast<int16_t>(cell),
-                                               static_cast<int16_t>(std::min(strength, kStrongest)), bin(dr), bin(db)};
-    };
-    ForEachNeighbours(image_, look);
-  }
-
-  View<const uint8_t> image_;
-  int16_t steps_[kMostSteps] = {};  // logarithm of 1 to 4095 of a whole, 32 to the unit
-  double logarithms_[256] = {};     // of the light of a level
   Scratch<Pair> pairs_;
   Scratch<int32_t> counts_;
   Scratch<double> weights_;
   int32_t count_ = 0;
+  double oneColour_ = kOneColour;
 };
 
 // What the picture's shading says about its age.
@@ -197,7 +212,7 @@ struct Signs {
 
 constexpr double kNone[3] = {1.0, 1.0, 1.0};
 
-void SeekFading(ShadedPairs* pairs, const Levels* levels, Slopes slopes, double* fading) {
+void SeekFading(const ShadedPairs& pairs, const Levels* levels, Slopes slopes, double* fading) {
   double slope[3] = {slopes.red, 0.0, slopes.blue - kBlueBias};
   const double red = slope[0], blue = slope[2], neutral = slopes.neutral;
   double power[3];
@@ -206,9 +221,9 @@ void SeekFading(ShadedPairs* pairs, const Levels* levels, Slopes slopes, double*
     const double most = std::max(slope[0], std::max(slope[1], slope[2]));
     for (int32_t k = 0; k < 3; ++k) power[k] = Exponential(std::min(most - slope[k], kMostFading));
     if (round == kRounds) break;
-    if (!pairs->Measure(kNone, power, &slopes)) return;
-    slope[0] += slopes.red;
-    slope[2] += slopes.blue;
+    if (!pairs.Measure(kNone, power, &slopes)) return;
+    slope[0] = slopes.red;
+    slope[2] = slopes.blue - kBlueBias;
   }
   double most = -1e9, dense = -1e9, density[3], white = 255.0;
   for (int32_t k = 0; k < 3; ++k) {
@@ -228,17 +243,19 @@ void SeekFading(ShadedPairs* pairs, const Levels* levels, Slopes slopes, double*
 }
 
 bool SeekSigns(const View<const uint8_t>& image, const Levels* levels, Signs* signs) {
+  const double yellow = levels[0].white - levels[2].white;
+  const bool yellowed =
+      yellow > 0.7 * kYellow && levels[0].white >= levels[1].white - 3.0 && levels[1].white >= levels[2].white - 3.0;
+  const bool lifted = std::max(levels[0].black, std::max(levels[1].black, levels[2].black)) > 0.7 * kLifted;
+  if (!yellowed && !lifted) return true;
   ShadedPairs pairs;
-  if (!pairs.Allocate(image)) return false;
+  if (!pairs.Find(image)) return false;
   Slopes slopes;
   if (!pairs.Measure(kNone, kNone, &slopes)) return true;
   const double most = std::max(slopes.red, std::max(0.0, slopes.blue)),
                least = std::min(slopes.red, std::min(0.0, slopes.blue));
-  if (most - least > 0.5 * kFaint) SeekFading(&pairs, levels, slopes, signs->fading);
-  const double yellow = levels[0].white - levels[2].white;
-  if (levels[0].white < levels[1].white - 3.0 || levels[1].white < levels[2].white - 3.0 || yellow < 0.7 * kYellow) {
-    return true;
-  }
+  if (lifted && most - least > 0.5 * kFaint) SeekFading(pairs, levels, slopes, signs->fading);
+  if (!yellowed) return true;
   double white[3];
   for (int32_t k = 0; k < 3; ++k) white[k] = std::max(LightOfLevel(levels[k].white / 255.0), 1e-4);
   Slopes cleared;

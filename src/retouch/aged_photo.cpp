@@ -48,8 +48,8 @@ void FillCurves(const Age& age, int32_t channels, Fading* curves) {
 // How much of the lifted black was a veil: what brings the most pixels of all brightnesses near grey, and the picture
 // near the brightness that most have. Taking back the wrong one leaves the middle tones coloured, or far too dark.
 double VeiledShare(const View<const uint8_t>& image, const Fading& curves) {
-  constexpr int32_t kBands = 8, kEvery = 5;
-  const int32_t red = image.PlaceOf(0), pixels = image.width * image.height;
+  constexpr int32_t kBands = 8, kSamples = 5200;
+  const int32_t red = image.PlaceOf(0), pixels = image.width * image.height, every = pixels / kSamples | 1;
   double best = 0.0, found = 0.5;
   for (int32_t quarter = 0; quarter <= 4; ++quarter) {
     const double veiled = quarter / 4.0;
@@ -59,7 +59,7 @@ double VeiledShare(const View<const uint8_t>& image, const Fading& curves) {
     }
     double grey[kBands] = {};
     int64_t brightness = 0, seen = 0;
-    for (int32_t i = 0; i < pixels; i += kEvery) {
+    for (int32_t i = 0; i < pixels; i += every) {
       const uint8_t* sample = image.data + static_cast<size_t>(i) * 3;
       const int32_t r = table[0][sample[red]], g = table[1][sample[1]], b = table[2][sample[2 - red]];
       const int32_t high = std::max(r, std::max(g, b)), low = std::min(r, std::min(g, b));
@@ -73,7 +73,7 @@ double VeiledShare(const View<const uint8_t>& image, const Fading& curves) {
     const double apart = veiled - 0.5,
                  off = (static_cast<double>(brightness) / (10.0 * static_cast<double>(seen)) - 105.0) / 50.0;
     double score = -0.8 * apart * apart - 0.2 * off * off;
-    for (double sum : grey) score += std::sqrt(sum * kEvery / pixels);
+    for (double sum : grey) score += std::sqrt(sum * every / pixels);
     if (quarter == 0 || score > best) best = score, found = veiled;
   }
   return found;
