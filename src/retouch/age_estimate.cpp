@@ -17,35 +17,43 @@ double Above(double value, double bound) {
   return std::min(std::max((value / bound - 0.7) / 0.6, 0.0), 1.0);
 }
 
+double Density(double level) {
+  return -Logarithm(std::max(LightOfLevel(level / 255.0), 1e-4));
+}
+
 constexpr double kBlueBias = 0.02;  // of the slope of blue in sound pictures
 constexpr double kFaint = 0.16;     // fading that light and shade may feign
 constexpr double kMostFading = 1.5;
-constexpr double kLifted = 13.5;       // black of a channel whose dye has faded
-constexpr double kFadedWhite = 165.0;  // the least white of a picture with faded dyes: they leave white alone
-constexpr double kFewNeutral = 0.03;   // share of near-grey colours that says something
-constexpr double kNeutralGain = 0.15;  // by which that share grows when what was faded comes back,
-constexpr double kPaperGain = 0.15;    // and when the colour of the paper is taken out
-constexpr double kTurn = 0.42;         // change of the slopes after that
-constexpr double kVeil = 46.0;         // lift of black that no sound picture has
-constexpr double kDim = 1.0;           // lost white counts beside it
-constexpr double kHaze = 0.5;          // and shadows that are blue speak for air, against it
-constexpr double kFadedToo = 30.0;     // dyes that have faded have lost density together too,
-constexpr double kPaperToo = 10.0;     // and yellowed pictures often are flat
-constexpr double kNoDark = 145.0;      // a picture without anything dark does not show what was black
-constexpr double kVeilApart = 1.3;     // a veil lifts one channel this much further than another,
-constexpr double kVeilWhite = 0.6;     // takes this share of the lift from white,
-constexpr double kVeilColour = 0.5;    // and more where it is coloured
-constexpr double kYellow = 30.0;       // white of blue below white of red
-constexpr double kMostYellow = 110.0;
+constexpr double kLifted = 13.5;        // black of a channel whose dye has faded
+constexpr double kFadedWhite = 170.0;   // the least white of a picture with faded dyes: they leave white alone
+constexpr double kFewNeutral = 0.011;   // share of near-grey colours that says something
+constexpr double kNeutralGain = 0.034;  // by which that share grows when what was faded comes back,
+constexpr double kPaperGain = 0.025;    // and when the colour of the paper is taken out
+constexpr double kTurn = 0.557;         // change of the slopes after that
+constexpr double kThin = 8.4;           // density of black that no sound picture has,
+constexpr double kHardness = 9.0;       // with this much for each step from black to the dark parts,
+constexpr double kSoft = 5.5;           // and that much less, wholly
+constexpr double kDim = 1.8;            // lost white counts beside it,
+constexpr double kFadedToo = 7.5;       // dyes that have faded have lost density together too,
+constexpr double kPaperToo = 5.5;       // and yellowed pictures often are flat
+constexpr double kNoDark = 145.0;       // a picture without anything dark does not show what was black
+constexpr double kVeilApart = 1.3;      // a veil lifts one channel this much further than another,
+constexpr double kVeilWhite = 0.6;      // takes this share of the lift from white,
+constexpr double kVeilColour = 0.5;     // and more where it is coloured
+constexpr double kYellow = 22.0;        // white of blue below white of red
+constexpr double kMostYellow = 174.0;
+constexpr double kWhite = 0.35;  // share of what is bright in red
 constexpr double kPaper = 0.8;
 constexpr double kFewestTones = 40.0;
 
 // What a channel shows of black and white, in levels.
 struct Levels {
   double black, white;
+  double tail;  // from black to where the dark parts of the picture begin
 };
 
 constexpr double kDarkest = 0.0005;    // share of the samples that may be darker than black,
+constexpr double kDark = 0.03;         // than its dark parts,
 constexpr double kBrightest = 0.0003;  // and brighter than white: few, for small highlights are what paper yellows
 
 // One level outside what is measured, so that a flat area at the end is not clipped as a whole. Level 0 tells nothing
@@ -62,9 +70,11 @@ void MeasureLevels(const View<const uint8_t>& image, Levels* levels) {
     const int32_t counted = pixels - histogram[0];
     const auto all = [=](int32_t level) { return histogram[level]; };
     const auto uncut = [=](int32_t level) { return level == 0 ? 0 : histogram[level]; };
-    const int32_t black = counted < pixels / 4 ? 0 : PercentileWalk(uncut).To(kDarkest * counted);
+    PercentileWalk up(uncut);
+    const int32_t black = counted < pixels / 4 ? 0 : up.To(kDarkest * counted);
+    const int32_t dark = up.To(kDark * counted);
     const int32_t white = PercentileWalk(all).To((1.0 - kBrightest) * pixels);
-    levels[k] = {std::max(black - 1, 0) + 0.0, std::min(white + 1, 255) + 0.0};
+    levels[k] = {std::max(black - 1, 0) + 0.0, std::min(white + 1, 255) + 0.0, dark - std::max(black - 1, 0) + 0.0};
   }
 }
 
@@ -242,6 +252,23 @@ void SeekFading(const ShadedPairs& pairs, const Levels* levels, Slopes slopes, d
   }
 }
 
+// Of the pixels that are bright in red, how many are as bright in all channels. Paper is; a flower, a face or the
+// evening sky is not.
+double WhiteAmongRed(const View<const uint8_t>& image, const Levels* levels) {
+  const int32_t red = image.PlaceOf(0), pixels = image.width * image.height;
+  const auto bright = [&](const uint8_t* pixel, int32_t k, int32_t place) {
+    return pixel[place] > 0.9 * levels[k].white;
+  };
+  int32_t inRed = 0, white = 0;
+  for (int32_t i = 0; i < pixels; ++i) {
+    const uint8_t* const pixel = image.data + static_cast<size_t>(i) * 3;
+    if (!bright(pixel, 0, red)) continue;
+    ++inRed;
+    if (bright(pixel, 1, 1) && bright(pixel, 2, 2 - red)) ++white;
+  }
+  return inRed == 0 ? 0.0 : static_cast<double>(white) / inRed;
+}
+
 bool SeekSigns(const View<const uint8_t>& image, const Levels* levels, Signs* signs) {
   const double yellow = levels[0].white - levels[2].white;
   const bool yellowed =
@@ -260,8 +287,9 @@ bool SeekSigns(const View<const uint8_t>& image, const Levels* levels, Signs* si
   for (int32_t k = 0; k < 3; ++k) white[k] = std::max(LightOfLevel(levels[k].white / 255.0), 1e-4);
   Slopes cleared;
   if (!pairs.Measure(white, kNone, &cleared)) return true;
-  signs->paper = Above(yellow, kYellow) * (1.0 - Above(yellow, kMostYellow)) * Above(cleared.neutral, kFewNeutral) *
-                 Above(cleared.neutral - slopes.neutral, kPaperGain * slopes.neutral);
+  signs->paper = Above(yellow, kYellow) * (1.0 - Above(yellow, kMostYellow)) *
+                 Above(cleared.neutral - slopes.neutral, kPaperGain * slopes.neutral) *
+                 Above(WhiteAmongRed(image, levels), kWhite);
   return true;
 }
 
@@ -285,10 +313,13 @@ bool EstimateAge(const View<const uint8_t>& image, Age* age) {
     least = std::min(least, levels[k].black);
     brightest = std::max(brightest, levels[k].white);
   }
-  const double haze = channels == 3 ? std::max(levels[2].black - levels[0].black, 0.0) : 0.0;
-  const double lift = least + kDim * std::min(255.0 - brightest, 40.0) * Above(least, 14.0) - kHaze * haze +
-                      kFadedToo * fade + kPaperToo * signs.paper;
-  const double veiled = brightest - least < kFewestTones ? 0.0 : Above(lift, kVeil) * (1.0 - Above(least, kNoDark));
+  const double dark = least + levels[channels / 2].tail;
+  const double lift = kThin + kFadedToo * fade + kPaperToo * signs.paper +
+                      kDim * std::min(255.0 - brightest, 40.0) / 40.0 - Density(least) -
+                      kHardness * (Density(least) - Density(dark));
+  const double veiled = brightest - least < kFewestTones
+                            ? 0.0
+                            : std::min(std::max(lift / kSoft, 0.0), 1.0) * (1.0 - Above(least, kNoDark));
   double mostVeil = 0.0;
   for (int32_t k = 0; k < channels; ++k) {
     const double black = std::max(levels[k].black, kBlack);

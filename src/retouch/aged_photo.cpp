@@ -47,6 +47,11 @@ void FillCurves(const Age& age, int32_t channels, Fading* curves) {
 
 // How much of the lifted black was a veil: what brings the most pixels of all brightnesses near grey, and the picture
 // near the brightness that most have. Taking back the wrong one leaves the middle tones coloured, or far too dark.
+constexpr double kDoubt = 1.2;     // without a clear sign, half of each does the least harm
+constexpr double kExposed = 0.2;   // weight of the brightness that most pictures have,
+constexpr double kUsual = 105.0;   // its level
+constexpr double kUsually = 50.0;  // and its spread
+constexpr double kGrey = 0.1;      // colour at which a pixel counts half
 double VeiledShare(const View<const uint8_t>& image, const Fading& curves) {
   constexpr int32_t kBands = 8, kSamples = 5200;
   const int32_t red = image.PlaceOf(0), pixels = image.width * image.height, every = pixels / kSamples | 1;
@@ -67,12 +72,11 @@ double VeiledShare(const View<const uint8_t>& image, const Fading& curves) {
       ++seen;
       if (high < 12) continue;
       const double colour = (high - low) / (high + 4.0);
-      grey[high / 32] += 1.0 / (1.0 + colour * colour / (0.1 * 0.1));
+      grey[high / 32] += 1.0 / (1.0 + colour * colour / (kGrey * kGrey));
     }
-    // Without a clear sign, half of each does the least harm.
     const double apart = veiled - 0.5,
-                 off = (static_cast<double>(brightness) / (10.0 * static_cast<double>(seen)) - 105.0) / 50.0;
-    double score = -0.8 * apart * apart - 0.2 * off * off;
+                 off = (static_cast<double>(brightness) / (10.0 * static_cast<double>(seen)) - kUsual) / kUsually;
+    double score = -kDoubt * apart * apart - kExposed * off * off;
     for (double sum : grey) score += std::sqrt(sum * every / pixels);
     if (quarter == 0 || score > best) best = score, found = veiled;
   }

@@ -8,87 +8,11 @@
 #include <string>
 
 #include "photographs.h"
+#include "recipes.h"
 
 using namespace zel::measure;
 
 namespace {
-
-// What age does to the light of a channel: dyes lose density (a power of light), paper yellows (a product), a veil adds
-// light, contrast goes.
-struct Recipe {
-  const char* name;
-  double (*light)(int k, double light, double amount);
-};
-
-double Density(double light, double lost) {
-  return std::pow(light, 1.0 - lost);
-}
-
-constexpr double kDensest = 0.0008;  // a print reflects that much of the light at the least
-
-const Recipe kRecipes[] = {
-    {"cyan dye faded",
-     [](int k, double l, double a) {
-       const double lost[3] = {0.5, 0.08, 0.05};
-       return Density(l, lost[k] * a);
-     }},
-    {"magenta dye faded",
-     [](int k, double l, double a) {
-       const double lost[3] = {0.08, 0.45, 0.05};
-       return Density(l, lost[k] * a);
-     }},
-    {"yellow dye faded",
-     [](int k, double l, double a) {
-       const double lost[3] = {0.05, 0.08, 0.5};
-       return Density(l, lost[k] * a);
-     }},
-    {"all dyes faded",
-     [](int k, double l, double a) {
-       const double lost[3] = {0.45, 0.3, 0.2};
-       return Density(l, lost[k] * a);
-     }},
-    {"veil",
-     [](int k, double l, double a) {
-       const double veil[3] = {1.0, 0.85, 0.6};
-       return l + (veil[k] - l) * 0.15 * a;
-     }},
-    {"yellow paper",
-     [](int k, double l, double a) {
-       const double d[3] = {0.03, 0.09, 0.28};
-       return l * std::pow(10.0, -d[k] * a);
-     }},
-    {"flat", [](int, double l, double a) { return Density(l, 0.4 * a) * std::pow(10.0, -0.08 * a); }},
-    {"levels pressed, yellowed",
-     [](int k, double l, double a) {
-       const double i = Level(l), veil[3] = {255.0, 220.0, 160.0};
-       double v = i + a * (60.0 + i * 140.0 / 255.0 - i);
-       if (k == 2) v += a * (20.0 - i * 50.0 / 255.0);
-       return Linear(v + 0.12 * a * (veil[k] - v));
-     }},
-    {"two dyes faded, black at 3.1",
-     [](int k, double l, double a) {
-       const double lost[3] = {0.35, 0.05, 0.45};
-       return Density(std::max(l, kDensest), lost[k] * a);
-     }},
-    {"light added",
-     [](int k, double l, double a) {
-       const double added[3] = {0.12, 0.09, 0.05};
-       return std::min(l + added[k] * a, 1.0);
-     }},
-    {"dyes faded, paper yellowed", [](int k, double l, double a) {
-       const double lost[3] = {0.3, 0.15, 0.1}, d[3] = {0.02, 0.06, 0.15};
-       return Density(std::max(l, kDensest), lost[k] * a) * std::pow(10.0, -d[k] * a);
-     }}};
-
-Photograph Aged(const Photograph& photograph, const Recipe& recipe, double amount) {
-  Photograph aged = photograph;
-  for (int k = 0; k < 3; ++k) {
-    double table[256];
-    for (int i = 0; i < 256; ++i) table[i] = Level(recipe.light(k, Linear(i), amount));
-    for (size_t p = 0; p < aged.Pixels(); ++p) aged.SetLevel(p, k, table[photograph.Level(p, k)]);
-  }
-  return aged;
-}
 
 Photograph PlainStretch(const Photograph& photograph) {
   Photograph stretched = photograph;
@@ -119,6 +43,51 @@ Photograph Recovered(const Photograph& photograph, int strength) {
   return recovered;
 }
 
+constexpr int kStrengths[] = {25, 50, 75, 100};
+constexpr int kColumns = 6;
+
+// What a recipe makes of all pictures: CIEDE2000 to the picture before, summed up: as aged, auto levels, each strength.
+struct Result {
+  double sums[kColumns] = {};
+  std::vector<std::pair<double, std::string>> pictures;  // at strength 50
+};
+
+Result Measured(const std::vector<Photograph>& pictures, const Recipe& recipe, double amount,
+                const std::string& folder) {
+  Result result;
+  for (const Photograph& picture : pictures) {
+    const Photograph aged = recipe.age(picture, amount);
+    result.sums[0] += MeanDeltaE(aged, picture);
+    result.sums[1] += MeanDeltaE(PlainStretch(aged), picture);
+    for (int s = 0; s < 4; ++s) {
+      const Photograph after = Recovered(aged, kStrengths[s]);
+      const double error = MeanDeltaE(after, picture);
+      result.sums[2 + s] += error;
+      if (kStrengths[s] != 50) continue;
+      result.pictures.push_back({error, picture.name + ", " + recipe.name});
+      if (folder.empty()) continue;
+      const std::string path = folder + "/" + picture.name + " " + recipe.name;
+      SavePng(aged, path + " aged.png");
+      SavePng(after, path + " recovered.png");
+    }
+  }
+  return result;
+}
+
+void PrintLine(const char* name, const char* amount, const double* sums, double divisor) {
+  std::printf("| %s | %s |", name, amount);
+  for (int c = 0; c < kColumns; ++c) std::printf(" %.2f |", sums[c] / divisor);
+  std::printf("\n");
+}
+
+void PrintWorst(const char* title, std::vector<std::pair<double, std::string>> list) {
+  std::sort(list.rbegin(), list.rend());
+  std::printf("\n%s:", title);
+  for (size_t i = 0; i < std::min<size_t>(list.size(), 8); ++i) {
+    std::printf(" %s (%.1f)%s", list[i].second.c_str(), list[i].first, i < 7 ? ";" : "\n");
+  }
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -126,63 +95,31 @@ int main(int count, char** arguments) {
   const Options options = OptionsOf(count, arguments);
   const std::vector<Photograph> pictures = PicturesOf(options);
   const double n = static_cast<double>(pictures.size());
-  constexpr int kColumns = 6;
-  const int strengths[] = {25, 50, 75, 100};
-  std::printf(
-      "Mean CIEDE2000 against the unaged picture, %zu pictures, fold %s\n\n"
-      "| aged by | amount | as aged | auto levels | strength 25 | strength 50 | strength 75 | strength 100 |\n"
-      "|---|---|---|---|---|---|---|---|\n",
-      pictures.size(), NameOf(options.fold));
-  std::vector<std::pair<double, std::string>> worst, changed;
-  double all[kColumns] = {}, rows = 0.0;
-  const auto line = [&](const char* name, double amount, const double* sums, double divisor) {
-    std::printf("| %s | %.1f |", name, amount);
-    for (int c = 0; c < kColumns; ++c) std::printf(" %.2f |", sums[c] / divisor);
-    std::printf("\n");
-  };
-  const auto measure = [&](const Recipe& recipe, double amount, double* sums) {
-    for (const Photograph& picture : pictures) {
-      const Photograph aged = Aged(picture, recipe, amount);
-      sums[0] += MeanDeltaE(aged, picture);
-      sums[1] += MeanDeltaE(PlainStretch(aged), picture);
-      for (int s = 0; s < 4; ++s) {
-        const Photograph after = Recovered(aged, strengths[s]);
-        const double error = MeanDeltaE(after, picture);
-        sums[2 + s] += error;
-        if (strengths[s] != 50) continue;
-        if (amount > 0.0) {
-          worst.push_back({error, picture.name + ", " + recipe.name});
-        } else {
-          changed.push_back({error, picture.name});
-        }
-        if (options.folder.empty()) continue;
-        const std::string path = options.folder + "/" + picture.name + " " + recipe.name;
-        SavePng(aged, path + " aged.png");
-        SavePng(after, path + " recovered.png");
+  std::printf("Mean CIEDE2000 against the unaged picture, %zu pictures, fold %s\n", pictures.size(),
+              NameOf(options.fold));
+  const char* const heading =
+      "\n| aged by | amount | as aged | auto levels | strength 25 | strength 50 | strength 75 | strength 100 |\n"
+      "|---|---|---|---|---|---|---|---|\n";
+  for (const std::vector<Recipe>* recipes : {&RecipesOfTheMaking(), &OtherRecipes()}) {
+    std::printf("%s", heading);
+    std::vector<std::pair<double, std::string>> worst;
+    double all[kColumns] = {};
+    for (const Recipe& recipe : *recipes) {
+      for (double amount : {0.5, 1.0}) {
+        const Result result = Measured(pictures, recipe, amount, options.folder);
+        PrintLine(recipe.name, amount < 1.0 ? "0.5" : "1.0", result.sums, n);
+        for (int c = 0; c < kColumns; ++c) all[c] += result.sums[c] / n;
+        if (amount == 1.0) worst.insert(worst.end(), result.pictures.begin(), result.pictures.end());
       }
     }
-  };
-  for (const Recipe& recipe : kRecipes) {
-    for (double amount : {0.5, 1.0}) {
-      double sums[kColumns] = {};
-      measure(recipe, amount, sums);
-      line(recipe.name, amount, sums, n);
-      for (int c = 0; c < kColumns; ++c) all[c] += sums[c] / n;
-      rows += 1.0;
+    PrintLine("**mean**", "", all, 2.0 * static_cast<double>(recipes->size()));
+    if (recipes == &RecipesOfTheMaking()) {
+      const Recipe none = {"not aged", [](const Photograph& photograph, double) { return photograph; }};
+      const Result unaged = Measured(pictures, none, 0.0, options.folder);
+      PrintLine(none.name, "", unaged.sums, n);
+      PrintWorst("Most changed at 50", unaged.pictures);
     }
+    PrintWorst("Worst at 50", worst);
   }
-  line("**mean**", 0.75, all, rows);
-  double unaged[kColumns] = {};
-  measure(kRecipes[0], 0.0, unaged);
-  line("not aged", 0.0, unaged, n);
-  const auto name = [](const char* title, std::vector<std::pair<double, std::string>>* list) {
-    std::sort(list->rbegin(), list->rend());
-    std::printf("\n%s:", title);
-    for (size_t i = 0; i < std::min<size_t>(list->size(), 8); ++i) {
-      std::printf(" %s (%.1f)%s", (*list)[i].second.c_str(), (*list)[i].first, i < 7 ? ";" : "\n");
-    }
-  };
-  name("Worst at 50", &worst);
-  name("Not aged, most changed at 50", &changed);
   return 0;
 }
