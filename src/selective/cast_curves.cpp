@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/cache.h"
 #include "core/curve.h"
 #include "selective/cast_gain_levels.h"
 #include "selective/white_zone.h"
@@ -41,6 +42,7 @@ void ForEachPixel(const View<const uint8_t>& image, const CastArea& area, const 
   for (int32_t y = region.top; y < region.bottom; ++y) {
     const uint8_t* const marks = area.mask != nullptr ? area.mask + static_cast<size_t>(y) * image.width : nullptr;
     const uint8_t* pixel = image.At(region.left, y);
+    if (y + 1 < region.bottom) AskFor(image.At(region.left, y + 1), 3 * static_cast<size_t>(region.Width()));
     for (int32_t x = region.left; x < region.right; ++x, pixel += 3) {
       if (marks == nullptr || marks[x] == kInWhiteZone) visit(pixel);
     }
