@@ -121,6 +121,12 @@ void MeasureSaturation(const View<const uint8_t>& image, const View<uint8_t>& ma
                        uint32_t histogram[101]) {
   // Neighbours count in different tables, so that equal ones need not wait for each other; 101 is for all others.
   uint32_t counts[4][102] = {};
+  const int32_t least = static_cast<int32_t>(std::min<int64_t>(std::max<int64_t>(threshold, 0), 256));
+  const auto count = [least](int32_t s, uint8_t& weight, uint32_t* bins) {
+    int32_t m = weight;
+    if (s > 75 && m >= least) weight = static_cast<uint8_t>(m = (100 - s) * m * 4 / 100);
+    ++bins[m >= least ? s : 101];
+  };
   const HueKernels& kernels = ActiveKernels().hue;
   constexpr int32_t kStrip = 256;
   uint8_t saturations[kStrip];
@@ -130,12 +136,14 @@ void MeasureSaturation(const View<const uint8_t>& image, const View<uint8_t>& ma
       uint8_t* const weights = mask.At(x, y);
       if (threshold > 0 && RowBlend::IsUnmasked(weights, pixels)) continue;
       kernels.SaturationsOfBytes(image.At(x, y), saturations, pixels);
-      for (int32_t p = 0; p < pixels; ++p) {
-        const int32_t s = saturations[p];
-        int32_t m = weights[p];
-        if (s > 75 && m >= threshold) weights[p] = static_cast<uint8_t>(m = (100 - s) * m * 4 / 100);
-        ++counts[p & 3][m >= threshold ? s : 101];
+      int32_t p = 0;
+      for (; p + 4 <= pixels; p += 4) {
+        count(saturations[p], weights[p], counts[0]);
+        count(saturations[p + 1], weights[p + 1], counts[1]);
+        count(saturations[p + 2], weights[p + 2], counts[2]);
+        count(saturations[p + 3], weights[p + 3], counts[3]);
       }
+      for (; p < pixels; ++p) count(saturations[p], weights[p], counts[0]);
     }
   }
   for (int32_t s = 0; s <= 100; ++s) histogram[s] = counts[0][s] + counts[1][s] + counts[2][s] + counts[3][s];
