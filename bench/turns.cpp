@@ -56,8 +56,8 @@ const std::vector<Call>& Calls() {
     all.push_back({"region-hue-mask/8", [=] {
                      return BuildRegionHueMask(photo(), mask(), nullptr, ColourRegion::kSky, 60, 192) ? ZEL_OK : -1;
                    }});
-    all.push_back({"hue-weight-mask/8",
-                   [=] { return BuildHueWeightMask(photo(), mask(), nullptr, 255) ? ZEL_OK : -1; }});
+    all.push_back(
+        {"hue-weight-mask/8", [=] { return BuildHueWeightMask(photo(), mask(), nullptr, 255) ? ZEL_OK : -1; }});
     return all;
   }();
   return calls;

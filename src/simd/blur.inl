@@ -3,7 +3,8 @@
 
 enum { kSumStrip = 256 };  // sums held at a time: they and their rows stay in the first-level cache
 
-static void AddBytes(const uint8_t* a, const uint8_t* b, int32_t weight, int32_t* sums, size_t count) {
+template <class In>
+static void AddBytes(const In* a, const In* b, int32_t weight, int32_t* sums, size_t count) {
   for (size_t i = 0; i < count; ++i) sums[i] += (a[i] + b[i]) * weight;
 }
 
@@ -11,10 +12,11 @@ static void AddWords(const uint16_t* a, const uint16_t* b, int32_t weight, int32
   for (size_t i = 0; i < count; ++i) sums[i] += (a[i] + b[i]) * weight;
 }
 
-static void StoreByteSums(const int32_t* sums, int32_t shift, uint8_t* out, size_t count) {
+template <class Out>
+static void StoreByteSums(const int32_t* sums, int32_t shift, Out* out, size_t count) {
   for (size_t i = 0; i < count; ++i) {
     const int32_t v = sums[i] >> shift;
-    out[i] = (uint8_t)(v > 255 ? 255 : v);
+    out[i] = (Out)(v > 255 ? 255 : v);
   }
 }
 
@@ -25,7 +27,8 @@ static void StoreWordSums(const int32_t* sums, int32_t shift, uint16_t* out, siz
   }
 }
 
-static void WeighBytes(const uint8_t* in, int32_t weight, int32_t* sums, size_t count) {
+template <class In>
+static void WeighBytes(const In* in, int32_t weight, int32_t* sums, size_t count) {
   for (size_t i = 0; i < count; ++i) sums[i] = in[i] * weight;
 }
 
@@ -33,8 +36,8 @@ static void WeighWords(const uint16_t* in, int32_t weight, int32_t* sums, size_t
   for (size_t i = 0; i < count; ++i) sums[i] = in[i] * weight;
 }
 
-static void SumBytesFlat(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out,
-                         size_t count) {
+template <class In, class Out>
+static void SumBytesFlat(const In* const* rows, size_t first, const BlurWeights& weights, Out* out, size_t count) {
   int32_t sums[kSumStrip];
   for (size_t done = 0; done < count; done += kSumStrip) {
     const size_t n = count - done < kSumStrip ? count - done : (size_t)kSumStrip, at = first + done;
@@ -202,7 +205,13 @@ static void SumWordsAlong(const uint16_t* in, size_t step, const BlurWeights& we
 
 static void SumBytes(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out, uint8_t* next,
                      size_t count) {
-#if defined(__wasm_simd128__)
+#if defined(__SSE4_1__) && defined(ZEL_TWINS)
+  if (count >= kWideBytes) {
+    if (RunShort(SumColumnsShort{rows, first, out, next, count}, weights)) return;
+    if (next != nullptr) return SumBytesWide<true>(rows, first, weights, out, next, count);
+    return SumBytesWide<false>(rows, first, weights, out, next, count);
+  }
+#elif defined(ZEL_NEON)
   if (count >= kWideBytes) {
     SumMirrored(rows, first, weights, out, count);
     if (next != nullptr) SumMirrored(rows + 1, first, weights, next, count);
@@ -210,9 +219,8 @@ static void SumBytes(const uint8_t* const* rows, size_t first, const BlurWeights
   }
 #elif defined(ZEL_TWINS)
   if (count >= kWideBytes) {
-    if (RunShort(SumColumnsShort{rows, first, out, next, count}, weights)) return;
-    if (next != nullptr) return SumBytesWide<true>(rows, first, weights, out, next, count);
-    return SumBytesWide<false>(rows, first, weights, out, next, count);
+    if (next != nullptr) return SumColumns<true>(rows, first, weights, out, next, count);
+    return SumColumns<false>(rows, first, weights, out, next, count);
   }
 #endif
   SumBytesFlat(rows, first, weights, out, count);
@@ -220,7 +228,7 @@ static void SumBytes(const uint8_t* const* rows, size_t first, const BlurWeights
 }
 
 static void SumBytesAlong(const uint8_t* in, size_t step, const BlurWeights& weights, uint8_t* out, size_t count) {
-#if defined(__SSE4_1__) && defined(ZEL_TWINS)
+#if defined(ZEL_TWINS) && !defined(ZEL_NEON)
   if (count >= kWideBytes && weights.reach > kSideBySideReach) {
     return SumBytesAlongWide(in, step, weights, out, count);
   }

@@ -38,18 +38,11 @@ static inline Wide Rounded(ByteSums* sums, const Folding& by) {
 
 #endif
 
-#if defined(ZEL_TWINS) && !defined(__wasm_simd128__)
+#if defined(ZEL_TWINS) && defined(__SSE4_1__)
 // From longer kernels on, the samples of a row are put side by side before they are summed along.
-#if defined(__SSE4_1__)
 enum : int32_t { kSideBySideReach = 3 };
-#else
-enum : int32_t { kSideBySideReach = kMaxBlurReach };
-#endif
 
-// A vector of samples from each of two rows in the form that products want, the weights of both rows, and the sums of
-// their products.
-#if defined(__SSE4_1__)
-// Samples of both rows side by side: products of unsigned and signed bytes add them up.
+// A vector of samples from each of two rows side by side: products of unsigned and signed bytes add them up.
 struct BytePairs {
   Wide low, high;
 };
@@ -74,29 +67,6 @@ static inline void AddPairs(Wide* low, Wide* high, const BytePairs& pairs, PairW
   *low = ZEL_WIDE(add_epi16)(*low, ZEL_WIDE(maddubs_epi16)(pairs.low, weights));
   *high = ZEL_WIDE(add_epi16)(*high, ZEL_WIDE(maddubs_epi16)(pairs.high, weights));
 }
-#elif defined(ZEL_NEON)
-struct BytePairs {
-  Wide a, b;
-};
-struct PairWeights {
-  Wide a, b;
-};
-
-static inline BytePairs PairsOf(const uint8_t* a, const uint8_t* b) {
-  return {LoadWide(a), LoadWide(b)};
-}
-
-static inline PairWeights WeightsOf(const uint8_t* eight) {
-  return {vld1q_dup_u8(eight), vld1q_dup_u8(eight + 1)};
-}
-
-static inline void AddPairs(Wide* low, Wide* high, const BytePairs& pairs, const PairWeights& weights) {
-  const uint16x8_t l = vmlal_u8((uint16x8_t)*low, vget_low_u8(pairs.a), vget_low_u8(weights.a));
-  const uint16x8_t h = vmlal_high_u8((uint16x8_t)*high, pairs.a, weights.a);
-  *low = (Wide)vmlal_u8(l, vget_low_u8(pairs.b), vget_low_u8(weights.b));
-  *high = (Wide)vmlal_high_u8(h, pairs.b, weights.b);
-}
-#endif
 
 static inline void AddFine(ByteSums* sums, const BytePairs& pairs, const BlurWeights::Pair& weights) {
   AddPairs(&sums->fineLow, &sums->fineHigh, pairs, WeightsOf(weights.fine));
@@ -171,9 +141,7 @@ struct ShortBlur {
       AddPairs(&sums->coarseLow, &sums->coarseHigh, pairs, coarse[row][m]);
     }
     // The compiler would start all products before it adds any, and run out of registers.
-#if defined(__SSE4_1__)
     __asm__("" : "+x"(sums->fineLow), "+x"(sums->fineHigh), "+x"(sums->coarseLow), "+x"(sums->coarseHigh));
-#endif
   }
 };
 
@@ -257,9 +225,7 @@ static bool RunShort(const Short& work, const BlurWeights& weights) {
       return false;
   }
 }
-#endif
 
-#if defined(__SSE4_1__) && defined(ZEL_TWINS)
 // Along a row every sample meets the one a step behind it at every second tap: they are put side by side once for all.
 enum : size_t { kAlongTile = 768, kMostPairs = kAlongTile + 2 * kMaxBlurReach * kMaxBlurStep };
 

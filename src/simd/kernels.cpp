@@ -29,6 +29,7 @@ namespace ZEL_ISA {
 //
 #include "simd/byte_sums.inl"  // helpers of the blur
 #include "simd/mirrored_sums.inl"
+#include "simd/word_sums.inl"
 //
 #include "simd/blend.inl"
 #include "simd/blur.inl"

@@ -38,6 +38,7 @@ struct BlendKernels {
 
 // A symmetric kernel of 2 * reach + 1 taps. The weights are not negative and sum to about 2^shift.
 constexpr int32_t kMaxBlurReach = 60;
+constexpr int32_t kWordPairShift = 11;
 struct BlurWeights {
   int32_t reach;                    // 1 to kMaxBlurReach
   int32_t shift;                    // 10 or 11
@@ -63,11 +64,17 @@ struct BlurWeights {
   int32_t runs;
   Run run[kMaxBlurReach + 1];
 
-  // For those who add the two samples of mirrored taps first: the taps up to the centre, given four times. The centre
-  // is summed before all others and belongs to no run. In shorter kernels nothing needs folding, and `split` taps
-  // before the centre, half of them rounded up, have coarse parts; else the split is -1.
+  // The same pairs in words, the first of each in the lower one, for a shift of kWordPairShift in any case.
+  uint32_t wordPair[2][kMaxBlurReach + 1];
+  // The first half of those of the first row for samples of mirrored taps added before, twice as large: the centre,
+  // which meets itself, is not.
+  uint32_t sidePair[kMaxBlurReach / 2 + 1];
+
+  // For those who take the two samples of mirrored taps together: the taps up to the centre. The centre is summed
+  // before all others and belongs to no run. In shorter kernels nothing needs folding, and `split` taps before the
+  // centre, half of them rounded up, have coarse parts; else the split is -1.
   struct Tap {
-    uint16_t fine[4], coarse[4];
+    uint8_t fine, coarse;
   };
   struct Mirrored {
     Tap tap[kMaxBlurReach + 1];

@@ -68,17 +68,28 @@ void SplitMirrored(BlurWeights* weights) {
     const int32_t tap = weights->taps[k];
     const bool splits = mirrored.split < 0 ? tap > 64 : k >= reach - mirrored.split;
     const int32_t fine = splits ? RestOf(*weights, tap) : tap;
-    std::fill_n(mirrored.tap[k].fine, 4, static_cast<uint16_t>(fine));
-    std::fill_n(mirrored.tap[k].coarse, 4, static_cast<uint16_t>((tap - fine) >> fineBits));
+    mirrored.tap[k] = {static_cast<uint8_t>(fine), static_cast<uint8_t>((tap - fine) >> fineBits)};
   }
-  int32_t most = 255 * mirrored.tap[reach].fine[0];
+  int32_t most = 255 * mirrored.tap[reach].fine;
   mirrored.runs = 0;
   for (int32_t k = 0; k < reach; ++k) {
     const BlurWeights::Tap& tap = mirrored.tap[k];
-    const int32_t share = 2 * 255 * tap.fine[0];
-    const bool fold = EndRun(k, tap.coarse[0] != 0, most + share > 65535, mirrored.run, &mirrored.runs);
+    const int32_t share = 2 * 255 * tap.fine;
+    const bool fold = EndRun(k, tap.coarse != 0, most + share > 65535, mirrored.run, &mirrored.runs);
     most = share + (fold ? (1 << fineBits) - 1 : most);
   }
+}
+
+void PairWords(BlurWeights* weights) {
+  const int32_t reach = weights->reach;
+  const auto word = [&](int32_t k) {
+    return static_cast<uint32_t>(TapOf(*weights, k)) << (kWordPairShift - weights->shift);
+  };
+  const auto side = [&](int32_t k) { return k > reach ? 0 : k < reach ? 2 * word(k) : word(k); };
+  for (int32_t m = 0; m <= reach; ++m) {
+    for (int32_t row = 0; row < 2; ++row) weights->wordPair[row][m] = word(2 * m - row) | word(2 * m - row + 1) << 16;
+  }
+  for (int32_t m = 0; m <= reach / 2; ++m) weights->sidePair[m] = side(2 * m) | side(2 * m + 1) << 16;
 }
 
 }  // namespace
@@ -112,6 +123,7 @@ void SplitBlurWeights(BlurWeights* weights) {
         EndRun(m, coarse, most[0] + share[0] > 65535 || most[1] + share[1] > 65535, weights->run, &weights->runs);
     for (int32_t row = 0; row < 2; ++row) most[row] = share[row] + (fold ? (1 << fineBits) - 1 : most[row]);
   }
+  PairWords(weights);
   SplitMirrored(weights);
 }
 
