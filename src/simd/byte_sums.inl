@@ -1,6 +1,6 @@
 // Vectors of weighted sums of bytes, for the blur.
 
-#if defined(ZEL_TWINS)
+#if defined(ZEL_TWINS) && !defined(__wasm_simd128__)
 // The sums of a vector of bytes in 16 bits, those of a vector's lower and upper half as PairsOf leaves them. The whole
 // sum is coarse * 2^fineBits + fine, so that folding and the last division lose nothing: the fine sum's quotient by
 // 2^fineBits is added to the coarse one, the rest stays.
@@ -33,7 +33,11 @@ static inline void Fold(ByteSums* sums, const Folding& by) {
 // Bytes of the whole sums.
 static inline Wide Rounded(ByteSums* sums, const Folding& by) {
   Fold(sums, by);
+#if defined(ZEL_NEON)
+  return vqshrn_high_n_u16(vqshrn_n_u16((uint16x8_t)sums->coarseLow, 7), (uint16x8_t)sums->coarseHigh, 7);
+#else
   return ZEL_WIDE(packus_epi16)(ZEL_WIDE(srli_epi16)(sums->coarseLow, 7), ZEL_WIDE(srli_epi16)(sums->coarseHigh, 7));
+#endif
 }
 
 #endif

@@ -28,7 +28,7 @@ static inline void AddCentre(MirroredSums* sums, const uint8_t* centre, Wide coa
 // weights: no more than 32 taps are split, with fine parts of 15 at most, or those of shorter kernels sum to 257.
 static inline void AddBoth(MirroredSums* sums, const uint8_t* a, const uint8_t* b, Wide coarse, Wide fine) {
   const Wide va = LoadWide(a), vb = LoadWide(b);
-  const Wide half = vhaddq_u8(va, vb), odd = vtstq_u8(v_xor(va, vb), v_set1_epi8(1));
+  const Wide half = vhaddq_u8(va, vb), odd = vcgtq_u8(vrhaddq_u8(va, vb), half);
   AddProducts(&sums->whole.fineLow, &sums->whole.fineHigh, half, v_add_epi8(fine, fine));
   AddProducts(&sums->whole.coarseLow, &sums->whole.coarseHigh, half, v_add_epi8(coarse, coarse));
   sums->fineOdd = v_add_epi8(sums->fineOdd, v_and(odd, fine));
