@@ -30,16 +30,31 @@ enum : int32_t { kMostVectorGain = kMaxByteGain };
 
 // excess * gain >> 7 as the upper half of (excess << 8) * (gain << 1), cut to what fits a byte: a greater step
 // saturates no less.
-static inline Wide ByteSteps(Wide shiftedExcess, Wide doubledGain) {
+static inline Wide WordSteps(Wide shiftedExcess, Wide doubledGain) {
   return ZEL_WIDE(min_epu16)(ZEL_WIDE(mulhi_epu16)(shiftedExcess, doubledGain), ZEL_WIDE(set1_epi16)(255));
 }
 
-static inline Wide Pushed(Wide in, Wide blurred, Wide doubledGain, Wide threshold) {
+static inline Wide ByteSteps(Wide excess, Wide doubledGain) {
   const Wide zero = ZEL_WIDE_BITS(setzero)();
+  return ZEL_WIDE(packus_epi16)(WordSteps(ZEL_WIDE(unpacklo_epi8)(zero, excess), doubledGain),
+                                WordSteps(ZEL_WIDE(unpackhi_epi8)(zero, excess), doubledGain));
+}
+
+#if defined(__wasm_simd128__)
+// Upper halves are dear in WebAssembly. Up to this gain products with bytes fit 16 bits as they are.
+enum : int32_t { kMostShortGain = 257 };
+
+static inline Wide ShortByteSteps(Wide excess, Wide gain) {
+  return v_packus_epi16(v_srli_epi16(v_mullo_epi16(wasm_u16x8_extend_low_u8x16(excess), gain), 7),
+                        v_srli_epi16(v_mullo_epi16(wasm_u16x8_extend_high_u8x16(excess), gain), 7));
+}
+#endif
+
+template <Wide (*kSteps)(Wide, Wide) = ByteSteps>
+static inline Wide Pushed(Wide in, Wide blurred, Wide gain, Wide threshold) {
   const Wide over = ZEL_WIDE(subs_epu8)(in, blurred), under = ZEL_WIDE(subs_epu8)(blurred, in);
   const Wide excess = ZEL_WIDE(subs_epu8)(ZEL_WIDE_BITS(or)(over, under), threshold);
-  const Wide steps = ZEL_WIDE(packus_epi16)(ByteSteps(ZEL_WIDE(unpacklo_epi8)(zero, excess), doubledGain),
-                                            ByteSteps(ZEL_WIDE(unpackhi_epi8)(zero, excess), doubledGain));
+  const Wide steps = kSteps(excess, gain);
   const Wide up = WhereZero(under, steps);  // where the two are equal the step is 0
   return ZEL_WIDE(subs_epu8)(ZEL_WIDE(adds_epu8)(in, up), ZEL_WIDE_BITS(xor)(steps, up));
 }
@@ -49,9 +64,17 @@ static void PushBytes(const uint8_t* in, const uint8_t* blurred, uint8_t* out, s
                       int32_t threshold) {
   size_t i = 0;
 #if defined(ZEL_TWINS)
+  const Wide bytes = ZEL_WIDE(set1_epi8)((char)(uint8_t)(threshold > 255 ? 255 : threshold));
+#if defined(__wasm_simd128__)
+  if (gain >= 0 && gain <= kMostShortGain) {
+    const Wide words = v_set1_epi16((short)gain);
+    for (; i + kWideBytes <= count; i += kWideBytes) {
+      StoreWide(out + i, Pushed<ShortByteSteps>(LoadWide(in + i), LoadWide(blurred + i), words, bytes));
+    }
+  }
+#endif
   if (gain >= 0 && gain <= kMostVectorGain) {
     const Wide doubledGain = ZEL_WIDE(set1_epi16)((short)(uint16_t)(2 * gain));
-    const Wide bytes = ZEL_WIDE(set1_epi8)((char)(uint8_t)(threshold > 255 ? 255 : threshold));
     for (; i + kWideBytes <= count; i += kWideBytes) {
       StoreWide(out + i, Pushed(LoadWide(in + i), LoadWide(blurred + i), doubledGain, bytes));
     }
