@@ -85,7 +85,7 @@ void PairWords(BlurWeights* weights) {
   const auto word = [&](int32_t k) {
     return static_cast<uint32_t>(TapOf(*weights, k)) << (kWordPairShift - weights->shift);
   };
-  const auto side = [&](int32_t k) { return k > reach ? 0 : k < reach ? 2 * word(k) : word(k); };
+  const auto side = [&](int32_t k) { return k > reach ? 0 : k == reach && k % 2 != 0 ? word(k) : 2 * word(k); };
   for (int32_t m = 0; m <= reach; ++m) {
     for (int32_t row = 0; row < 2; ++row) weights->wordPair[row][m] = word(2 * m - row) | word(2 * m - row + 1) << 16;
   }

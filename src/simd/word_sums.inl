@@ -65,8 +65,16 @@ template <size_t kStep>
 static inline void SumSixteenAlong(const uint16_t* a, const BlurWeights& weights, uint8_t* out) {
   const uint16_t* b = a + 2 * (size_t)weights.reach * kStep;
   const uint32_t* weight = weights.sidePair;
-  const uint32_t* const end = weight + weights.reach / 2 + 1;
+  const uint32_t* const end = weight + (weights.reach + 1) / 2;
   FourVectors sums = {};
+  if (weights.reach % 2 == 0) {
+    const uint16_t* const centre = a + (size_t)weights.reach * kStep;
+    const Wide zero = v_setzero(), low = LoadWide(centre), high = LoadWide(centre + kWideWords);
+    AddProducts(&sums,
+                {v_unpacklo_epi16(low, zero), v_unpackhi_epi16(low, zero), v_unpacklo_epi16(high, zero),
+                 v_unpackhi_epi16(high, zero)},
+                end);
+  }
 #pragma clang loop unroll(disable)
   do {
     const Wide low = v_add_epi16(LoadWide(a), LoadWide(b));
