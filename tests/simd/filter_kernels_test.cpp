@@ -147,19 +147,37 @@ TEST(FilterKernels, SplitWeightsStayInTheirIntervals) {
       ASSERT_LE((total * 255) >> fineBits, 65535);
     }
     const BlurWeights::Mirrored& mirrored = w.mirrored;
-    int fineSum = 255 * mirrored.tap[w.reach].fine[0], k = 0;
+    int fineSum = 255 * mirrored.tap[w.reach].fine, k = 0;
     for (int r = 0; r < mirrored.runs; ++r) {
       if (mirrored.run[r].fold) fineSum = (1 << fineBits) - 1;
+      int fineOdd = 0, coarseOdd = 0;
       for (; k < mirrored.run[r].end; ++k) {
-        const int coarse = mirrored.tap[k].coarse[0], fine = mirrored.tap[k].fine[0];
+        const int coarse = mirrored.tap[k].coarse, fine = mirrored.tap[k].fine;
         ASSERT_EQ((coarse << fineBits) + fine, w.taps[k]);
         ASSERT_EQ(coarse != 0, mirrored.run[r].coarse);
         ASSERT_TRUE(mirrored.split < 0 || (!mirrored.run[r].fold && (coarse == 0 || k >= w.reach - mirrored.split)));
         fineSum += 510 * fine;
         ASSERT_LE(fineSum, 65535);
+        if (coarse == 0) continue;
+        fineOdd += fine, coarseOdd += coarse;
+        ASSERT_TRUE(coarse <= 127 && fine <= 127 && coarseOdd <= 255 && fineOdd <= 255);
       }
     }
     ASSERT_EQ(k, w.reach);
+
+    const auto word = [&](int tap) {
+      const int mirror = std::min(tap, 2 * w.reach - tap);
+      return (mirror < 0 ? 0 : w.taps[mirror]) << (kWordPairShift - w.shift);
+    };
+    for (int m = 0; m <= w.reach; ++m) {
+      for (int j = 0; j < 4; ++j) {
+        ASSERT_EQ(static_cast<int>(w.wordPair[j / 2][m] >> 16 * (j % 2) & 65535), word(2 * m - j / 2 + j % 2));
+      }
+    }
+    for (int tap = 0; tap < w.reach; ++tap) {
+      const int side = static_cast<int>(w.sidePair[tap / 2] >> 16 * (tap % 2) & 65535);
+      ASSERT_TRUE(side == 2 * word(tap) && side <= 32767);
+    }
   }
 }
 
