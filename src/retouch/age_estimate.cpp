@@ -114,8 +114,9 @@ class ShadedPairs {
   bool Find(const View<const uint8_t>& image) {
     const size_t pixels = static_cast<size_t>(image.width) * static_cast<size_t>(image.height);
     const int32_t everyRow = pixels < kManyPixels ? 1 : 2;
-    if (!pairs_.Allocate(2 * (pixels + static_cast<size_t>(image.width)) / static_cast<size_t>(everyRow)) ||
-        !counts_.Allocate(kCells * kCells) || !weights_.Allocate(kCells * kCells)) {
+    const size_t most = 2 * (pixels + static_cast<size_t>(image.width)) / static_cast<size_t>(everyRow);
+    if (!pairs_.Allocate(most) || !cells_.Allocate(most) || !counts_.Allocate(kCells * kCells) ||
+        !weights_.Allocate(kCells * kCells)) {
       return false;
     }
     oneColour_ = kOneColour / everyRow;
@@ -177,8 +178,12 @@ class ShadedPairs {
     const Pair* const pairs = pairs_.data();
     int32_t* const counts = counts_.data();
     double* const weights = weights_.data();
+    int16_t* const cells = cells_.data();
     std::fill(counts, counts + kCells * kCells, 0);
-    for (int32_t i = 0; i < count_; ++i) ++counts[cell(pairs[i])];
+    for (int32_t i = 0; i < count_; ++i) {
+      cells[i] = static_cast<int16_t>(cell(pairs[i]));
+      ++counts[cells[i]];
+    }
     double all = 0.0;
     for (int32_t i = 0; i < kCells * kCells; ++i) {
       if (counts[i] == 0) continue;
@@ -191,7 +196,7 @@ class ShadedPairs {
     }
     double bins[2][kBins] = {}, total = 0.0;
     for (int32_t i = 0; i < count_; ++i) {
-      const double weight = weights[cell(pairs[i])] * pairs[i].strength;
+      const double weight = weights[cells[i]] * pairs[i].strength;
       total += weight;
       bins[0][pairs[i].redBin] += weight;
       bins[1][pairs[i].blueBin] += weight;
@@ -208,6 +213,7 @@ class ShadedPairs {
 
  private:
   Scratch<Pair> pairs_;
+  Scratch<int16_t> cells_;
   Scratch<int32_t> counts_;
   Scratch<double> weights_;
   int32_t count_ = 0;
