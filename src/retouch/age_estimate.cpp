@@ -27,8 +27,7 @@ constexpr double kMostFading = 1.5;
 constexpr double kLifted = 13.5;        // black of a channel whose dye has faded
 constexpr double kFadedWhite = 170.0;   // the least white of a picture with faded dyes: they leave white alone
 constexpr double kFewNeutral = 0.011;   // share of near-grey colours that says something
-constexpr double kNeutralGain = 0.034;  // by which that share grows when what was faded comes back,
-constexpr double kPaperGain = 0.025;    // and when the colour of the paper is taken out
+constexpr double kNeutralGain = 0.034;  // by which that share grows when what was faded comes back
 constexpr double kTurn = 0.557;         // change of the slopes after that
 constexpr double kThin = 8.4;           // density of black that no sound picture has,
 constexpr double kHardness = 9.0;       // with this much for each step from black to the dark parts,
@@ -37,13 +36,13 @@ constexpr double kDim = 1.8;            // lost white counts beside it,
 constexpr double kFadedToo = 7.5;       // dyes that have faded have lost density together too,
 constexpr double kPaperToo = 5.5;       // and yellowed pictures often are flat
 constexpr double kNoDark = 145.0;       // a picture without anything dark does not show what was black
-constexpr double kVeilApart = 1.3;      // a veil lifts one channel this much further than another,
+constexpr double kVeilApart = 1.5;      // a veil lifts one channel this much further than another,
 constexpr double kVeilWhite = 0.6;      // takes this share of the lift from white,
 constexpr double kVeilColour = 0.5;     // and more where it is coloured
-constexpr double kYellow = 22.0;        // white of blue below white of red
-constexpr double kMostYellow = 174.0;
-constexpr double kWhite = 0.35;  // share of what is bright in red
-constexpr double kPaper = 0.8;
+constexpr double kYellow = 21.5;        // white of blue below white of red
+constexpr double kMostYellow = 105.0;
+constexpr double kWhite = 0.4;  // share of what is bright in red
+constexpr double kPaper = 0.9;
 constexpr double kFewestTones = 40.0;
 
 // What a channel shows of black and white, in levels.
@@ -157,23 +156,19 @@ class ShadedPairs {
     return true;
   }
 
-  // The slopes as they are, of colours as they would be with each channel's light as a share of `white` and densities
-  // multiplied by `power`. False when there are too few pairs to say anything.
-  bool Measure(const double* white, const double* power, Slopes* slopes) const {
+  // The slopes as they are, of colours as they would be with densities multiplied by `power`. False when there are too
+  // few pairs to say anything.
+  bool Measure(const double* power, Slopes* slopes) const {
     if (count_ < kFewestPairs) return false;
     constexpr int32_t kOne = 256;  // of the power
-    int32_t factor[3], offset[3];
-    for (int32_t k = 0; k < 3; ++k) {
-      factor[k] = static_cast<int32_t>(power[k] * kOne + 0.5);
-      offset[k] = static_cast<int32_t>(std::floor(-2.0 * kPerUnit * kOne * power[k] * Logarithm(white[k]) + 0.5));
-    }
+    int32_t factor[3];
+    for (int32_t k = 0; k < 3; ++k) factor[k] = static_cast<int32_t>(power[k] * kOne + 0.5);
     const auto place = [](int32_t apart) {
       return std::min(std::max(apart + kOne * kCell * (kCells + 1) / 2, 0) / (kOne * kCell), kCells - 1);
     };
     const auto cell = [&](const Pair& pair) {
-      const int32_t green = pair.green * factor[1] + offset[1];
-      return place(pair.red * factor[0] + offset[0] - green) * kCells +
-             place(pair.blue * factor[2] + offset[2] - green);
+      const int32_t green = pair.green * factor[1];
+      return place(pair.red * factor[0] - green) * kCells + place(pair.blue * factor[2] - green);
     };
     const Pair* const pairs = pairs_.data();
     int32_t* const counts = counts_.data();
@@ -237,7 +232,7 @@ void SeekFading(const ShadedPairs& pairs, const Levels* levels, Slopes slopes, d
     const double most = std::max(slope[0], std::max(slope[1], slope[2]));
     for (int32_t k = 0; k < 3; ++k) power[k] = Exponential(std::min(most - slope[k], kMostFading));
     if (round == kRounds) break;
-    if (!pairs.Measure(kNone, power, &slopes)) return;
+    if (!pairs.Measure(power, &slopes)) return;
     slope[0] = slopes.red;
     slope[2] = slopes.blue - kBlueBias;
   }
@@ -277,25 +272,18 @@ double WhiteAmongRed(const View<const uint8_t>& image, const Levels* levels) {
 
 bool SeekSigns(const View<const uint8_t>& image, const Levels* levels, Signs* signs) {
   const double yellow = levels[0].white - levels[2].white;
-  const bool yellowed =
-      yellow > 0.7 * kYellow && levels[0].white >= levels[1].white - 3.0 && levels[1].white >= levels[2].white - 3.0;
-  const bool lifted = std::max(levels[0].black, std::max(levels[1].black, levels[2].black)) > 0.7 * kLifted;
-  if (!yellowed && !lifted) return true;
+  if (levels[0].white >= levels[1].white - 3.0 && levels[1].white >= levels[2].white - 3.0 && yellow > 0.7 * kYellow) {
+    signs->paper =
+        Above(yellow, kYellow) * (1.0 - Above(yellow, kMostYellow)) * Above(WhiteAmongRed(image, levels), kWhite);
+  }
+  if (std::max(levels[0].black, std::max(levels[1].black, levels[2].black)) <= 0.7 * kLifted) return true;
   ShadedPairs pairs;
   if (!pairs.Find(image)) return false;
   Slopes slopes;
-  if (!pairs.Measure(kNone, kNone, &slopes)) return true;
+  if (!pairs.Measure(kNone, &slopes)) return true;
   const double most = std::max(slopes.red, std::max(0.0, slopes.blue)),
                least = std::min(slopes.red, std::min(0.0, slopes.blue));
-  if (lifted && most - least > 0.5 * kFaint) SeekFading(pairs, levels, slopes, signs->fading);
-  if (!yellowed) return true;
-  double white[3];
-  for (int32_t k = 0; k < 3; ++k) white[k] = std::max(LightOfLevel(levels[k].white / 255.0), 1e-4);
-  Slopes cleared;
-  if (!pairs.Measure(white, kNone, &cleared)) return true;
-  signs->paper = Above(yellow, kYellow) * (1.0 - Above(yellow, kMostYellow)) *
-                 Above(cleared.neutral - slopes.neutral, kPaperGain * slopes.neutral) *
-                 Above(WhiteAmongRed(image, levels), kWhite);
+  if (most - least > 0.5 * kFaint) SeekFading(pairs, levels, slopes, signs->fading);
   return true;
 }
 
