@@ -186,11 +186,11 @@ TEST(AgedPhoto, OrderOfSamplesIsTheSame) {
         const int x = i % 120, y = i / 120;
         turned.SetColour(x, y, faded.Colour(x, y, 0), faded.Colour(x, y, 1), faded.Colour(x, y, 2));
       }
-      turned = Recovered(turned, 50);
+      const TestImage other = Recovered(turned, 50);
       int apart = 0;
       for (int i = 0; i < 3 * 120 * 90; ++i) {
         const int x = i / 3 % 120, y = i / 360;
-        apart += turned.Colour(x, y, i % 3) != after.Colour(x, y, i % 3);
+        apart += other.Colour(x, y, i % 3) != after.Colour(x, y, i % 3);
       }
       EXPECT_EQ(apart, 0) << recipe << " by " << amount;
     }
