@@ -119,6 +119,7 @@ void WaveletStrip::StoreRow(ptrdiff_t y, const double* row) {
   // One further, so that the value before it starts a line of the cache.
   double* const high = high_ + 1;
   LiftInverse97(*kernels_, row + kMargin, row + half_ + kMargin, low_, high, pairs_);
+  requests_.AskForSome();
   const ptrdiff_t first = 2 * left_;
   if (layer.plane.values != nullptr) {
     for (ptrdiff_t done = 0; done < pairs_; done += kStripPairs / 2) {
@@ -190,7 +191,10 @@ void WaveletStrip::Measure(const Layer& layer, ptrdiff_t left, const TiledPlane&
   // A row is counted when the next one is there, since reading what was just written would wait for it.
   const auto count = [&](ptrdiff_t y) {
     const int16_t* const rounded = DetailRows(store, y);
-    for (int32_t q = 0; q < kQuadrants; ++q) counts[q].Add(rounded + q * wide_ + kMargin, pairs_, most[q]);
+    for (int32_t q = 0; q < kQuadrants; ++q) {
+      counts[q].Add(rounded + q * wide_ + kMargin, pairs_, most[q]);
+      requests_.AskForSome();
+    }
   };
   Transform([&](ptrdiff_t y, const double* lowRow, const double* highRow) {
     if (y > 0) count(y - 1);
