@@ -89,6 +89,18 @@ static inline Wide LookUp(Wide x, const Table& table) {
 
 #endif
 
+#if defined(ZEL_TABLES)
+// The same for bytes of which most vectors have none above 15: one shuffle looks those up.
+static inline Wide LookUpSmall(Wide x, const Table& table) {
+#if defined(__SSE4_1__) && !defined(__AVX512VBMI__)
+  if (ZEL_WIDE_BITS(testz)(x, ZEL_WIDE(set1_epi8)((char)0xF0))) {
+    return ZEL_WIDE(shuffle_epi8)(SixteenEntries(table, 0), x);
+  }
+#endif
+  return LookUp(x, table);
+}
+#endif
+
 #if defined(ZEL_TABLES) && !defined(__AVX512VBMI__)
 // a, b or c at the byte positions whose remainder by 3 is 0, 1 or 2.
 static inline Wide Interwoven(Wide a, Wide b, Wide c) {

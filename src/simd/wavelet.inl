@@ -335,7 +335,7 @@ static inline Wide Signed(Wide magnitudes, Wide values) {
 static inline Wide ExpandVector(const int16_t* in, const Table& curve, double scale, double* out) {
   const Wide zero = ZEL_WIDE_BITS(setzero)(), a = LoadWide(in), b = LoadWide(in + kWideWords);
   const Wide sizeA = ZEL_WIDE(abs_epi16)(a), sizeB = ZEL_WIDE(abs_epi16)(b);
-  const Wide mapped = LookUp(ZEL_WIDE(packus_epi16)(sizeA, sizeB), curve);
+  const Wide mapped = LookUpSmall(ZEL_WIDE(packus_epi16)(sizeA, sizeB), curve);
   int16_t words[kWideBytes];
   StoreWide(words, Signed(ZEL_WIDE(unpacklo_epi8)(mapped, zero), a));
   StoreWide(words + kWideWords, Signed(ZEL_WIDE(unpackhi_epi8)(mapped, zero), b));

@@ -24,7 +24,8 @@ std::vector<double> RunAll(const WaveletKernels& kernels, size_t count, size_t s
   const auto keep = [&](size_t i) { results.insert(results.end(), row(i), row(i) + count); };
 
   std::vector<int16_t> rounded(count);
-  results.push_back(kernels.RoundDetails(row(0), shift == 0 ? 0.87 : 0.01, rounded.data(), count));
+  // All magnitudes there are, or so small ones that vectors with and without one of 16 alternate.
+  results.push_back(kernels.RoundDetails(row(0), shift == 0 ? 0.87 : 0.041, rounded.data(), count));
   results.insert(results.end(), rounded.begin(), rounded.end());
   for (int16_t& r : rounded) r = std::abs(r) == 256 && shift > 1 ? 255 : r;
   results.push_back(kernels.ExpandDetails(rounded.data(), curve.data(), 1.15, row(1), count));
