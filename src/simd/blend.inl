@@ -77,6 +77,8 @@ static void MixBytes(const uint8_t* effect, const uint8_t* base, const uint8_t* 
   size_t i = 0;
 #if defined(ZEL_TWINS)
   for (; i + kMidBytes <= count; i += kMidBytes) {
+    AskAhead(effect + i, kMidBytes);
+    AskAhead(base + i, kMidBytes);
     const Mid e = LoadMid(effect + i), b = LoadMid(base + i), m = LoadMid(mask + i);
     const Mid low = MixedWords(LowWords(e), LowWords(b), LowWords(m));
     const Mid high = MixedWords(HighWords(e), HighWords(b), HighWords(m));
@@ -90,6 +92,8 @@ static void ScreenBytes(const uint8_t* effect, const uint8_t* base, const uint8_
   size_t i = 0;
 #if defined(ZEL_TWINS)
   for (; i + kMidBytes <= count; i += kMidBytes) {
+    AskAhead(effect + i, kMidBytes);
+    AskAhead(base + i, kMidBytes);
     const Mid e = LoadMid(effect + i), b = LoadMid(base + i), m = LoadMid(mask + i);
     const Mid low = ScreenWords(LowWords(e), LowWords(b), LowWords(m));
     const Mid high = ScreenWords(HighWords(e), HighWords(b), HighWords(m));
@@ -107,6 +111,8 @@ static void MultiplyBytes(const uint8_t* effect, const uint8_t* base, const uint
   size_t i = 0;
 #if defined(ZEL_TWINS)
   for (; i + kMidBytes <= count; i += kMidBytes) {
+    AskAhead(effect + i, kMidBytes);
+    AskAhead(base + i, kMidBytes);
     const Mid e = LoadMid(effect + i), b = LoadMid(base + i), m = LoadMid(mask + i);
     const Mid low = MultiplyWords(LowWords(e), LowWords(b), LowWords(m));
     const Mid high = MultiplyWords(HighWords(e), HighWords(b), HighWords(m));

@@ -163,7 +163,7 @@ static inline Mid WordsOfPixels(Mid a, Mid b, char k) {
 }
 
 static inline Mid LoadTwoPixels(const uint16_t* in) {
-  AskAhead(in);
+  AskAhead(in, 6 * kMidPixels);
 #if defined(__AVX2__)
   return LoadHalves(in, in + 12);
 #else

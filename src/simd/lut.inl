@@ -139,7 +139,10 @@ static void MapBytes(const uint8_t* in, uint8_t* out, size_t count, const uint8_
   size_t i = 0;
 #if defined(ZEL_TABLES)
   const Table entries = LoadTable(table);
-  for (; i + kWideBytes <= count; i += kWideBytes) StoreWide(out + i, LookUp(LoadWide(in + i), entries));
+  for (; i + kWideBytes <= count; i += kWideBytes) {
+    AskAhead(in + i, kWideBytes);
+    StoreWide(out + i, LookUp(LoadWide(in + i), entries));
+  }
 #endif
   for (; i < count; ++i) out[i] = table[in[i]];
 }
@@ -156,6 +159,7 @@ static void MapBytes3(const uint8_t* in, uint8_t* out, size_t pixels, const uint
 #if defined(ZEL_TABLES)
   const Table table0 = LoadTable(t0), table1 = LoadTable(t1), table2 = LoadTable(t2);
   for (; i + 3 * kWideBytes <= 3 * pixels; i += 3 * kWideBytes) {
+    AskAhead(in + i, 3 * kWideBytes);
     MapThreeVectors(in + i, out + i, table0, table1, table2);
   }
 #endif
