@@ -6,6 +6,7 @@
 #   ./bench.sh REGEX              only benchmarks whose names match
 #   ./bench.sh --compare COMMIT [REGEX]   this tree and an older commit in turns, and what changed
 #   ./bench.sh --tool             the command from file to file: processor time and peak memory beside other commands
+#   ./bench.sh --wasm [REGEX]     native code, node and Chromium in turns
 #   ./bench.sh --thumbnails       what small pictures cost
 #   ./bench.sh --instructions [REGEX]     instructions a pixel, by perf or by valgrind (which knows no AVX-512)
 set -euo pipefail
@@ -16,6 +17,11 @@ if [ "${1:-}" = --tool ]; then
   cmake -S . -B build/demo -G Ninja -DCMAKE_BUILD_TYPE=Release -DZEL_TOOL=ON >/dev/null
   cmake --build build/demo --target zel_tool >/dev/null
   exec bench/tool.sh build/demo/zel
+fi
+
+if [ "${1:-}" = --wasm ]; then
+  scripts/install.sh build bench web browsers || echo "no browsers"
+  exec bench/wasm.sh "${2:-.}"
 fi
 
 build() {  # SOURCE BUILD

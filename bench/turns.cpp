@@ -75,7 +75,7 @@ ZEL_SHOWN int RunCall(int call) {
 }
 
 #else
-#include <ctime>
+#include <chrono>
 
 // Without arguments it works; with one it names the calls.
 int main(int argc, char**) {
@@ -90,11 +90,11 @@ int main(int argc, char**) {
     for (const Kernels* const* level = zel::BuiltKernelLevels(); *level != nullptr; ++level) {
       if (std::strcmp((*level)->level, wanted) == 0) zel::test::UseKernels(*level);
     }
-    const std::clock_t start = std::clock();
+    const auto start = std::chrono::steady_clock::now();
     const int32_t result = zel::bench::Calls()[number].run();
-    const double spent = 1000.0 * static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+    const std::chrono::duration<double, std::milli> spent = std::chrono::steady_clock::now() - start;
     if (result != ZEL_OK) return 1;
-    std::printf("%.4f\n", spent);
+    std::printf("%.4f\n", spent.count());
     std::fflush(stdout);
   }
   return 0;

@@ -1,6 +1,6 @@
 // The same calls in native code, in node and in Chromium, one after the other on one core; prints medians of
 // milliseconds and ratios to native code with registers of 128 bits.
-//   node bench/turns.js PROGRAM MODULE.wasm [REGEX]
+//   node bench/turns.mjs PROGRAM MODULE.wasm [REGEX]
 import { execFileSync, spawn } from 'node:child_process';
 import { existsSync, mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import { createServer } from 'node:http';
