@@ -1,6 +1,6 @@
 // How well ZelTavoraFunc_AgedPhotoRecovered restores pictures that were aged by known recipes, beside a plain stretch
 // of each channel between its percentiles (auto levels).
-//   zel_measure_aged [--fold tune|held-back] [--save FOLDER] PHOTOGRAPH-OR-FOLDER...
+//   zel_measure_aged [--fold tune|held-back|check] [--save FOLDER] PHOTOGRAPH-OR-FOLDER...
 #include <vips/vips.h>
 #include <algorithm>
 #include <cmath>

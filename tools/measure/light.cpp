@@ -1,6 +1,6 @@
 // How well ZelBasicToolFunc_LightCorrect finds the light: photographs and drawn scenes under 26 lights on the line of
 // black bodies and off it, beside four simple methods.
-//   zel_measure_light [--fold tune|held-back] [--clip] [--blown] [--save FOLDER] PHOTOGRAPH-OR-FOLDER...
+//   zel_measure_light [--fold tune|held-back|check] [--clip] [--blown] [--save FOLDER] PHOTOGRAPH-OR-FOLDER...
 #include <vips/vips.h>
 #include <algorithm>
 #include <cmath>

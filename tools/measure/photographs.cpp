@@ -201,7 +201,7 @@ Options OptionsOf(int count, char** arguments) {
   const auto wrong = [&](const char* text) {
     std::fprintf(
         stderr,
-        "%s: %s\nusage: %s [--fold tune|held-back] [--clip] [--blown] [--save FOLDER] PHOTOGRAPH-OR-FOLDER...\n",
+        "%s: %s\nusage: %s [--fold tune|held-back|check] [--clip] [--blown] [--save FOLDER] PHOTOGRAPH-OR-FOLDER...\n",
         arguments[0], text, arguments[0]);
     std::exit(2);
   };
@@ -213,8 +213,9 @@ Options OptionsOf(int count, char** arguments) {
       options.blown = true;
     } else if (argument == "--fold") {
       const std::string fold = i + 1 < count ? arguments[++i] : "";
-      if (fold != NameOf(Fold::kTune) && fold != NameOf(Fold::kHeldBack)) wrong("which fold?");
-      options.fold = fold == NameOf(Fold::kTune) ? Fold::kTune : Fold::kHeldBack;
+      const auto is = [&](Fold known) { return fold == NameOf(known); };
+      if (!is(Fold::kTune) && !is(Fold::kHeldBack) && !is(Fold::kCheck)) wrong("which fold?");
+      options.fold = is(Fold::kTune) ? Fold::kTune : is(Fold::kCheck) ? Fold::kCheck : Fold::kHeldBack;
     } else if (argument == "--save") {
       if (i + 1 == count) wrong("save where?");
       options.folder = arguments[++i];
@@ -228,7 +229,7 @@ Options OptionsOf(int count, char** arguments) {
 }
 
 const char* NameOf(Fold fold) {
-  return fold == Fold::kTune ? "tune" : "held-back";
+  return fold == Fold::kTune ? "tune" : fold == Fold::kCheck ? "check" : "held-back";
 }
 
 Fold FoldOf(const std::string& name) {
@@ -242,6 +243,7 @@ std::vector<Photograph> PicturesOf(const Options& options) {
   if (!options.paths.empty()) {
     pictures = LoadPhotographs(static_cast<int>(options.paths.size()), const_cast<char**>(options.paths.data()));
   }
+  if (options.fold == Fold::kCheck) return pictures;
   for (const Scene& scene : Scenes()) pictures.push_back(Drawn(scene));
   for (Photograph& picture : pictures) {
     if (FoldOf(picture.name) == options.fold) chosen.push_back(std::move(picture));

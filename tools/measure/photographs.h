@@ -26,13 +26,14 @@ struct Photograph {
 };
 
 // Constants are chosen on the pictures of one fold alone and judged on those of the other; a picture's name decides its
-// fold, and no run sees both.
-enum class Fold { kTune, kHeldBack };
+// fold, and no run sees both. A third, kCheck, is for folders of photographs that played no part: all of them, and no
+// drawn scene.
+enum class Fold { kTune, kHeldBack, kCheck };
 Fold FoldOf(const std::string& name);
 
-// What the programs take from their command line: photographs or folders, and --fold tune|held-back (held-back when it
-// is not given), --clip, --blown, --save FOLDER. Anything else that begins with two dashes ends the program with a
-// message.
+// What the programs take from their command line: photographs or folders, and --fold tune|held-back|check (held-back
+// when it is not given), --clip, --blown, --save FOLDER. Anything else that begins with two dashes ends the program
+// with a message.
 struct Options {
   Fold fold = Fold::kHeldBack;
   bool clip = false, blown = false;
