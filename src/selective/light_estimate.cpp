@@ -41,7 +41,7 @@ double Expected(const Chroma& light) {
 struct Plausible {
   Scratch<uint16_t> bright, other, grey;
 };
-constexpr double kPlausible = 1000.0;
+constexpr float kPlausible = 1000.0f;
 
 // Much if it is grey, something if it is of a common colour (skin, wood, soil, leaves: on the warm side), hardly if it
 // is purple or cyan, and least of all if it is deep blue. Bright surfaces are expected nearer to grey.
@@ -52,18 +52,23 @@ bool FillPlausible(Plausible* plausible) {
     return false;
   }
   for (int32_t red = -kAxis; red < kAxis; ++red) {
-    for (int32_t blue = -kAxis; blue < kAxis; ++blue) {
-      const Chroma surface = {static_cast<double>(red) / kPerUnit, static_cast<double>(blue) / kPerUnit};
-      const Tint tint = TintOf(surface);
-      const double square = surface.red * surface.red + surface.blue * surface.blue - surface.red * surface.blue;
-      const double common = 0.6 * Bell((tint.warm - 0.4) / 0.6, (tint.magenta + 0.1) / 0.3);
-      const double deepBlue = std::min(std::max((-0.8 - tint.warm) / 0.6, 0.0), 1.0);
-      const double coloured = common + 0.4 * (1.0 - deepBlue);
-      const double near = 1.0 / (1.0 + square / (0.08 * 0.08)), wide = 1.0 / (1.0 + square / (0.12 * 0.12));
-      const auto place = static_cast<size_t>(PlaceOfDifference(red, blue));
-      plausible->bright[place] = static_cast<uint16_t>((near + coloured) * kPlausible + 0.5);
-      plausible->other[place] = static_cast<uint16_t>((wide + coloured) * kPlausible + 0.5);
-      plausible->grey[place] = static_cast<uint16_t>(wide * kPlausible + 0.5);
+    const auto row = static_cast<size_t>(PlaceOfDifference(red, -kAxis));
+    uint16_t *bright = plausible->bright.data() + row, *other = plausible->other.data() + row,
+             *grey = plausible->grey.data() + row;
+    const float r = static_cast<float>(red) / kPerUnit;
+    for (int32_t blue = 0; blue < kSpan; ++blue) {
+      const float b = static_cast<float>(blue - kAxis) / kPerUnit;
+      const float warm = 0.53f * r - 0.848f * b, magenta = 0.848f * r + 0.53f * b;
+      const float square = r * r + b * b - r * b, x = (warm - 0.4f) * (1.0f / 0.6f),
+                  y = (magenta + 0.1f) * (1.0f / 0.3f);
+      const float nearGrey = 1.0f + square * (1.0f / (0.08f * 0.08f)),
+                  wideGrey = 1.0f + square * (1.0f / (0.12f * 0.12f));
+      const float deepBlue = std::min(std::max((-0.8f - warm) * (1.0f / 0.6f), 0.0f), 1.0f);
+      const float coloured = kPlausible * (0.6f / (1.0f + x * x + y * y) + 0.4f * (1.0f - deepBlue)) + 0.5f;
+      const float near = kPlausible / nearGrey, wide = kPlausible / wideGrey;
+      bright[blue] = static_cast<uint16_t>(static_cast<int32_t>(near + coloured));
+      other[blue] = static_cast<uint16_t>(static_cast<int32_t>(wide + coloured));
+      grey[blue] = static_cast<uint16_t>(static_cast<int32_t>(wide + 0.5f));
     }
   }
   return true;

@@ -28,10 +28,6 @@ bool IsBlown(const uint8_t* pixel) {
   return std::min(pixel[0], std::min(pixel[1], pixel[2])) >= kClipped;
 }
 
-bool IsClipped(const uint8_t* pixel) {
-  return std::max(pixel[0], std::max(pixel[1], pixel[2])) >= kClipped;
-}
-
 // Where differences of logarithms against green, in 1/16 of a step, lie on the axes.
 int32_t PlaceOf(int32_t red, int32_t green, int32_t blue) {
   const int32_t r = (red - green + 8 + kAxis / 2 * 16) >> 4, b = (blue - green + 8 + kAxis / 2 * 16) >> 4;
@@ -149,61 +145,104 @@ class Counter {
     });
   }
 
+  // The light of one row of pixels, channel by channel, and what ran over.
+  struct LightRow {
+    Scratch<int32_t> light[3];
+    Scratch<uint8_t> over;
+
+    bool Allocate(int32_t width) {
+      const auto count = static_cast<size_t>(width);
+      return light[0].Allocate(count) && light[1].Allocate(count) && light[2].Allocate(count) && over.Allocate(count);
+    }
+  };
+  enum Over : uint8_t { kFits, kClippedPixel, kBlownPixel };
+
+  void FillRow(int32_t y, const int32_t* lights, const LightRow& row) const {
+    const int32_t red = image_.PlaceOf(0);
+    const uint8_t* pixel = image_.At(0, y);
+    for (size_t x = 0; x < static_cast<size_t>(image_.width); ++x, pixel += 3) {
+      row.light[0][x] = lights[pixel[red]];
+      row.light[1][x] = lights[pixel[1]];
+      row.light[2][x] = lights[pixel[2 - red]];
+      const bool clipped = std::max(pixel[0], std::max(pixel[1], pixel[2])) >= kClipped;
+      row.over[x] = IsBlown(pixel) ? kBlownPixel : clipped ? kClippedPixel : kFits;
+    }
+  }
+
+  // How strong the edges between pixels a and b are, as Brightness; 0 where they do not differ in all channels the same
+  // way. Flat loops for the compiler's vectors.
+  static void Strengths(const int32_t* const* a, const int32_t* const* b, int32_t count, const int32_t* perHigh,
+                        int32_t* strengths) {
+    const int32_t *a0 = a[0], *a1 = a[1], *a2 = a[2], *b0 = b[0], *b1 = b[1], *b2 = b[2];
+    const int32_t p0 = perHigh[0], p1 = perHigh[1], p2 = perHigh[2];
+    for (int32_t x = 0; x < count; ++x) {
+      const int32_t red = a0[x] - b0[x], green = a1[x] - b1[x], blue = a2[x] - b2[x];
+      const int32_t least = std::min(red, std::min(green, blue)), most = std::max(red, std::max(green, blue));
+      const int32_t strength = (std::abs(red) * p0 + std::abs(green) * p1 + std::abs(blue) * p2) >> 8;
+      strengths[x] = least >= kFaint || most <= -kFaint ? strength : 0;
+    }
+  }
+
   // Neighbours that differ in all channels the same way, by the light between them: there a surface is lit more or
   // less, or shines, and the difference has the colour of the light more often than the surfaces themselves.
   bool CountEdges() {
-    const size_t samples = 3 * static_cast<size_t>(image_.width);
-    const Scratch<int32_t> rows(2 * samples);
-    const Scratch<uint32_t> kept(2 * static_cast<size_t>(image_.width) * image_.height);
-    if (!rows || !kept) return false;
+    LightRow rows[2];
+    const size_t width = static_cast<size_t>(image_.width);
+    const Scratch<int32_t> strengths(width), strong(width);
+    const Scratch<uint32_t> kept(width * image_.height);
+    if (!rows[0].Allocate(image_.width) || !rows[1].Allocate(image_.width) || !strengths || !strong || !kept)
+      return false;
     int32_t lights[256], differenceLogarithm[4096] = {}, perHigh[3], ranks[4096] = {};
     for (int32_t i = 0; i < 256; ++i) lights[i] = static_cast<int32_t>(light_[i] * 4095.0 + 0.5);
     for (int32_t i = kFaint; i < 4096; ++i) {
       differenceLogarithm[i] = static_cast<int32_t>(std::floor(Logarithm(i / 4096.0) * (16 * kPerUnit) + 0.5));
     }
-    const int32_t red = image_.PlaceOf(0);
-    for (int32_t k = 0; k < 3; ++k) {
-      perHigh[k == 1 ? 1 : (k == 0 ? red : 2 - red)] = static_cast<int32_t>(std::min(16.0 / votes_->high[k], 4095.0));
-    }
+    for (int32_t k = 0; k < 3; ++k) perHigh[k] = static_cast<int32_t>(std::min(16.0 / votes_->high[k], 4095.0));
     size_t count = 0;
     double sixth[3] = {};
-    const auto look = [&](const int32_t* a, const int32_t* b, const uint8_t* pixel, const uint8_t* other) {
-      const int32_t first = a[0] - b[0], green = a[1] - b[1], last = a[2] - b[2];
-      const int32_t least = std::min(first, std::min(green, last)), most = std::max(first, std::max(green, last));
-      if (least < kFaint && most > -kFaint) return;
-      const int32_t d[3] = {std::abs(first), std::abs(green), std::abs(last)};
-      const int32_t strength = (d[0] * perHigh[0] + d[1] * perHigh[1] + d[2] * perHigh[2]) >> 8;
-      if (strength < kFaintest || IsBlown(pixel) || IsBlown(other)) return;
-      const bool clipped = IsClipped(pixel) || IsClipped(other);
-      for (int32_t k = 0; k < 3; ++k) {
-        const double square = static_cast<double>(d[k]) * d[k];
-        sixth[k] += square * square * square * (clipped ? kClippedSay : 1.0);
+    const auto look = [&](const LightRow& row, const LightRow& other, size_t step, int32_t pairs) {
+      const int32_t* const a[3] = {row.light[0].data(), row.light[1].data(), row.light[2].data()};
+      const int32_t* const b[3] = {other.light[0].data() + step, other.light[1].data() + step,
+                                   other.light[2].data() + step};
+      Strengths(a, b, pairs, perHigh, strengths.data());
+      size_t held = 0;
+      for (int32_t x = 0; x < pairs; ++x) {
+        strong[held] = x;
+        held += strengths[static_cast<size_t>(x)] >= kFaintest ? 1 : 0;
       }
-      if (clipped) return;
-      const uint32_t rank = static_cast<uint32_t>(std::min(strength, 4095));
-      ++ranks[rank];
-      const int32_t place =
-          PlaceOf(differenceLogarithm[d[red]], differenceLogarithm[d[1]], differenceLogarithm[d[2 - red]]);
-      kept[count++] = rank << 16 | static_cast<uint32_t>(place);
+      for (size_t i = 0; i < held; ++i) {
+        const auto x = static_cast<size_t>(strong[i]);
+        const int32_t over = std::max(row.over[x], other.over[x + step]);
+        if (over == kBlownPixel) continue;
+        const int32_t d[3] = {std::abs(a[0][x] - b[0][x]), std::abs(a[1][x] - b[1][x]), std::abs(a[2][x] - b[2][x])};
+        for (int32_t k = 0; k < 3; ++k) {
+          const double square = static_cast<double>(d[k]) * d[k];
+          sixth[k] += square * square * square * (over == kClippedPixel ? kClippedSay : 1.0);
+        }
+        if (over == kClippedPixel) continue;
+        const auto rank = static_cast<uint32_t>(std::min(strengths[x], 4095));
+        ++ranks[rank];
+        const int32_t place = PlaceOf(differenceLogarithm[d[0]], differenceLogarithm[d[1]], differenceLogarithm[d[2]]);
+        kept[count++] = rank << 16 | static_cast<uint32_t>(place);
+      }
     };
     for (int32_t y = 0; y < image_.height; ++y) {
-      const uint8_t* const pixels = image_.At(0, y);
-      int32_t* const row = rows.data() + y % 2 * samples;
-      const int32_t* const above = rows.data() + (y + 1) % 2 * samples;
-      for (size_t i = 0; i < samples; ++i) row[i] = lights[pixels[i]];
-      for (size_t i = 0; i + 3 < samples; i += 3) look(row + i, row + i + 3, pixels + i, pixels + i + 3);
-      if (y == 0) continue;
-      const uint8_t* const pixelsAbove = image_.At(0, y - 1);
-      for (size_t i = 0; i < samples; i += 3) look(above + i, row + i, pixelsAbove + i, pixels + i);
+      const LightRow& row = rows[y % 2];
+      FillRow(y, lights, row);
+      if (y % 2 == 0) {
+        look(row, row, 1, image_.width - 1);
+      } else {
+        look(rows[0], row, 0, image_.width);
+      }
     }
     const double all = sixth[0] + sixth[1] + sixth[2];
     votes_->hasEdges = all > 0.0;
     if (votes_->hasEdges) {
       const auto root = [&](int32_t k) { return Logarithm(std::max(sixth[k] / all, 1e-12)) / 6.0; };
-      votes_->strongest = {root(red) - root(1), root(2 - red) - root(1)};
+      votes_->strongest = {root(0) - root(1), root(2) - root(1)};
     }
     uint8_t classOf[4096];
-    FillClasses(ranks, count_, kEdges, kEdgeClasses, classOf);
+    FillClasses(ranks, count_ / 2.0, kEdges, kEdgeClasses, classOf);
     for (size_t i = 0; i < count; ++i) {
       const int32_t place = static_cast<int32_t>(kept[i] & 0xFFFF);
       if (place < kOutside) Count(FirstPlane(kSurfaceClasses + classOf[kept[i] >> 16]), place, 1);
