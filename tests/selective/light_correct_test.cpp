@@ -149,6 +149,15 @@ TEST(LightCorrect, HardlyBelievesWhatRanOver) {
   }
 }
 
+TEST(LightCorrect, LeavesLampsTheirColour) {
+  // Lamps that shine on nothing, at night, are no white things under warm light.
+  std::vector<Area> night = {{{34, 40, 60}, 0, 0, 160, 120}, {{22, 26, 34}, 0, 70, 160, 120}};
+  for (int x = 10; x < 150; x += 20) night.push_back({{245, 190, 90}, x, 40 + x % 3 * 20, x + 8, 50 + x % 3 * 20});
+  const Rgb white = {1.0, 1.0, 1.0};
+  const double lamps = Angle({LightOfLevel(245 / 255.0), LightOfLevel(190 / 255.0), LightOfLevel(90 / 255.0)}, white);
+  EXPECT_LT(Angle(Ours(Painted(night, white)), white), 0.4 * lamps);
+}
+
 TEST(LightCorrect, LeavesPicturesWithoutEvidenceAlone) {
   const int colours[][3] = {{200, 30, 30}, {30, 90, 20}, {250, 140, 10},  {20, 30, 120},
                             {7, 5, 3},     {0, 0, 0},    {255, 255, 255}, {128, 128, 128}};
