@@ -177,26 +177,6 @@ TEST(AgedPhoto, CurvesAscendAndClipAtMostOnePercent) {
   }
 }
 
-TEST(AgedPhoto, OrderOfSamplesIsTheSame) {
-  for (int recipe = 0; recipe < kRecipes; ++recipe) {
-    for (double amount : {0.6, 1.0}) {
-      const TestImage faded = Aged(Drawn(false), amount, recipe), after = Recovered(faded, 50);
-      TestImage turned({120, 90, 3, 8, false});
-      for (int i = 0; i < 120 * 90; ++i) {
-        const int x = i % 120, y = i / 120;
-        turned.SetColour(x, y, faded.Colour(x, y, 0), faded.Colour(x, y, 1), faded.Colour(x, y, 2));
-      }
-      const TestImage other = Recovered(turned, 50);
-      int apart = 0;
-      for (int i = 0; i < 3 * 120 * 90; ++i) {
-        const int x = i / 3 % 120, y = i / 360;
-        apart += other.Colour(x, y, i % 3) != after.Colour(x, y, i % 3);
-      }
-      EXPECT_EQ(apart, 0) << recipe << " by " << amount;
-    }
-  }
-}
-
 TEST(AgedPhoto, StrengthsAndModes) {
   const TestImage faded = Aged(Drawn(false), 1.0);
   double before = 0.0;
