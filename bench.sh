@@ -7,6 +7,7 @@
 #   ./bench.sh --compare COMMIT [REGEX]   this tree and an older commit in turns, and what changed
 #   ./bench.sh --tool             the command from file to file: processor time and peak memory beside other commands
 #   ./bench.sh --wasm [REGEX]     native code, node and Chromium in turns
+#   ./bench.sh --cycles           cycles of inner loops on ARM and x86, computed
 #   ./bench.sh --thumbnails       what small pictures cost
 #   ./bench.sh --instructions [REGEX]     instructions a pixel, by perf or by valgrind (which knows no AVX-512)
 set -euo pipefail
@@ -22,6 +23,11 @@ fi
 if [ "${1:-}" = --wasm ]; then
   scripts/install.sh build bench web browsers || echo "no browsers"
   exec bench/wasm.sh "${2:-.}"
+fi
+
+if [ "${1:-}" = --cycles ]; then
+  scripts/install.sh build platforms cycles
+  exec bench/cycles.py
 fi
 
 build() {  # SOURCE BUILD

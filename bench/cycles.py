@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Prints the cycles of inner loops for 16 samples, as llvm-mca computes them, on processors that are not at hand. Needs
-clang with the headers of 64-bit ARM (scripts/install.sh platforms), g++ and llvm-mca-19 (Debian's llvm-19)."""
+"""Prints the cycles of inner loops for 16 samples, as llvm-mca computes them, on processors that are not at hand. `bench.sh --cycles`
+installs what it needs: clang, g++ and the headers of 64-bit ARM."""
 import re
 import subprocess
 from pathlib import Path

@@ -18,6 +18,7 @@ packages() {
     coverage) echo llvm-14 ;;
     packaging) echo dpkg-dev file abigail-tools binutils ;;
     bench) echo libbenchmark-dev libopencv-dev libopencolorio-dev libvips-dev libgegl-dev ffmpeg gnuplot-nox python3 ;;
+    cycles) echo clang llvm-19 ;;
     python) echo python3-cffi python3-numpy python3-setuptools python3-wheel python3-build python3-venv python3-dev python3-distributed python3-boto3 mypy python3-pil python3-opencv python3-skimage python3-imageio python3-matplotlib python3-pytest python3-psutil ;;
     gegl) echo gegl libgegl-dev nlohmann-json3-dev python3-pil ;;
     gimp) echo gimp libgimp2.0-dev xvfb xdotool imagemagick openbox ;;
