@@ -3,8 +3,7 @@
 
 enum { kSumStrip = 256 };  // sums held at a time: they and their rows stay in the first-level cache
 
-template <class In>
-static void AddBytes(const In* a, const In* b, int32_t weight, int32_t* sums, size_t count) {
+static void AddBytes(const uint8_t* a, const uint8_t* b, int32_t weight, int32_t* sums, size_t count) {
   for (size_t i = 0; i < count; ++i) sums[i] += (a[i] + b[i]) * weight;
 }
 
@@ -12,11 +11,10 @@ static void AddWords(const uint16_t* a, const uint16_t* b, int32_t weight, int32
   for (size_t i = 0; i < count; ++i) sums[i] += (a[i] + b[i]) * weight;
 }
 
-template <class Out>
-static void StoreByteSums(const int32_t* sums, int32_t shift, Out* out, size_t count) {
+static void StoreByteSums(const int32_t* sums, int32_t shift, uint8_t* out, size_t count) {
   for (size_t i = 0; i < count; ++i) {
     const int32_t v = sums[i] >> shift;
-    out[i] = (Out)(v > 255 ? 255 : v);
+    out[i] = (uint8_t)(v > 255 ? 255 : v);
   }
 }
 
@@ -27,8 +25,7 @@ static void StoreWordSums(const int32_t* sums, int32_t shift, uint16_t* out, siz
   }
 }
 
-template <class In>
-static void WeighBytes(const In* in, int32_t weight, int32_t* sums, size_t count) {
+static void WeighBytes(const uint8_t* in, int32_t weight, int32_t* sums, size_t count) {
   for (size_t i = 0; i < count; ++i) sums[i] = in[i] * weight;
 }
 
@@ -36,8 +33,8 @@ static void WeighWords(const uint16_t* in, int32_t weight, int32_t* sums, size_t
   for (size_t i = 0; i < count; ++i) sums[i] = in[i] * weight;
 }
 
-template <class In, class Out>
-static void SumBytesFlat(const In* const* rows, size_t first, const BlurWeights& weights, Out* out, size_t count) {
+static void SumBytesFlat(const uint8_t* const* rows, size_t first, const BlurWeights& weights, uint8_t* out,
+                         size_t count) {
   int32_t sums[kSumStrip];
   for (size_t done = 0; done < count; done += kSumStrip) {
     const size_t n = count - done < kSumStrip ? count - done : (size_t)kSumStrip, at = first + done;
