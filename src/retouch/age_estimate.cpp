@@ -4,7 +4,6 @@
 #include <cmath>
 
 #include "color/linear_light.h"
-#include "core/reduce.h"
 #include "core/scratch.h"
 #include "tone/histogram.h"
 
@@ -151,7 +150,14 @@ class ShadedPairs {
                  bin(ar),
                  bin(ab)};
     };
-    ForEachNeighbours(image, look, everyRow);
+    for (int32_t y = 0; y < image.height; y += everyRow) {
+      const uint8_t* const row = image.At(0, y);
+      const uint8_t* const below = y + 1 < image.height ? image.At(0, y + 1) : nullptr;
+      for (int32_t x = 0; x < image.width; ++x) {
+        if (x + 1 < image.width) look(row + 3 * x, row + 3 * x + 3);
+        if (below != nullptr) look(row + 3 * x, below + 3 * x);
+      }
+    }
     count_ = static_cast<int32_t>(pair - pairs_.data());
     return true;
   }
